@@ -1,0 +1,18 @@
+#ifndef QT_VERSIONS_H
+#define QT_VERSIONS_H
+
+#include <QtGlobal>
+#include <QtPlugin>
+
+// What Qt 4.8 and Qt 5.15 do not share, at one place.
+
+#if QT_VERSION >= 0x050000
+/// Qt 5 finds the interface identifier in metadata that moc writes together with qt_plugin_instance.
+#define DRIVER_PLUGIN_METADATA(iid) Q_PLUGIN_METADATA(IID iid)
+#else
+/// Qt 4.8 looks for its verification text only; qt_plugin_instance is ours to write.
+#define DRIVER_PLUGIN_METADATA(iid)
+#define DRIVER_DEFINES_PLUGIN_INSTANCE
+#endif
+
+#endif
