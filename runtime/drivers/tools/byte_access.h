@@ -1,0 +1,31 @@
+#ifndef TOOLS_BYTE_ACCESS_H
+#define TOOLS_BYTE_ACCESS_H
+
+// For the toolkit's own sources; not part of what it offers.
+
+#include <QByteArray>
+#include <cstring>
+
+/// The bytes of an array as unsigned numbers; the first form makes its data unshared.
+inline unsigned char* bytesOf(QByteArray& array)
+{
+    return reinterpret_cast<unsigned char*>(array.data());
+}
+
+inline const unsigned char* bytesOf(const QByteArray& array)
+{
+    return reinterpret_cast<const unsigned char*>(array.constData());
+}
+
+/// Cuts or extends an array to size; what is new is zero (QByteArray::resize leaves it undefined).
+inline void resizeZeroFilled(QByteArray& array, int size)
+{
+    const int before = array.size();
+    if (size == before)
+        return;
+    array.resize(size);
+    if (size > before)
+        std::memset(array.data() + before, 0, static_cast<size_t>(size - before));
+}
+
+#endif

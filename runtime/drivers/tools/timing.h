@@ -1,0 +1,13 @@
+#ifndef TOOLS_TIMING_H
+#define TOOLS_TIMING_H
+
+#include <QtGlobal>
+
+/// Puts the calling thread to sleep for so many milliseconds. A signal that arrives meanwhile does not
+/// shorten the sleep.
+Q_DECL_EXPORT void HRSleep(unsigned long ms);
+
+/// Milliseconds on a clock that never jumps and never runs backwards; only differences have a meaning.
+Q_DECL_EXPORT qint64 CurrentMSecsSinceBoot();
+
+#endif
