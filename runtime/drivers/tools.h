@@ -6,8 +6,10 @@
 #include "tools/address.h"
 #include "tools/bits.h"
 #include "tools/byte_order.h"
+#include "tools/checksum.h"
 #include "tools/command_data.h"
 #include "tools/pack.h"
+#include "tools/text.h"
 #include "tools/timing.h"
 
 #endif

@@ -1,0 +1,54 @@
+#include "text.h"
+
+#include <cerrno>
+#include <csignal>
+#include <sys/types.h>
+
+namespace {
+
+int hexDigit(char c)
+{
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    return -1;
+}
+
+bool hasHexPrefix(const char* text, int length)
+{
+    return length >= 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
+}
+
+} // namespace
+
+unsigned int HexToUInt(const char* text, int length)
+{
+    unsigned int number = 0;
+    for (int i = hasHexPrefix(text, length) ? 2 : 0; i < length && text[i] != '\0'; ++i) {
+        const int digit = hexDigit(text[i]);
+        if (digit < 0)
+            return 0;
+        number = number << 4 | static_cast<unsigned int>(digit);
+    }
+    return number;
+}
+
+bool ProcessIsRunning(long long pid)
+{
+    const pid_t id = static_cast<pid_t>(pid);
+    return id == pid && (kill(id, 0) == 0 || errno == EPERM);
+}
+
+QString dumpByteArray(const QByteArray& bytes)
+{
+    QString text(QLatin1Char('('));
+    for (int i = 0; i < bytes.size(); ++i) {
+        const uint byte = static_cast<unsigned char>(bytes.at(i));
+        text += QLatin1String("0X") + QString::number(byte, 16) + QLatin1Char(' ');
+    }
+    const uint length = qstrnlen(bytes.constData(), static_cast<uint>(bytes.size()));
+    return text + QLatin1String(") : ") + QString::fromLatin1(bytes.constData(), static_cast<int>(length));
+}
