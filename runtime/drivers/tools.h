@@ -9,6 +9,7 @@
 #include "tools/checksum.h"
 #include "tools/command_data.h"
 #include "tools/pack.h"
+#include "tools/project_database.h"
 #include "tools/text.h"
 #include "tools/timing.h"
 
