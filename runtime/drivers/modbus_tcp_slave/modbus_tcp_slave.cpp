@@ -1,0 +1,134 @@
+#include "modbus_tcp_slave.h"
+
+#include "device_setting.h"
+#include "driver_setting.h"
+
+#include <QMutex>
+#include <QMutexLocker>
+#include <QSet>
+#include <QSqlDatabase>
+
+static const QString VERSION_STRING = QLatin1String("1.0.0");
+
+/// A connection name that no other driver object of this process has. Every thread starts with the same
+/// seed, so objects made on different threads draw the same numbers.
+static QString takeConnectionName()
+{
+    static QMutex mutex;
+    static QSet<QString> taken;
+
+    QMutexLocker lock(&mutex);
+    QString name;
+    do {
+        name = QString::number(qrand());
+    } while (taken.contains(name) || QSqlDatabase::contains(name));
+    taken.insert(name);
+    return name;
+}
+
+DriverModbusTcpSlave::DriverModbusTcpSlave()
+    : hasCommError(false), debugMode(false), databaseOpened(false), databaseLoaded(false), transactionId(0),
+      bitAddressRegExp(QLatin1String("^(\\d+)-((?:FN5)?DO|DI)(\\d+)"), Qt::CaseInsensitive),
+      connectionName(takeConnectionName()), projectStamp()
+{
+}
+
+DriverModbusTcpSlave::~DriverModbusTcpSlave()
+{
+}
+
+int DriverModbusTcpSlave::totalSize()
+{
+    return 0x44000;
+}
+
+bool DriverModbusTcpSlave::initialize(AbstractDeviceInterface*)
+{
+    return true;
+}
+
+bool DriverModbusTcpSlave::validation(const QString&)
+{
+    return false;
+}
+
+QString DriverModbusTcpSlave::name()
+{
+    return QLatin1String("Modbus TCP Slave");
+}
+
+QString DriverModbusTcpSlave::vender()
+{
+    return QLatin1String("Modbus");
+}
+
+QString DriverModbusTcpSlave::getVersionNumber()
+{
+    return VERSION_STRING;
+}
+
+DeviceSetting* DriverModbusTcpSlave::getDefaultSerialDeviceSetting()
+{
+    return new DeviceSetting(EthernetDevice, QLatin1String("COM2"), 9600, 8, 0, 2);
+}
+
+DriverSetting* DriverModbusTcpSlave::getDefaultDriverSetting()
+{
+    return new DriverSetting(3000, 3, 1, 0);
+}
+
+QString DriverModbusTcpSlave::getStringBasedDefaultDriverSetting()
+{
+    return QLatin1String("502");
+}
+
+int DriverModbusTcpSlave::supportedCommunicationFlags()
+{
+    return 0x100;
+}
+
+void DriverModbusTcpSlave::setDebugMode(bool on)
+{
+    debugMode = on;
+}
+
+int DriverModbusTcpSlave::getBlockAccessSize()
+{
+    return modbus_tcp::MaxReadRegisters;
+}
+
+int DriverModbusTcpSlave::getBitBlockAccessSize()
+{
+    return modbus_tcp::MaxReadBits;
+}
+
+bool DriverModbusTcpSlave::hasError()
+{
+    return hasCommError;
+}
+
+QString DriverModbusTcpSlave::getLastError()
+{
+    return lastError;
+}
+
+QObject* DriverModbusTcpSlave::getThisObject()
+{
+    return qobject_cast<QObject*>(this);
+}
+
+bool DriverModbusTcpSlave::isConnected(AbstractDeviceInterface* device)
+{
+    return device->isConnected();
+}
+
+void DriverModbusTcpSlave::setCommError(const QString& text)
+{
+    hasCommError = true;
+    lastError = text;
+}
+
+void DriverModbusTcpSlave::clearError()
+{
+    hasCommError = false;
+}

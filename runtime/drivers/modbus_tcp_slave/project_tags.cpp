@@ -1,0 +1,145 @@
+#include "modbus_tcp_slave.h"
+
+#include "device_setting.h"
+#include "tools.h"
+
+#include <QFile>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QVariant>
+
+#include <sys/stat.h>
+
+bool DriverModbusTcpSlave::createDBConnection()
+{
+    if (QSqlDatabase::contains(connectionName))
+        return true;
+
+    QSqlDatabase database = QSqlDatabase::addDatabase(QLatin1String("QSQLITE"), connectionName);
+    database.setDatabaseName(GetDatabaseName());
+    database.setConnectOptions(QLatin1String("QSQLITE_OPEN_READONLY"));
+    return database.open();
+}
+
+/// Closes the connection when the project file is another one than at the last try: it may have been mended
+/// by putting a new file in its place, and the open connection would go on reading the old one. The lookup
+/// opens it again.
+void DriverModbusTcpSlave::reopenChangedProject()
+{
+    const QString name = GetDatabaseName();
+    struct stat file;
+    FileStamp stamp = FileStamp();
+    if (stat(QFile::encodeName(name).constData(), &file) == 0) {
+        stamp.device = file.st_dev;
+        stamp.inode = file.st_ino;
+        stamp.size = static_cast<quint64>(file.st_size);
+        stamp.seconds = file.st_mtim.tv_sec;
+        stamp.nanoseconds = file.st_mtim.tv_nsec;
+    }
+
+    QSqlDatabase database = QSqlDatabase::database(connectionName, false);
+    if (stamp.inode != projectStamp.inode || stamp.device != projectStamp.device ||
+        stamp.size != projectStamp.size || stamp.seconds != projectStamp.seconds ||
+        stamp.nanoseconds != projectStamp.nanoseconds || name != database.databaseName()) {
+        database.close();
+        database.setDatabaseName(name);
+        projectStamp = stamp;
+    }
+}
+
+bool DriverModbusTcpSlave::readDB(AbstractDeviceInterface* device, const QString&)
+{
+    if (databaseLoaded)
+        return true;
+    if (QSqlDatabase::contains(connectionName))
+        reopenChangedProject();
+    if (!databaseOpened) {
+        databaseOpened = createDBConnection();
+        if (!databaseOpened) {
+            setCommError(QLatin1String("can not open database"));
+            return false;
+        }
+    }
+
+    const DeviceSetting* setting = device->deviceSetting();
+    QList<LinkIdStationId> stations;
+    if (!setting || !GetLinkIdAndDefaultStationId(connectionName, setting->linkID, stations)) {
+        setCommError(QLatin1String("failed to get default station id"));
+        return false;
+    }
+    for (int i = 0; i < stations.size(); ++i) {
+        if (!initValidBitAddressesMap(stations.at(i).linkId, stations.at(i).defaultStationId)) {
+            setCommError(QLatin1String("failed to initialize valid bit addresses table"));
+            return false;
+        }
+    }
+
+    databaseLoaded = true;
+    QSqlDatabase::database(connectionName, false).close();
+    databaseOpened = false;
+    return true;
+}
+
+void DriverModbusTcpSlave::validBitAddressesMapInsertDO(unsigned char station, unsigned short address)
+{
+    validBitAddressesMap[station].DOSetPush(address);
+}
+
+void DriverModbusTcpSlave::validBitAddressesMapInsertDI(unsigned char station, unsigned short address)
+{
+    validBitAddressesMap[station].DISetPush(address);
+}
+
+/// One-based number of a tag as the zero-based address of its bit.
+static unsigned short bitAddress(int number)
+{
+    return static_cast<unsigned short>(static_cast<unsigned int>(number) - 1);
+}
+
+bool DriverModbusTcpSlave::initValidBitAddressesMap(int linkId, unsigned char defaultStation)
+{
+    QSqlQuery query(QSqlDatabase::database(connectionName, true));
+    query.setForwardOnly(true);
+    query.exec(
+        QString::fromLatin1("SELECT address FROM custom_tag_table WHERE connector_id = %1").arg(linkId));
+    if (!query.isActive())
+        return false;
+
+    std::map<unsigned char, ModbusBitSet> previous;
+    previous.swap(validBitAddressesMap);
+    while (query.next()) {
+        const QString tag = query.value(0).toString();
+        if (tag.startsWith(QLatin1String("FN5DO"), Qt::CaseInsensitive))
+            validBitAddressesMapInsertDO(defaultStation, bitAddress(ExtractPLCDeviceAddress(tag.mid(3), 10)));
+        else if (tag.startsWith(QLatin1String("DI"), Qt::CaseInsensitive))
+            validBitAddressesMapInsertDI(defaultStation, bitAddress(ExtractPLCDeviceAddress(tag, 10)));
+        else if (tag.startsWith(QLatin1String("DO"), Qt::CaseInsensitive))
+            validBitAddressesMapInsertDO(defaultStation, bitAddress(ExtractPLCDeviceAddress(tag, 10)));
+        else if (bitAddressRegExp.indexIn(tag) == 0)
+            insertQualifiedTag();
+    }
+    if (query.lastError().isValid()) {
+        // A damaged file can break off between two rows; the tags behind would read as 0 for ever.
+        previous.swap(validBitAddressesMap);
+        return false;
+    }
+
+    for (std::map<unsigned char, ModbusBitSet>::iterator station = validBitAddressesMap.begin();
+         station != validBitAddressesMap.end(); ++station) {
+        station->second.DISetSort();
+        station->second.DOSetSort();
+    }
+    return true;
+}
+
+/// Files the tag that bitAddressRegExp has just matched under the station that it names.
+void DriverModbusTcpSlave::insertQualifiedTag()
+{
+    const unsigned char station = static_cast<unsigned char>(bitAddressRegExp.cap(1).toUInt());
+    const unsigned short address = bitAddress(bitAddressRegExp.cap(3).toInt());
+    if (bitAddressRegExp.cap(2).startsWith(QLatin1String("DI"), Qt::CaseInsensitive))
+        validBitAddressesMapInsertDI(station, address);
+    else
+        validBitAddressesMapInsertDO(station, address);
+}
