@@ -1,0 +1,127 @@
+#ifndef SCRIPTED_LINK_H
+#define SCRIPTED_LINK_H
+
+#include "abstract_device_interface.h"
+#include "device_setting.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QStringList>
+
+#include <algorithm>
+#include <cstring>
+
+/// Bytes written as hexadecimal text with blanks where they help the reader.
+inline QByteArray hex(const char* text)
+{
+    return QByteArray::fromHex(QByteArray(text));
+}
+
+/// A link in memory. Tests queue what the device answers to each request, then look at what was sent and
+/// which operations were called in which order.
+class ScriptedLink : public AbstractDeviceInterface
+{
+public:
+    ScriptedLink()
+        : station(1), retries(0), delay(0), up(true), opens(true), takes(-1), closes(0), opened(0), waits(0),
+          setting(EthernetDevice, QLatin1String("ETHERNET"), 9600, 8, 0, 2)
+    {
+        setting.linkID = 1;
+    }
+
+    /// Queues the answer to the next request that has none yet: hexadecimal text in which "TTTT" stands for
+    /// the transaction identifier of that request. An empty text is a device that stays silent.
+    ScriptedLink& answers(const char* frame)
+    {
+        replies.append(frame);
+        return *this;
+    }
+
+    /// Queues a complete answer from the unit identifier of the link: header, then pdu.
+    ScriptedLink& answersPdu(const char* pdu)
+    {
+        const int length = hex(pdu).size() + 1;
+        const QString header = QString::fromLatin1("TTTT0000%1%2")
+                                   .arg(length, 4, 16, QLatin1Char('0'))
+                                   .arg(station & 0xFF, 2, 16, QLatin1Char('0'));
+        replies.append(header.toLatin1() + pdu);
+        return *this;
+    }
+
+    /// The requests so far, as hexadecimal text without their transaction identifiers.
+    QStringList requests() const
+    {
+        QStringList texts;
+        for (int i = 0; i < sent.size(); ++i)
+            texts.append(QString::fromLatin1(sent.at(i).mid(2).toHex()));
+        return texts;
+    }
+
+    int readData(char* buffer, int maxLength) override
+    {
+        calls.append(QString::fromLatin1("read %1").arg(maxLength));
+        const int length = std::min(maxLength, int(incoming.size()));
+        memcpy(buffer, incoming.constData(), size_t(length));
+        incoming.remove(0, length);
+        return length;
+    }
+
+    int writeData(const char* data, int length) override
+    {
+        calls.append(QString::fromLatin1("write %1").arg(length));
+        sent.append(QByteArray(data, length));
+        if (takes >= 0 && length > takes)
+            return takes;
+        if (!replies.isEmpty())
+            incoming += hex(replies.takeFirst().replace("TTTT", sent.last().left(2).toHex()).constData());
+        return length;
+    }
+
+    bool open() override
+    {
+        calls.append(QLatin1String("open"));
+        ++opened;
+        up = opens;
+        return up;
+    }
+
+    void close() override
+    {
+        calls.append(QLatin1String("close"));
+        ++closes;
+        up = false;
+        incoming.clear();
+    }
+
+    DeviceSetting* deviceSetting() override { return &setting; }
+    bool isConnected() override { return up; }
+    int retryCount() override { return retries; }
+    int stationId() override { return station; }
+
+    int commandDelay() override
+    {
+        ++waits;
+        return delay;
+    }
+
+    QString errorString() override { return QLatin1String("the link's own words"); }
+
+    int station;
+    int retries;
+    int delay;
+    bool up;
+    bool opens; ///< what open() answers
+    int takes;  ///< bytes that writeData accepts at most; -1 for all
+    int closes;
+    int opened;
+    int waits; ///< questions for the command delay
+    DeviceSetting setting;
+    QList<QByteArray> sent;
+    QStringList calls;
+
+private:
+    QList<QByteArray> replies;
+    QByteArray incoming;
+};
+
+#endif

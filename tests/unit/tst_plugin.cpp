@@ -1,0 +1,124 @@
+#include "device_setting.h"
+#include "driver_interface.h"
+#include "driver_setting.h"
+
+#include <QFile>
+#include <QLibrary>
+#include <QPluginLoader>
+#include <QProcess>
+#include <QScopedPointer>
+#include <QtTest>
+
+typedef DriverInterface* (*CreateDriverFunction)();
+typedef QObject* (*InstanceFunction)();
+typedef const char* (*VerificationFunction)();
+
+static const char verificationText[] = "pattern=QT_PLUGIN_VERIFICATION_DATA\nversion=4.8.6\ndebug=false\n"
+                                       "buildkey=arm linux g++-4 no-pkg-config";
+
+/// The module as the runtime sees it: a file, loaded at run time.
+class tst_plugin : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void identityAndDefaults();
+    void sharedInstance();
+    void castsByName();
+    void pluginLoader();
+    void verification();
+
+private:
+    template<typename Function>
+    Function entry(const char* name)
+    {
+        return reinterpret_cast<Function>(QLibrary::resolve(QLatin1String(PLUGIN_FILE), name));
+    }
+};
+
+void tst_plugin::identityAndDefaults()
+{
+    CreateDriverFunction create = entry<CreateDriverFunction>("CreateDriver");
+    QVERIFY(create);
+    QScopedPointer<DriverInterface> driver(create());
+    QScopedPointer<DriverInterface> other(create());
+    QVERIFY(driver.data() != other.data());
+
+    QCOMPARE(driver->totalSize(), 278528);
+    QCOMPARE(driver->name(), QString::fromLatin1("Modbus TCP Slave"));
+    QCOMPARE(driver->vender(), QString::fromLatin1("Modbus"));
+    QCOMPARE(driver->getVersionNumber(), QString::fromLatin1("1.0.0"));
+    QCOMPARE(driver->getStringBasedDefaultDriverSetting(), QString::fromLatin1("502"));
+    QCOMPARE(driver->supportedCommunicationFlags(), 256);
+    QCOMPARE(driver->getBlockAccessSize(), 125);
+    QCOMPARE(driver->getBitBlockAccessSize(), 2008);
+    QVERIFY(driver->initialize(nullptr));
+    QVERIFY(!driver->validation(QString()));
+    QVERIFY(!driver->hasError());
+    QVERIFY(driver->getLastError().isNull());
+    QVERIFY(!driver->isSupportSessionCommand());
+    QVERIFY(driver->deviceSettingChanged(nullptr));
+
+    QScopedPointer<DriverSetting> setting(driver->getDefaultDriverSetting());
+    QCOMPARE(setting->timeout, 3000);
+    QCOMPARE(setting->retry, 3);
+    QCOMPARE(setting->stationid, 1);
+    QCOMPARE(setting->delay, 0);
+    QScopedPointer<DeviceSetting> device(driver->getDefaultSerialDeviceSetting());
+    QCOMPARE(int(device->type), 256);
+    QCOMPARE(device->string, QString::fromLatin1("COM2"));
+    QCOMPARE(device->baudrate, 9600);
+    QCOMPARE(device->parity, 2);
+    QCOMPARE(device->linkID, -1);
+}
+
+void tst_plugin::sharedInstance()
+{
+    InstanceFunction instance = entry<InstanceFunction>("qt_plugin_instance");
+    QVERIFY(instance);
+    QObject* first = instance();
+    QCOMPARE(instance(), first);
+    delete first;
+    QObject* second = instance();
+    QVERIFY(qobject_cast<DriverInterface*>(second));
+    delete second;
+}
+
+void tst_plugin::castsByName()
+{
+    QScopedPointer<DriverInterface> driver(entry<CreateDriverFunction>("CreateDriver")());
+    QObject* object = driver->getThisObject();
+    QCOMPARE(object->metaObject()->className(), "DriverModbusTcpSlave");
+    QCOMPARE(object->qt_metacast("DriverModbusTcpSlave"), static_cast<void*>(object));
+    QCOMPARE(object->qt_metacast("DriverInterface"), static_cast<void*>(driver.data()));
+    QCOMPARE(object->qt_metacast("com.valdrith.drivers.DriverInterface/1.1"),
+             static_cast<void*>(driver.data()));
+    QVERIFY(!object->qt_metacast("SomethingElse"));
+    QCOMPARE(object->metaObject()->methodCount(), QObject::staticMetaObject.methodCount());
+}
+
+void tst_plugin::pluginLoader()
+{
+#if QT_VERSION >= 0x050000
+    QPluginLoader loader(QLatin1String(PLUGIN_FILE));
+    QObject* object = loader.instance();
+    QVERIFY2(object, qPrintable(loader.errorString()));
+    QCOMPARE(loader.metaData().value(QLatin1String("IID")).toString(),
+             QString::fromLatin1("com.valdrith.drivers.DriverInterface/1.1"));
+    QVERIFY(qobject_cast<DriverInterface*>(object));
+#endif
+}
+
+void tst_plugin::verification()
+{
+    VerificationFunction query = entry<VerificationFunction>("qt_plugin_query_verification_data");
+    QVERIFY(query);
+    QCOMPARE(QByteArray(query()), QByteArray(verificationText));
+
+    QFile file(QLatin1String(PLUGIN_FILE));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QVERIFY(file.readAll().contains(QByteArray(verificationText, sizeof verificationText)));
+}
+
+QTEST_MAIN(tst_plugin)
+#include "tst_plugin.moc"

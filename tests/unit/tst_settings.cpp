@@ -1,0 +1,234 @@
+#include "device_setting.h"
+#include "driver_setting.h"
+#include "message_capture.h"
+
+#include <QtTest>
+
+static QList<QPair<QString, QString>> pairs(const char* text)
+{
+    QList<QPair<QString, QString>> list;
+    const QStringList entries = QString::fromLatin1(text).split(QLatin1Char(' '), QString::SkipEmptyParts);
+    for (int i = 0; i < entries.size(); ++i)
+        list.append(qMakePair(entries.at(i).section(QLatin1Char('/'), 0, 0),
+                              entries.at(i).section(QLatin1Char('/'), 1, 1)));
+    return list;
+}
+
+static DeviceSetting defaultDevice()
+{
+    return DeviceSetting(EthernetDevice, QLatin1String("COM2"), 9600, 8, 0, 2);
+}
+
+template<typename Record>
+static QByteArray streamed(const Record& record)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    stream << record;
+    return bytes;
+}
+
+template<typename Record>
+static QDataStream::Status unstream(QByteArray bytes, Record& record)
+{
+    QDataStream stream(&bytes, QIODevice::ReadOnly);
+    stream >> record;
+    return stream.status();
+}
+
+class tst_settings : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void driverSettingStreamsFourIntegers();
+    void driverSettingConstructorsAndCopy();
+    void driverSettingDump();
+    void socketEntries();
+    void socketPorts_data();
+    void socketPorts();
+    void deviceSettingStream();
+    void storedIndexIsTestedAgainstTheListRead_data();
+    void storedIndexIsTestedAgainstTheListRead();
+    void everyShortStreamIsSurvived();
+    void promisedEntriesTakeNoMemory();
+    void deviceSettingDump();
+};
+
+void tst_settings::driverSettingStreamsFourIntegers()
+{
+    QCOMPARE(streamed(DriverSetting(3000, 3, 1, -1)),
+             QByteArray::fromHex("00000bb8 00000003 00000001 ffffffff"));
+
+    DriverSetting target(0, 0, 0, 0, QString(), 0, QLatin1String("kept"), true);
+    QCOMPARE(unstream(QByteArray::fromHex("00000001 00000002 00000003 fffffff0"), target), QDataStream::Ok);
+    QCOMPARE(target.timeout, 1);
+    QCOMPARE(target.retry, 2);
+    QCOMPARE(target.stationid, 3);
+    QCOMPARE(target.delay, -16);
+    QCOMPARE(target.auxString, QString::fromLatin1("kept"));
+    QVERIFY(target.auxFlag);
+}
+
+void tst_settings::driverSettingConstructorsAndCopy()
+{
+    const DriverSetting six(1, 2, 3, 4, QLatin1String("ignored"), 9);
+    QCOMPARE(streamed(six), streamed(DriverSetting(1, 2, 3, 4)));
+    QVERIFY(six.auxString.isEmpty());
+    QVERIFY(!six.auxFlag);
+    QVERIFY(!DriverSetting(1, 2, 3, 4).auxFlag);
+
+    DriverSetting target(0, 0, 0, 0);
+    target.copy(DriverSetting(1, 2, 3, 4, QLatin1String("ignored"), 9, QLatin1String("taken"), true));
+    QCOMPARE(streamed(target), streamed(six));
+    QCOMPARE(target.auxString, QString::fromLatin1("taken"));
+    QVERIFY(!target.auxFlag);
+}
+
+void tst_settings::driverSettingDump()
+{
+    MessageCapture capture;
+    DriverSetting(3000, 3, 1, -5).dump();
+    QCOMPARE(capture.messages(), QList<QByteArray>() << "timeout: 3000 retry: 3 stationid: 1 delay: -5 ");
+}
+
+void tst_settings::socketEntries()
+{
+    DeviceSetting setting = defaultDevice();
+    setting.setSocketIP(QLatin1String("x"), -1);
+    setting.setPort(1, 0);
+    setting.setCurrentIPIndex(0);
+    QVERIFY(setting.socketIP(-1).isEmpty());
+    QCOMPARE(int(setting.port(-1)), 0);
+    QVERIFY(setting.socketData.isEmpty());
+
+    setting.setSocketData(pairs("10.0.0.1/502 10.0.0.2/503"));
+    setting.setCurrentIPIndex(1);
+    setting.setCurrentIPIndex(2);
+    setting.setCurrentIPIndex(-1);
+    QCOMPARE(setting.currentIPIndex, 1);
+    QCOMPARE(setting.socketIP(-1), QString::fromLatin1("10.0.0.2"));
+    QCOMPARE(int(setting.port(-1)), 503);
+    QCOMPARE(int(setting.port(2)), 0);
+
+    const DeviceSetting earlier = setting;
+    setting.setSocketIP(QLatin1String("10.0.0.9"), 0);
+    setting.setPort(99, 2);
+    setting.setPort(504, -1);
+    QCOMPARE(setting.socketIP(0), QString::fromLatin1("10.0.0.9"));
+    QCOMPARE(int(setting.port(0)), 502);
+    QCOMPARE(int(setting.port(1)), 504);
+    QCOMPARE(earlier.socketIP(0), QString::fromLatin1("10.0.0.1"));
+
+    setting.setSocketData(pairs("10.0.0.3/1"));
+    QCOMPARE(setting.currentIPIndex, 1);
+    QVERIFY(setting.socketIP(-1).isEmpty());
+    setting.setSocketIP(QLatin1String("x"), -1);
+    QCOMPARE(setting.socketIP(0), QString::fromLatin1("10.0.0.3"));
+}
+
+void tst_settings::socketPorts_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("port");
+    QTest::newRow("largest") << "65535" << 65535;
+    QTest::newRow("too large") << "65536" << 0;
+    QTest::newRow("negative") << "-1" << 0;
+    QTest::newRow("not a number") << "abc" << 0;
+    QTest::newRow("hexadecimal") << "0x10" << 0;
+    QTest::newRow("empty") << "" << 0;
+}
+
+void tst_settings::socketPorts()
+{
+    QFETCH(QString, text);
+    QFETCH(int, port);
+    DeviceSetting setting = defaultDevice();
+    setting.setSocketData(QList<QPair<QString, QString>>() << qMakePair(QString(), text));
+    QCOMPARE(int(setting.port(0)), port);
+}
+
+void tst_settings::deviceSettingStream()
+{
+    DeviceSetting setting(EthernetDevice, QLatin1String("E"), 1, 2, 3, 4, 5, QLatin1String("not streamed"));
+    setting.linkID = 6;
+    setting.setSocketData(pairs("1.2/502 3/7"));
+    setting.setCurrentIPIndex(1);
+    const QByteArray expected =
+        QByteArray::fromHex("00000100 00000002 0045 00000001 00000002 00000003 00000004 00000005 00000006"
+                            "00000001 00000002 00000006 0031002e0032 01f6 00000002 0033 0007");
+    QCOMPARE(streamed(setting), expected);
+
+    DeviceSetting target(EthernetDevice, QString(), 0, 0, 0, 0, 0, QLatin1String("kept"));
+    QCOMPARE(unstream(expected, target), QDataStream::Ok);
+    QCOMPARE(streamed(target), expected);
+    QCOMPARE(target.auxString, QString::fromLatin1("kept"));
+}
+
+void tst_settings::storedIndexIsTestedAgainstTheListRead_data()
+{
+    QTest::addColumn<int>("own");
+    QTest::addColumn<int>("stored");
+    QTest::addColumn<int>("expected");
+    QTest::newRow("inside the list") << 0 << 1 << 1;
+    QTest::newRow("behind the list") << 1 << 2 << 1;
+    QTest::newRow("negative") << 1 << -1 << 1;
+    QTest::newRow("own index outside stays too") << 7 << 2 << 7;
+}
+
+void tst_settings::storedIndexIsTestedAgainstTheListRead()
+{
+    QFETCH(int, own);
+    QFETCH(int, stored);
+    QFETCH(int, expected);
+    DeviceSetting written = defaultDevice();
+    written.setSocketData(pairs("a/1 b/2"));
+    written.currentIPIndex = stored;
+    DeviceSetting target = defaultDevice();
+    target.currentIPIndex = own;
+    unstream(streamed(written), target);
+    QCOMPARE(target.currentIPIndex, expected);
+}
+
+void tst_settings::everyShortStreamIsSurvived()
+{
+    DeviceSetting setting = defaultDevice();
+    setting.setSocketData(pairs("10.0.0.1/502 10.0.0.2/503"));
+    const QByteArray whole = streamed(setting);
+    const int endOfFirstEntry = whole.size() - (4 + 2 * 8 + 2);
+    for (int length = 0; length < whole.size(); ++length) {
+        DeviceSetting target = defaultDevice();
+        QCOMPARE(unstream(whole.left(length), target),
+                 length == endOfFirstEntry ? QDataStream::Ok : QDataStream::ReadPastEnd);
+        QVERIFY2(target.socketData.size() <= 2, QByteArray::number(length).constData());
+    }
+}
+
+void tst_settings::promisedEntriesTakeNoMemory()
+{
+    QByteArray bytes = streamed(defaultDevice());
+    bytes.replace(bytes.size() - 4, 4, QByteArray::fromHex("ffffffff 00000002 0041 0001"));
+    DeviceSetting target = defaultDevice();
+    unstream(bytes, target);
+    QCOMPARE(target.socketData.size(), 1);
+    QCOMPARE(target.socketIP(0), QString::fromLatin1("A"));
+}
+
+void tst_settings::deviceSettingDump()
+{
+    MessageCapture capture;
+    DeviceSetting setting = defaultDevice();
+    setting.dump();
+    setting.string = QLatin1String("a\"b\\c");
+    setting.setSocketData(pairs("10.0.0.1/502"));
+    setting.dump();
+    QCOMPARE(capture.messages(),
+             QList<QByteArray>()
+                 << "type: 256 string: \"COM2\" baudrate: 9600 databits: 8 stopbits: 0 parity: 2 linkID: -1 "
+                    "current ip: \"\" current port: 0 "
+                 << "type: 256 string: \"a\"b\\c\" baudrate: 9600 databits: 8 stopbits: 0 parity: 2 "
+                    "linkID: -1 current ip: \"10.0.0.1\" current port: 502 ");
+}
+
+QTEST_MAIN(tst_settings)
+#include "tst_settings.moc"
