@@ -1,6 +1,7 @@
 #include "bits.h"
 
 #include "byte_access.h"
+#include <QtEndian>
 
 namespace {
 
@@ -39,20 +40,26 @@ void copyBitsBytewise(unsigned char* destination, const QByteArray& source, int 
     const unsigned char* const from = bytesOf(source);
     const int shift = start % 8;
     unsigned char* to = destination + start / 8;
-    for (int i = 0; i < bytesForBits(count); ++i, ++to) {
-        const int width = qMin(8, count - 8 * i);
-        const unsigned int mask = ((1u << width) - 1) << shift;
-        const unsigned int value = (i < source.size() ? from[i] : 0u) << shift;
-        replaceBits(to[0], value, mask);
-        if (mask > 0xFF)
-            replaceBits(to[1], value >> 8, mask >> 8);
+    unsigned int pending = *to & ((1u << shift) - 1);
+    for (int i = 0; i < count / 8; ++i, pending >>= 8) {
+        pending |= (i < source.size() ? from[i] : 0u) << shift;
+        *to++ = static_cast<unsigned char>(pending & 0xFF);
     }
+    const unsigned int last = count / 8 < source.size() ? from[count / 8] : 0u;
+    pending |= last << shift;
+    for (int left = shift + count % 8; left > 0; left -= 8, pending >>= 8)
+        replaceBits(*to++, pending, (1u << qMin(left, 8)) - 1);
 }
 
-// For n of 1 to 7.
+// For n of 1 to 7. Eight bytes at a time take their top bits from the byte that follows them.
 void shiftBits(unsigned char* bytes, int size, int n)
 {
-    for (int i = 0; i + 1 < size; ++i)
+    int i = 0;
+    for (; i + 8 < size; i += 8) {
+        const quint64 top = static_cast<quint64>(bytes[i + 8]) << (64 - n);
+        qToLittleEndian<quint64>(qFromLittleEndian<quint64>(bytes + i) >> n | top, bytes + i);
+    }
+    for (; i + 1 < size; ++i)
         bytes[i] = static_cast<unsigned char>((bytes[i] >> n) | (bytes[i + 1] << (8 - n)));
     bytes[size - 1] = static_cast<unsigned char>(bytes[size - 1] >> n);
 }
@@ -184,7 +191,8 @@ void RightShiftNBits(QByteArray& array, int n)
         return;
     }
     unsigned char* const bytes = bytesOf(array);
-    RotateArray(bytes, wholeBytes, kept);
+    if (wholeBytes > 0)
+        RotateArray(bytes, wholeBytes, kept);
     if (n % 8 != 0)
         shiftBits(bytes, kept, n % 8);
 }

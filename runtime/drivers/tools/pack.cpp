@@ -7,76 +7,68 @@
 
 namespace {
 
-// A va_list is an array on some machines and a plain value on others; inside a class it is passed on alike.
-class Arguments
+// A va_list is an array on some machines and a plain value on others; inside a record it is passed on alike.
+struct Arguments
 {
-public:
-    explicit Arguments(va_list from) { va_copy(list, from); }
-    ~Arguments() { va_end(list); }
+    va_list list;
+
     int number() { return va_arg(list, int); }
     unsigned char* pointer() { return static_cast<unsigned char*>(va_arg(list, void*)); }
-
-private:
-    Q_DISABLE_COPY(Arguments)
-    va_list list;
 };
 
-struct Item
+// An item of a format that has a count.
+struct ArrayItem
 {
-    char letter; // zero when a count is not followed by one
-    bool counted;
     unsigned int count;
+    char letter; // zero when none follows the count
 };
 
-inline Item takeItem(const char*& format)
+inline bool isDigit(char c)
 {
-    Item item = {'\0', false, 0};
-    for (; *format >= '0' && *format <= '9'; ++format) {
-        item.counted = true;
-        item.count = item.count * 10 + static_cast<unsigned int>(*format - '0');
-    }
-    item.letter = *format;
-    if (item.letter != '\0')
-        ++format;
+    return c >= '0' && c <= '9';
+}
+
+// Leaves format at the item's letter. A count of more than 32 bits wraps.
+ArrayItem takeArrayItem(const char*& format)
+{
+    unsigned int count = 0;
+    for (; isDigit(*format); ++format)
+        count = count * 10 + static_cast<unsigned int>(*format - '0');
+    const ArrayItem item = {count, *format};
     return item;
 }
 
-inline bool isFiller(const Item& item)
+inline bool isFiller(const ArrayItem& item)
 {
     return item.letter == 'x' || item.letter == 'X';
 }
 
-// Bytes of the field of a letter without a count, 0 for an unknown letter.
+// Bytes of the field of a letter, 0 for an unknown one.
 inline int fieldWidth(char letter)
 {
-    switch (letter) {
-    case 'C':
-    case 'c':
-    case 'x':
-    case 'X':
-        return 1;
-    case 'n':
-    case 'S':
-    case 's':
-    case 'v':
-        return 2;
-    case 'N':
-    case 'I':
-    case 'i':
-    case 'L':
-    case 'l':
-    case 'V':
-        return 4;
-    default:
-        return 0;
-    }
+    static const unsigned char widths[] = {
+        0, 0, 0, 1, 0, 0, 0, 0, // @ A B C D E F G
+        0, 4, 0, 0, 4, 0, 4, 0, // H I J K L M N O
+        0, 0, 0, 2, 0, 0, 4, 0, // P Q R S T U V W
+        1, 0, 0, 0, 0, 0, 0, 0, // X Y Z [ \ ] ^ _
+        0, 0, 0, 1, 0, 0, 0, 0, // ` a b c d e f g
+        0, 4, 0, 0, 4, 0, 2, 0, // h i j k l m n o
+        0, 0, 0, 2, 0, 0, 2, 0, // p q r s t u v w
+        1                       // x
+    };
+    const unsigned int index = static_cast<unsigned char>(letter) - static_cast<unsigned int>('@');
+    return index < sizeof widths ? widths[index] : 0;
+}
+
+bool isArrayLetter(char letter)
+{
+    return letter != '\0' && std::strchr("CcnvNV", letter) != nullptr;
 }
 
 // Bytes that an item with a count moves, 0 when that is an error.
-int arrayLength(const Item& item)
+int arrayLength(const ArrayItem& item)
 {
-    static const char letters[] = "CcnvNV";
-    if (item.letter == '\0' || std::strchr(letters, item.letter) == nullptr)
+    if (!isArrayLetter(item.letter))
         return 0;
     const quint64 length = static_cast<quint64>(item.count) * static_cast<quint64>(fieldWidth(item.letter));
     return length > INT_MAX ? 0 : static_cast<int>(length);
@@ -102,7 +94,7 @@ void unpackBigEndian(const unsigned char* in, unsigned char* elements, int lengt
 }
 
 // Bytes packed, -1 on an error.
-int packArray(unsigned char* out, const Item& item, Arguments& arguments)
+int packArray(unsigned char* out, const ArrayItem& item, Arguments& arguments)
 {
     if (isFiller(item)) {
         if (item.count > INT_MAX)
@@ -123,27 +115,8 @@ int packArray(unsigned char* out, const Item& item, Arguments& arguments)
     return length;
 }
 
-// Bytes packed, 0 for an unknown letter.
-inline int packField(unsigned char* out, char letter, Arguments& arguments)
-{
-    const int width = fieldWidth(letter);
-    if (letter == 'x')
-        *out = 0;
-    else if (letter == 'n')
-        qToBigEndian<quint16>(static_cast<quint16>(arguments.number()), out);
-    else if (letter == 'N')
-        qToBigEndian<quint32>(static_cast<quint32>(arguments.number()), out);
-    else if (width == 2)
-        qToLittleEndian<quint16>(static_cast<quint16>(arguments.number()), out);
-    else if (width == 4)
-        qToLittleEndian<quint32>(static_cast<quint32>(arguments.number()), out);
-    else if (width == 1 && letter != 'X')
-        *out = static_cast<unsigned char>(arguments.number());
-    return width;
-}
-
 // Bytes consumed, -1 on an error.
-int unpackArray(const unsigned char* in, const Item& item, Arguments& arguments)
+int unpackArray(const unsigned char* in, const ArrayItem& item, Arguments& arguments)
 {
     if (isFiller(item))
         return item.count > INT_MAX ? -1 : static_cast<int>(item.count);
@@ -159,119 +132,189 @@ int unpackArray(const unsigned char* in, const Item& item, Arguments& arguments)
     return length;
 }
 
-inline void store16(Arguments& arguments, quint16 value)
+inline quint16 low16(int number)
+{
+    return static_cast<quint16>(number & 0xFFFF);
+}
+
+int pack(unsigned char* out, const char* format, Arguments& arguments)
+{
+    unsigned char* next = out;
+    for (; *format != '\0'; ++format) {
+        switch (*format) {
+        case 'C':
+        case 'c':
+            *next = static_cast<unsigned char>(arguments.number());
+            next += 1;
+            break;
+        case 'n':
+            qToBigEndian<quint16>(low16(arguments.number()), next);
+            next += 2;
+            break;
+        case 'S':
+        case 's':
+        case 'v':
+            qToLittleEndian<quint16>(low16(arguments.number()), next);
+            next += 2;
+            break;
+        case 'N':
+            qToBigEndian<qint32>(arguments.number(), next);
+            next += 4;
+            break;
+        case 'I':
+        case 'i':
+        case 'L':
+        case 'l':
+        case 'V':
+            qToLittleEndian<qint32>(arguments.number(), next);
+            next += 4;
+            break;
+        case 'x':
+            *next = 0;
+            next += 1;
+            break;
+        case 'X':
+            next += 1;
+            break;
+        default:
+            if (!isDigit(*format))
+                return 0;
+            const int written = packArray(next, takeArrayItem(format), arguments);
+            if (written < 0)
+                return -1;
+            next += written;
+        }
+    }
+    return static_cast<int>(next - out);
+}
+
+template<typename Number>
+inline void store(Arguments& arguments, Number value)
 {
     std::memcpy(arguments.pointer(), &value, sizeof value);
 }
 
-inline void store32(Arguments& arguments, quint32 value)
+int unpack(const unsigned char* in, const char* format, Arguments& arguments)
 {
-    std::memcpy(arguments.pointer(), &value, sizeof value);
-}
-
-// Bytes consumed, -1 for an unknown letter.
-inline int unpackField(const unsigned char* in, const Item& item, Arguments& arguments)
-{
-    const int width = fieldWidth(item.letter);
-    if (width == 0)
-        return -1;
-    if (isFiller(item))
-        return width;
-    if (item.letter == 'n')
-        store16(arguments, qFromBigEndian<quint16>(in));
-    else if (item.letter == 'N')
-        store32(arguments, qFromBigEndian<quint32>(in));
-    else if (width == 2)
-        store16(arguments, qFromLittleEndian<quint16>(in));
-    else if (width == 4)
-        store32(arguments, qFromLittleEndian<quint32>(in));
-    else
-        *arguments.pointer() = *in;
-    return width;
+    const unsigned char* next = in;
+    for (; *format != '\0'; ++format) {
+        switch (*format) {
+        case 'C':
+        case 'c':
+            *arguments.pointer() = *next;
+            next += 1;
+            break;
+        case 'n':
+            store(arguments, qFromBigEndian<quint16>(next));
+            next += 2;
+            break;
+        case 'S':
+        case 's':
+        case 'v':
+            store(arguments, qFromLittleEndian<quint16>(next));
+            next += 2;
+            break;
+        case 'N':
+            store(arguments, qFromBigEndian<quint32>(next));
+            next += 4;
+            break;
+        case 'I':
+        case 'i':
+        case 'L':
+        case 'l':
+        case 'V':
+            store(arguments, qFromLittleEndian<quint32>(next));
+            next += 4;
+            break;
+        case 'x':
+        case 'X':
+            next += 1;
+            break;
+        default:
+            const int consumed = isDigit(*format) ? unpackArray(next, takeArrayItem(format), arguments) : -1;
+            if (consumed < 0)
+                return -1;
+            next += consumed;
+        }
+    }
+    return static_cast<int>(next - in);
 }
 
 // Bytes that an array packed with the format has, 0 on an error.
 int packedLength(const char* format)
 {
     qint64 length = 0;
-    while (*format != '\0') {
-        const Item item = takeItem(format);
-        const int moved = item.counted ? arrayLength(item) : fieldWidth(item.letter);
-        length += moved;
-        if (moved < 1 || length > INT_MAX)
+    for (; *format != '\0'; ++format) {
+        const int moved = isDigit(*format) ? arrayLength(takeArrayItem(format)) : fieldWidth(*format);
+        if (moved == 0)
             return 0;
+        length += moved;
     }
-    return static_cast<int>(length);
+    return length > INT_MAX ? 0 : static_cast<int>(length);
+}
+
+// The size is worked out first, so that the array is allocated once.
+QByteArray packNew(const char* format, Arguments& arguments)
+{
+    QByteArray bytes(packedLength(format), '\0');
+    if (!bytes.isEmpty())
+        pack(bytesOf(bytes), format, arguments);
+    return bytes;
 }
 
 } // namespace
 
 int VDataPack(unsigned char* out, const char* format, va_list args)
 {
-    Arguments arguments(args);
-    unsigned char* next = out;
-    while (*format != '\0') {
-        const Item item = takeItem(format);
-        const int written =
-            item.counted ? packArray(next, item, arguments) : packField(next, item.letter, arguments);
-        if (written < 0)
-            return -1;
-        if (written == 0 && !item.counted)
-            return 0;
-        next += written;
-    }
-    return static_cast<int>(next - out);
+    Arguments arguments;
+    va_copy(arguments.list, args);
+    const int written = pack(out, format, arguments);
+    va_end(arguments.list);
+    return written;
 }
 
 int DataPack(unsigned char* out, const char* format, ...)
 {
-    va_list args;
-    va_start(args, format);
-    const int written = VDataPack(out, format, args);
-    va_end(args);
+    Arguments arguments;
+    va_start(arguments.list, format);
+    const int written = pack(out, format, arguments);
+    va_end(arguments.list);
     return written;
 }
 
 QByteArray VByteArrayPack(const char* format, va_list args)
 {
-    const int length = packedLength(format);
-    if (length == 0)
-        return QByteArray();
-    QByteArray bytes(length, '\0');
-    VDataPack(bytesOf(bytes), format, args);
+    Arguments arguments;
+    va_copy(arguments.list, args);
+    const QByteArray bytes = packNew(format, arguments);
+    va_end(arguments.list);
     return bytes;
 }
 
 QByteArray ByteArrayPack(const char* format, ...)
 {
-    va_list args;
-    va_start(args, format);
-    const QByteArray bytes = VByteArrayPack(format, args);
-    va_end(args);
+    Arguments arguments;
+    va_start(arguments.list, format);
+    const QByteArray bytes = packNew(format, arguments);
+    va_end(arguments.list);
     return bytes;
 }
 
 int VDataUnpack(const unsigned char* in, const char* format, va_list args)
 {
-    Arguments arguments(args);
-    const unsigned char* next = in;
-    while (*format != '\0') {
-        const Item item = takeItem(format);
-        const int consumed =
-            item.counted ? unpackArray(next, item, arguments) : unpackField(next, item, arguments);
-        if (consumed < 0)
-            return -1;
-        next += consumed;
-    }
-    return static_cast<int>(next - in);
+    Arguments arguments;
+    va_copy(arguments.list, args);
+    const int consumed = unpack(in, format, arguments);
+    va_end(arguments.list);
+    return consumed;
 }
 
 int DataUnpack(const unsigned char* in, const char* format, ...)
 {
-    va_list args;
-    va_start(args, format);
-    const int consumed = VDataUnpack(in, format, args);
-    va_end(args);
+    Arguments arguments;
+    va_start(arguments.list, format);
+    const int consumed = unpack(in, format, arguments);
+    va_end(arguments.list);
     return consumed;
 }
 
