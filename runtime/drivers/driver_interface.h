@@ -68,6 +68,7 @@ public:
 
     virtual QObject* getThisObject() = 0;
     virtual bool isSupportSessionCommand() { return false; }
+    // By value, as the runtime's virtual table has it. NOLINTNEXTLINE(performance-unnecessary-value-param)
     virtual void setSessionCommand(QList<CommunicatorCommand> commands) { Q_UNUSED(commands) }
     virtual void clearSessionCommand() {}
     virtual bool deviceSettingChanged(const DeviceSetting* setting)

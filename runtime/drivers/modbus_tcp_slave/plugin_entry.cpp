@@ -24,7 +24,7 @@ Q_DECL_EXPORT QObject* qt_plugin_instance()
     static QPointer<QObject> instance;
     if (!instance)
         instance = new DriverModbusTcpSlave;
-    return instance;
+    return instance.data();
 }
 #endif
 

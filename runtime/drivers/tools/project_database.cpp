@@ -9,24 +9,21 @@
 static const QString COMPILE_PATH = QLatin1String("compile");
 static const QString DATABASE_PATH = QLatin1String("database");
 
-static void enterIfThere(QDir& directory, const QString& name)
+/// The directory name below directory, or directory itself when there is none.
+static QDir entered(const QDir& directory, const QString& name)
 {
-    if (directory.exists(name))
-        directory.cd(name);
+    QDir below(directory);
+    return below.exists(name) && below.cd(name) ? below : directory;
 }
 
 QDir GetCompilePath()
 {
-    QDir directory(QCoreApplication::applicationDirPath());
-    enterIfThere(directory, COMPILE_PATH);
-    return directory;
+    return entered(QDir(QCoreApplication::applicationDirPath()), COMPILE_PATH);
 }
 
 QString GetDatabaseName()
 {
-    QDir directory = GetCompilePath();
-    enterIfThere(directory, DATABASE_PATH);
-    return directory.absoluteFilePath(DATABASE_PATH);
+    return entered(GetCompilePath(), DATABASE_PATH).absoluteFilePath(DATABASE_PATH);
 }
 
 int DevStrToHmiPort(const QString& dev_str)

@@ -1,0 +1,26 @@
+#!/usr/bin/env bash
+# What a tool can check of the sources, a tool checks. Needs build/release to be configured.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/common.sh
+
+step "clang-format"
+sources | xargs clang-format-14 --dry-run -Werror
+
+step "shellcheck"
+git ls-files -z --cached --others --exclude-standard | xargs -0 grep -lE '^#!.*\bbash' -- | xargs shellcheck -x -e SC1091
+
+step "cppcheck"
+folders=()
+for folder in runtime host simulator; do
+    [ ! -d "$folder" ] || folders+=("$folder")
+done
+cppcheck --quiet --error-exitcode=1 --inline-suppr --std=c++17 --library=qt -j "$(nproc)" \
+    --enable=warning,performance,portability --suppress=unknownMacro --suppress=missingInclude \
+    --suppress='*:*_autogen/*' -I runtime/drivers \
+    "${folders[@]}"
+
+step "clang-tidy"
+run-clang-tidy-14 -quiet -p build/release -j "$(nproc)" "$PWD/(runtime|host|simulator|bench|fuzz|examples)/.*\.cpp$" \
+    >build/clang-tidy.log 2>&1 || { grep -E '(warning|error):' -A4 build/clang-tidy.log || tail -40 build/clang-tidy.log; exit 1; }
+echo "lint: clean"
