@@ -5,9 +5,18 @@
 
 using namespace modbus_tcp;
 
+static char upperCase(char letter)
+{
+    return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
+}
+
 bool modbus_tcp::beginsWith(const QByteArray& prefix, const char* area)
 {
-    return qstrnicmp(prefix.constData(), area, qstrlen(area)) == 0;
+    const char* text = prefix.constData();
+    for (; *area; ++area, ++text)
+        if (upperCase(*text) != *area)
+            return false;
+    return true;
 }
 
 namespace {
@@ -32,34 +41,48 @@ bool isDigit(unsigned char character)
     return character >= '0' && character <= '9';
 }
 
-/// Takes the text of a command's address apart: prefix receives the area prefix as written, address the
+/// Whether prefix holds the first length characters of text. Most commands name the area of the one before.
+bool holds(const QByteArray& prefix, const QChar* text, int length)
+{
+    if (prefix.size() != length)
+        return false;
+    const char* characters = prefix.constData();
+    int i = 0;
+    while (i < length && static_cast<unsigned char>(characters[i]) == eightBit(text[i]))
+        ++i;
+    return i == length;
+}
+
+/// Takes the text of a command's address apart: prefix becomes the area prefix as written, address the
 /// number minus one modulo 65536 (65535 without a number) and bit, only when the number is followed by ".",
 /// the decimal digits after that modulo 256. What follows, such as "SW", is not looked at.
 void ModbusTcpSlaveParseAddress(const QString& text, QByteArray& prefix, unsigned short& address,
                                 unsigned char& bit)
 {
+    const QChar* const characters = text.constData();
     const int end = text.size();
     int position = 0;
     address = AddressSpace - 1;
 
-    if (end > 0 && (text.at(0) == QLatin1Char('F') || text.at(0) == QLatin1Char('f')))
-        for (; position < end && position < 3; ++position)
-            prefix.append(static_cast<char>(eightBit(text.at(position))));
-    for (; position < end && isLetter(eightBit(text.at(position))); ++position)
-        prefix.append(static_cast<char>(eightBit(text.at(position))));
+    if (end > 0 && (characters[0] == QLatin1Char('F') || characters[0] == QLatin1Char('f')))
+        position = qMin(end, 3);
+    while (position < end && isLetter(eightBit(characters[position])))
+        ++position;
+    if (!holds(prefix, characters, position))
+        prefix = text.left(position).toLatin1();
 
-    if (position < end && isDigit(eightBit(text.at(position)))) {
+    if (position < end && isDigit(eightBit(characters[position]))) {
         quint32 number = 0;
-        for (; position < end && isDigit(eightBit(text.at(position))); ++position)
-            number = number * 10 + (eightBit(text.at(position)) - quint32('0'));
+        for (; position < end && isDigit(eightBit(characters[position])); ++position)
+            number = number * 10 + (eightBit(characters[position]) - quint32('0'));
         address = static_cast<unsigned short>(number - 1);
     }
 
-    if (position >= end || text.at(position) != QLatin1Char('.'))
+    if (position >= end || characters[position] != QLatin1Char('.'))
         return;
     bit = 0;
-    for (++position; position < end && isDigit(eightBit(text.at(position))); ++position)
-        bit = static_cast<unsigned char>(bit * 10 + (eightBit(text.at(position)) - '0'));
+    for (++position; position < end && isDigit(eightBit(characters[position])); ++position)
+        bit = static_cast<unsigned char>(bit * 10 + (eightBit(characters[position]) - '0'));
 }
 
 bool isHighWordFirst(const CommunicatorCommand& command)
@@ -123,13 +146,12 @@ QByteArray DriverModbusTcpSlave::read(AbstractDeviceInterface* device, const Com
     if (!loadProject(device))
         return QByteArray();
 
-    QByteArray prefix;
     unsigned short address = 0;
     unsigned char bit = 0;
-    ModbusTcpSlaveParseAddress(command.address, prefix, address, bit);
+    ModbusTcpSlaveParseAddress(command.address, areaPrefix, address, bit);
 
     QByteArray data;
-    if (!runAttempts(device, [&] { data = readArea(device, command, prefix, address, bit); }))
+    if (!runAttempts(device, [&] { data = readArea(device, command, areaPrefix, address, bit); }))
         return QByteArray();
     if (hasCommError)
         appendCmdToReadCommError(static_cast<unsigned char>(device->stationId()), command);
@@ -168,13 +190,12 @@ bool DriverModbusTcpSlave::write(AbstractDeviceInterface* device, const Communic
     if (!loadProject(device))
         return false;
 
-    QByteArray prefix;
     unsigned short address = 0;
     unsigned char bit = 0;
-    ModbusTcpSlaveParseAddress(command.address, prefix, address, bit);
+    ModbusTcpSlaveParseAddress(command.address, areaPrefix, address, bit);
 
     bool done = false;
-    if (!runAttempts(device, [&] { done = writeArea(device, command, data, prefix, address, bit); }))
+    if (!runAttempts(device, [&] { done = writeArea(device, command, data, areaPrefix, address, bit); }))
         return false;
     if (hasCommError)
         appendCmdToWriteCommError(static_cast<unsigned char>(device->stationId()), command);

@@ -31,7 +31,7 @@ enum : int
     AddressSpace = 65536
 };
 
-/// Whether prefix begins with area, whatever the case of its letters.
+/// Whether prefix, whatever the case of its letters, begins with area, which is in capitals.
 bool beginsWith(const QByteArray& prefix, const char* area);
 } // namespace modbus_tcp
 
@@ -265,6 +265,7 @@ private:
     QString lastError;
     QString connectionName;
     std::map<unsigned char, ModbusBitSet> validBitAddressesMap;
+    QByteArray areaPrefix;  ///< of the command at hand; kept so that the next one need not make it again
     FileStamp projectStamp; ///< of the project file when it was last looked into without success
 };
 

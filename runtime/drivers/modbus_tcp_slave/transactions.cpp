@@ -35,14 +35,18 @@ bool DriverModbusTcpSlave::sendRequest(AbstractDeviceInterface* device, const QB
     unsigned char head[MbapLength + 6]; // "CnnC" is the longest run of fields
     va_list fields;
     va_start(fields, pduFormat);
-    const int fieldsLength = VDataPack(head + MbapLength, pduFormat, fields);
+    const int headLength = MbapLength + VDataPack(head + MbapLength, pduFormat, fields);
     va_end(fields);
-    DataPack(head, "nnnC", transactionId, 0, fieldsLength + data.size() + 1, unitId);
+    DataPack(head, "nnnC", transactionId, 0, headLength - MbapLengthOffset + data.size(), unitId);
 
+    const char* start = reinterpret_cast<const char*>(head);
+    if (data.isEmpty()) {
+        written = device->writeData(start, headLength);
+        return written == headLength;
+    }
     QByteArray frame;
-    frame.reserve(MbapLength + fieldsLength + data.size());
-    frame.append(reinterpret_cast<const char*>(head), MbapLength + fieldsLength);
-    frame.append(data);
+    frame.reserve(headLength + data.size());
+    frame.append(start, headLength).append(data);
     written = device->writeData(frame.constData(), frame.size());
     return written == frame.size();
 }
