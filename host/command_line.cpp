@@ -1,0 +1,217 @@
+#include "command_line.h"
+
+#include "commands/commands.h"
+#include "option_values.h"
+
+#include <functional>
+
+namespace {
+
+const char* const exitStatuses =
+    "Exit status: 0 done; 1 the driver, the device or the system refused, the text is on stderr; 2 the "
+    "command "
+    "line is wrong or its plug-in can not be used, nothing was sent; 130 interrupted with Ctrl-C.";
+
+const char* const addressHelp =
+    "HMI address of the first element: HR100, HR100.3, HR100SW, FN6HR100, IR100, DO5, "
+    "FN5DO5, DI5";
+
+/// What the command line is parsed into, and the command that it names.
+struct Parsed
+{
+    LinkOptions link;
+    ReadOptions read;
+    WriteOptions write;
+    ProjectCreateOptions projectCreate;
+    ProjectShowOptions projectShow;
+    std::function<int(Console&)> command;
+};
+
+/// A command below app which runs run(options, console) once all is parsed.
+template<class Options>
+CLI::App& addCommand(CLI::App& app, const char* name, const char* help, Parsed& parsed, Options& options,
+                     int (*run)(const Options&, Console&))
+{
+    CLI::App* command = app.add_subcommand(name, help);
+    command->fallthrough();
+    command->footer(exitStatuses);
+    command->callback([&parsed, &options, run] {
+        parsed.command = [&parsed, &options, run](Console& console) {
+            if constexpr (!std::is_same_v<Options, LinkOptions>)
+                options.link = parsed.link;
+            return run(options, console);
+        };
+    });
+    return *command;
+}
+
+void addDevice(CLI::App& app, DeviceAddress& device)
+{
+    app.add_option_function<std::string>(
+           "--device",
+           [&device](const std::string& text) {
+               QString error;
+               const auto address = parseDeviceAddress(QString::fromStdString(text), error);
+               if (!address)
+                   throw CLI::ValidationError("--device", error.toStdString());
+               device = *address;
+           },
+           "The device, a name, IPv4 or [IPv6] address (default 127.0.0.1, port from the driver)")
+        ->type_name("HOST[:PORT]");
+}
+
+void addLinkOptions(CLI::App& app, LinkOptions& link)
+{
+    static const QStringList entries = {QStringLiteral("create"), QStringLiteral("instance")};
+    static const QStringList formats = {QStringLiteral("text"), QStringLiteral("json")};
+    addText(app, "--driver", link.driverFile,
+            "Driver plug-in (default: drivers/libmodbus_tcp_slave.so beside driverhost)")
+        ->type_name("FILE");
+    addChoice<PluginEntry>(
+        app, "--entry", link.entry, entries,
+        "How the driver is taken from the plug-in: its function CreateDriver (default) or Qt's "
+        "plug-in instance");
+    addDevice(app, link.device);
+    addNumber(app, "--station", link.station, 0, 255,
+              "Station, the Modbus unit identifier (default: the driver's)");
+    addNumber(app, "--retry", link.retry, 0, 1000, "Repetitions of a failed command (default: the driver's)");
+    addNumber(app, "--timeout", link.timeout, 1, 3600000,
+              "Longest wait for an answer or a connection, in milliseconds (default: the driver's)");
+    addNumber(app, "--delay", link.delay, 0, 60000,
+              "Pause before each attempt, in milliseconds (default: the driver's)");
+    addNumber(app, "--link", link.linkId, 0, largestInt, "Link id in the project database (default 1)");
+    addChoice<OutputFormat>(app, "--format", link.format, formats,
+                            "Output for people (default) or one JSON object on each line");
+    app.add_flag("--trace", link.trace, "Print each frame sent and received, decoded, on stderr");
+}
+
+void addType(CLI::App& command, std::optional<CommandDataType>& type)
+{
+    addChoice<CommandDataType>(command, "--type", type, dataTypeNames(),
+                               "Type of one element (default: bit for DI, DO and FN5DO, else word)");
+}
+
+void addRead(CLI::App& app, Parsed& parsed)
+{
+    CLI::App& command =
+        addCommand(app, "read", "Read elements from the device", parsed, parsed.read, runRead);
+    addText(command, "ADDRESS", parsed.read.address, addressHelp)->required();
+    addType(command, parsed.read.type);
+    addNumber(command, "--count", parsed.read.count, 0, largestInt, "Number of elements (default 1)");
+    addChoice<Notation>(command, "--as", parsed.read.notation, notationNames(),
+                        "How values are printed (default uint); float for dword, text for byte and block");
+}
+
+void addWrite(CLI::App& app, Parsed& parsed)
+{
+    CLI::App& command =
+        addCommand(app, "write", "Write elements to the device", parsed, parsed.write, runWrite);
+    addText(command, "ADDRESS", parsed.write.address, addressHelp)->required();
+    addTexts(command, "VALUE", parsed.write.values,
+             "Values of the elements: decimal, 0x hexadecimal, negative, 0 or 1 for bits; for dword also "
+             "numbers with "
+             "a decimal point, written in single precision")
+        ->required();
+    addType(command, parsed.write.type);
+    addNumber(command, "--count", parsed.write.count, 1, largestInt,
+              "Number of elements, to be sure that it is the number of values");
+    addChoice<Notation>(command, "--as", parsed.write.notation, notationNames(),
+                        "How the values are written; text takes one text for byte and block");
+}
+
+void addProject(CLI::App& app, Parsed& parsed)
+{
+    CLI::App* project =
+        app.add_subcommand("project", "The project database beside driverhost, which drivers read");
+    project->fallthrough()->require_subcommand(1)->footer(exitStatuses);
+    ProjectCreateOptions& options = parsed.projectCreate;
+    CLI::App& create =
+        addCommand(*project, "create",
+                   "Replace the project by a new one with the link --link and its default station "
+                   "--station at --device",
+                   parsed, options, runProjectCreate);
+    addTexts(create, "--tag", options.tags, "HMI address of a tag of the link; may be repeated")
+        ->type_name("ADDRESS")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    addText(create, "--tags", options.tagFile, "File with one tag address on each line")->type_name("FILE");
+    CLI::App& show = addCommand(*project, "show", "Print the links, nodes and tags of the project", parsed,
+                                parsed.projectShow, runProjectShow);
+    show.add_flag("--all", parsed.projectShow.allTags, "Print every tag, not only their number");
+}
+
+void describe(CLI::App& app, Parsed& parsed)
+{
+    app.require_subcommand(1);
+    app.footer(exitStatuses);
+    app.set_version_flag("--version", "driverhost " DRIVERHOST_VERSION);
+    addLinkOptions(app, parsed.link);
+    addCommand(app, "info", "Print what the driver says about itself", parsed, parsed.link, runInfo);
+    addRead(app, parsed);
+    addWrite(app, parsed);
+    addProject(app, parsed);
+}
+
+/// The innermost command that the arguments have reached.
+CLI::App& reachedCommand(CLI::App& app)
+{
+    const auto commands = app.get_subcommands();
+    return commands.empty() ? app : reachedCommand(*commands.back());
+}
+
+QStringList optionsAndCommands(CLI::App& command)
+{
+    QStringList names;
+    for (const CLI::App* app = &command; app; app = app->get_parent()) {
+        for (const CLI::Option* option : app->get_options())
+            names += QString::fromStdString(option->get_name());
+    }
+    for (const CLI::App* sub : command.get_subcommands([](const CLI::App*) { return true; }))
+        names += QString::fromStdString(sub->get_name());
+    return names;
+}
+
+QString commandName(const CLI::App& command)
+{
+    const QString name = QString::fromStdString(command.get_name());
+    return command.get_parent() ? commandName(*command.get_parent()) + QLatin1Char(' ') + name : name;
+}
+
+int reportParseError(CLI::App& app, const CLI::ParseError& error, Console& console)
+{
+    CLI::App& command = reachedCommand(app);
+    QString text = QString::fromLocal8Bit(error.what());
+    const std::vector<std::string> unknown = app.remaining(true);
+    if (dynamic_cast<const CLI::ExtrasError*>(&error) && !unknown.empty()) {
+        const QString wrong = QString::fromStdString(unknown.front());
+        const QString similar =
+            mostSimilar(wrong.section(QLatin1Char('='), 0, 0), optionsAndCommands(command));
+        text = QStringLiteral("%1 takes no \"%2\"").arg(commandName(command), wrong);
+        text += similar.isEmpty() ? QString() : QStringLiteral("; did you mean %1?").arg(similar);
+    }
+    reportError(console, WrongCommandLine, text);
+    console.err << "see " << commandName(command) << " --help\n";
+    return WrongCommandLine;
+}
+
+} // namespace
+
+int runCommandLine(const QStringList& arguments, Console& console)
+{
+    CLI::App app("Runs commands on a field device through a driver plug-in, as the panel's runtime does.",
+                 "driverhost");
+    Parsed parsed;
+    describe(app, parsed);
+    try {
+        app.parse(argumentsForCli(arguments));
+    } catch (const CLI::CallForHelp&) {
+        console.out << QString::fromStdString(reachedCommand(app).help());
+        return Done;
+    } catch (const CLI::CallForVersion& version) {
+        console.out << version.what() << '\n';
+        return Done;
+    } catch (const CLI::ParseError& error) {
+        return reportParseError(app, error, console);
+    }
+    return parsed.command(console);
+}

@@ -1,0 +1,25 @@
+#ifndef COMMANDS_H
+#define COMMANDS_H
+
+#include "console.h"
+#include "options.h"
+
+// The commands of driverhost, each in a file of its own. Each writes its result to console.out and everything
+// else to console.err, and returns an ExitStatus.
+
+/// What the driver says about itself.
+int runInfo(const LinkOptions& options, Console& console);
+
+/// One read command: a line for each element, or one JSON object.
+int runRead(const ReadOptions& options, Console& console);
+
+/// One write command. Values that do not fit are refused before anything is sent.
+int runWrite(const WriteOptions& options, Console& console);
+
+/// Replaces the project beside the program by a new one with one link and its default station.
+int runProjectCreate(const ProjectCreateOptions& options, Console& console);
+
+/// Prints the links, nodes and tags of the project beside the program.
+int runProjectShow(const ProjectShowOptions& options, Console& console);
+
+#endif

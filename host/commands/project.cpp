@@ -1,0 +1,163 @@
+#include "commands/commands.h"
+#include "interrupt.h"
+#include "json_line.h"
+#include "project_file.h"
+#include "text_table.h"
+
+#include <QFile>
+#include <QJsonArray>
+#include <QMap>
+
+namespace {
+
+constexpr int defaultStation = 1;
+constexpr int defaultPort = 502;
+
+/// Adds the addresses of a file, one on each line; blank lines and lines that begin with # are passed over.
+/// Returns a sentence that names the file and the line, empty on success.
+QString readTagFile(const QString& fileName, QStringList& tags)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return QStringLiteral("--tags: can not read %1: %2").arg(fileName, file.errorString());
+    for (int number = 1; !file.atEnd(); ++number) {
+        const QString line = QString::fromUtf8(file.readLine()).trimmed();
+        if (line.contains(QRegularExpression(QStringLiteral("[\\x00-\\x20]"))) &&
+            !line.startsWith(QLatin1Char('#')))
+            return QStringLiteral("--tags: line %1 of %2 is no address").arg(number).arg(fileName);
+        if (!line.isEmpty() && !line.startsWith(QLatin1Char('#')))
+            tags += line;
+    }
+    return file.error() == QFile::NoError
+               ? QString()
+               : QStringLiteral("--tags: can not read %1: %2").arg(fileName, file.errorString());
+}
+
+void addContents(ProjectWriter& writer, const LinkOptions& link, const QStringList& tags)
+{
+    const int port = link.device.port.value_or(defaultPort);
+    writer.addLink({link.linkId, ethernetHmiPort});
+    writer.addNode({link.linkId, link.station.value_or(defaultStation), true, link.device.host, port});
+    for (const QString& tag : tags) {
+        if (interrupt::flag() || !writer.addTag({link.linkId, tag}))
+            return;
+    }
+}
+
+struct Contents
+{
+    QVector<ProjectLink> links;
+    QVector<ProjectNode> nodes;
+    QMap<int, int> tagsOfLink;
+    QVector<ProjectTag> tags;
+};
+
+Contents readContents(ProjectReader& reader, bool allTags)
+{
+    Contents contents;
+    contents.links = reader.links();
+    contents.nodes = reader.nodes();
+    reader.forEachTag([&](const ProjectTag& tag) {
+        ++contents.tagsOfLink[tag.linkId];
+        if (allTags)
+            contents.tags += tag;
+    });
+    return contents;
+}
+
+QString cell(const char* text)
+{
+    return QLatin1String(text);
+}
+QString cell(int number)
+{
+    return QString::number(number);
+}
+
+void printTables(const Contents& contents, QTextStream& out)
+{
+    constexpr auto left = TextTable::Left;
+    constexpr auto right = TextTable::Right;
+    TextTable links({right, right, right});
+    links.addRow({cell("LINK"), cell("HMI PORT"), cell("TAGS")});
+    for (const ProjectLink& link : contents.links)
+        links.addRow({cell(link.linkId), cell(link.hmiPort), cell(contents.tagsOfLink.value(link.linkId))});
+    TextTable nodes({right, right, left, left, right});
+    nodes.addRow({cell("LINK"), cell("STATION"), cell("DEFAULT"), cell("IP"), cell("PORT")});
+    for (const ProjectNode& node : contents.nodes)
+        nodes.addRow({cell(node.linkId), cell(node.stationId), cell(node.isDefault ? "yes" : "no"), node.ip,
+                      cell(node.port)});
+    TextTable tags({right, left});
+    tags.addRow({cell("LINK"), cell("TAG")});
+    for (const ProjectTag& tag : contents.tags)
+        tags.addRow({cell(tag.linkId), tag.address});
+    links.print(out);
+    out << '\n';
+    nodes.print(out);
+    if (contents.tags.isEmpty())
+        return;
+    out << '\n';
+    tags.print(out);
+}
+
+QJsonObject toJson(const Contents& contents, bool allTags)
+{
+    QJsonArray links;
+    for (const ProjectLink& link : contents.links)
+        links += QJsonObject{{QStringLiteral("link"), link.linkId},
+                             {QStringLiteral("hmiPort"), link.hmiPort},
+                             {QStringLiteral("tags"), contents.tagsOfLink.value(link.linkId)}};
+    QJsonArray nodes;
+    for (const ProjectNode& node : contents.nodes)
+        nodes += QJsonObject{{QStringLiteral("link"), node.linkId},
+                             {QStringLiteral("station"), node.stationId},
+                             {QStringLiteral("default"), node.isDefault},
+                             {QStringLiteral("ip"), node.ip},
+                             {QStringLiteral("port"), node.port}};
+    QJsonArray tags;
+    for (const ProjectTag& tag : contents.tags)
+        tags += QJsonObject{{QStringLiteral("link"), tag.linkId}, {QStringLiteral("address"), tag.address}};
+    QJsonObject object{{QStringLiteral("links"), links}, {QStringLiteral("nodes"), nodes}};
+    if (allTags)
+        object.insert(QStringLiteral("tags"), tags);
+    return object;
+}
+
+} // namespace
+
+int runProjectCreate(const ProjectCreateOptions& options, Console& console)
+{
+    QStringList tags = options.tags;
+    QString problem = options.tagFile.isEmpty() ? QString() : readTagFile(options.tagFile, tags);
+    if (!problem.isEmpty())
+        return reportError(console, WrongCommandLine, problem);
+    problem = makeProjectFolder();
+    if (!problem.isEmpty())
+        return reportError(console, Refused, problem);
+
+    ProjectWriter writer(projectFileName());
+    addContents(writer, options.link, tags);
+    if (interrupt::flag())
+        return reportError(console, Interrupted, QStringLiteral("interrupted, the project is as it was"));
+    if (!writer.commit())
+        return reportError(console, Refused, writer.error());
+    if (options.link.format == OutputFormat::Json)
+        printJsonLine(console.out,
+                      {{QStringLiteral("file"), projectFileName()}, {QStringLiteral("tags"), tags.size()}});
+    else
+        console.out << "created " << projectFileName() << " with " << tags.size() << " tag(s)\n";
+    return Done;
+}
+
+int runProjectShow(const ProjectShowOptions& options, Console& console)
+{
+    ProjectReader reader(projectFileName());
+    const Contents contents = readContents(reader, options.allTags);
+    if (!reader.error().isEmpty())
+        return reportError(console, Refused, reader.error());
+    if (options.link.format == OutputFormat::Json)
+        printJsonLine(console.out, toJson(contents, options.allTags));
+    else
+        printTables(contents, console.out);
+    return Done;
+}

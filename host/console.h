@@ -1,0 +1,31 @@
+#ifndef CONSOLE_H
+#define CONSOLE_H
+
+#include <QTextStream>
+
+/// The program's exit statuses.
+enum ExitStatus
+{
+    Done = 0,
+    Refused = 1,          ///< the driver, the device or the system refused; the text is on stderr
+    WrongCommandLine = 2, ///< nothing was sent; stderr says what would be right
+    Interrupted = 130     ///< Ctrl-C, by the shell's convention for signal 2
+};
+
+/// Where a command writes: results to out, everything else to err.
+struct Console
+{
+    QTextStream& out;
+    QTextStream& err;
+};
+
+/// Writes "error: " and the text to stderr. Returns status.
+inline int reportError(Console& console, ExitStatus status, const QString& text)
+{
+    console.out.flush();
+    console.err << "error: " << text << '\n';
+    console.err.flush();
+    return status;
+}
+
+#endif

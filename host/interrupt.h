@@ -1,0 +1,24 @@
+#ifndef INTERRUPT_H
+#define INTERRUPT_H
+
+#include <atomic>
+
+/// Ctrl-C and SIGTERM, process-wide.
+namespace interrupt {
+
+/// What becomes of a program that is still busy a second after the signal, in a driver's pause for example.
+enum class StillBusy
+{
+    Exit, ///< it ends with status 130 and a word on stderr
+    Stay  ///< it goes on; its command watches flag() and ends in its own time
+};
+
+/// From now on the first signal raises flag() and ends the wait that is going on; a second one kills.
+void catchSignals(StillBusy policy);
+
+/// True once a signal has come.
+const std::atomic<bool>& flag();
+
+} // namespace interrupt
+
+#endif

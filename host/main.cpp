@@ -1,0 +1,16 @@
+#include "command_line.h"
+#include "interrupt.h"
+
+#include <QCoreApplication>
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    QTextStream out(stdout);
+    QTextStream err(stderr);
+    out.setCodec("UTF-8");
+    err.setCodec("UTF-8");
+    Console console{out, err};
+    interrupt::catchSignals(interrupt::StillBusy::Exit);
+    return runCommandLine(QCoreApplication::arguments().mid(1), console);
+}

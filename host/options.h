@@ -1,0 +1,70 @@
+#ifndef OPTIONS_H
+#define OPTIONS_H
+
+#include "communicator_command.h"
+#include "device_address.h"
+#include "driver_plugin.h"
+#include "values.h"
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+// What the command line asks for, one record for each command. command_line.cpp fills them, the commands take
+// them; a command checks only what needs more than one option.
+
+enum class OutputFormat
+{
+    Text,
+    Json ///< one object on each line
+};
+
+/// What every command that uses a driver shares.
+struct LinkOptions
+{
+    QString driverFile; ///< empty: DriverPlugin::defaultFileName()
+    PluginEntry entry = PluginEntry::CreateDriver;
+    DeviceAddress device;       ///< without a port: the driver's own default
+    std::optional<int> station; ///< these four: none is the driver's own default
+    std::optional<int> retry;
+    std::optional<int> timeout; ///< milliseconds
+    std::optional<int> delay;   ///< milliseconds
+    int linkId = 1;
+    OutputFormat format = OutputFormat::Text;
+    bool trace = false;
+};
+
+struct ReadOptions
+{
+    LinkOptions link;
+    QString address;
+    std::optional<CommandDataType> type; ///< none: what the area is made of
+    int count = 1;
+    Notation notation = Notation::Unsigned;
+};
+
+struct WriteOptions
+{
+    LinkOptions link;
+    QString address;
+    std::optional<CommandDataType> type; ///< none: what the area is made of
+    std::optional<int> count;            ///< given, it must be the number of the values
+    std::optional<Notation> notation;    ///< none: as encodeValues says
+    QStringList values;
+};
+
+struct ProjectCreateOptions
+{
+    LinkOptions link; ///< its link id, station and device go into the project
+    QStringList tags;
+    QString tagFile; ///< one address on each line; empty: none
+};
+
+struct ProjectShowOptions
+{
+    LinkOptions link; ///< only its format counts
+    bool allTags = false;
+};
+
+#endif

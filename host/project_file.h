@@ -1,0 +1,123 @@
+#ifndef PROJECT_FILE_H
+#define PROJECT_FILE_H
+
+#include <QSqlDatabase>
+#include <QString>
+#include <QVector>
+
+#include <functional>
+#include <memory>
+
+/// A communication link of the project.
+struct ProjectLink
+{
+    int linkId;
+    int hmiPort; ///< 2000 for Ethernet, 1000 and up for COM1 and up
+};
+
+/// A station on a link.
+struct ProjectNode
+{
+    int linkId;
+    int stationId;
+    bool isDefault; ///< tags that name no station belong to it
+    QString ip;
+    int port;
+};
+
+struct ProjectTag
+{
+    int linkId;
+    QString address; ///< an HMI address, or STATION-ADDRESS
+};
+
+constexpr int ethernetHmiPort = 2000;
+
+/// Where drivers look for the project database: below the folder of the running program.
+QString projectFileName();
+
+/// Makes the folder that projectFileName() lies in. Returns a sentence that says why not, empty when it is
+/// there.
+QString makeProjectFolder();
+
+/// An open SQLite file, known to QtSql under a name of its own, closed and forgotten at the end.
+class ScopedDatabase
+{
+public:
+    /// Read-only, or created when writable.
+    ScopedDatabase(const QString& fileName, bool writable);
+    ~ScopedDatabase();
+    ScopedDatabase(const ScopedDatabase&) = delete;
+    ScopedDatabase& operator=(const ScopedDatabase&) = delete;
+
+    bool isOpen() const { return database().isOpen(); }
+    QSqlDatabase database() const { return QSqlDatabase::database(m_name, false); }
+
+    /// Runs one statement. Returns SQLite's message, empty on success.
+    QString run(const QString& statement);
+
+private:
+    const QString m_name;
+};
+
+/// Writes a whole project beside the old one and puts it in the old one's place only when it is complete and
+/// on the disk. Until commit() has succeeded the old project stays as it was; without commit() the new one
+/// goes away with this object.
+///
+/// After a failure every further call fails with the same error.
+class ProjectWriter
+{
+public:
+    explicit ProjectWriter(const QString& fileName);
+    ~ProjectWriter();
+    ProjectWriter(const ProjectWriter&) = delete;
+    ProjectWriter& operator=(const ProjectWriter&) = delete;
+
+    bool addLink(const ProjectLink& link);
+    bool addNode(const ProjectNode& node);
+    bool addTag(const ProjectTag& tag);
+    bool commit();
+
+    /// One sentence that names the file; empty as long as all went well.
+    const QString& error() const { return m_error; }
+
+private:
+    struct Statements;
+
+    void prepare();
+    bool check(const QString& problem);
+    bool finish();
+    void discard();
+
+    const QString m_fileName;
+    const QString m_newName;
+    QString m_error;
+    std::unique_ptr<ScopedDatabase> m_database;
+    std::unique_ptr<Statements> m_statements;
+};
+
+/// Reads a project, and never changes or creates one.
+class ProjectReader
+{
+public:
+    explicit ProjectReader(const QString& fileName);
+
+    /// In the order in which the database gives them. An empty list after a failure: see error().
+    QVector<ProjectLink> links();
+    QVector<ProjectNode> nodes();
+
+    /// Calls visit for each tag of all links. Returns false after a failure.
+    bool forEachTag(const std::function<void(const ProjectTag&)>& visit);
+
+    /// One sentence that names the file; empty as long as all went well.
+    const QString& error() const { return m_error; }
+
+private:
+    bool forEachRow(const QString& statement, const std::function<void(const class QSqlQuery&)>& visit);
+
+    const QString m_fileName;
+    QString m_error;
+    ScopedDatabase m_database;
+};
+
+#endif
