@@ -8,9 +8,14 @@
 namespace {
 
 const char* const exitStatuses =
-    "Exit status: 0 done; 1 the driver, the device or the system refused, the text is on stderr; 2 the "
-    "command "
-    "line is wrong or its plug-in can not be used, nothing was sent; 130 interrupted with Ctrl-C.";
+    "Exit status:\n"
+    "  0    done\n"
+    "  1    the driver, the device or the system refused; the text is on stderr\n"
+    "  2    the command line is wrong or names a plug-in that can not be used; nothing was sent\n"
+    "  130  interrupted with Ctrl-C";
+
+const char* const commandFooter = "The options of driverhost (--device, --station, --format and so on, see\n"
+                                  "driverhost --help) may stand behind the command as well.";
 
 const char* const addressHelp =
     "HMI address of the first element: HR100, HR100.3, HR100SW, FN6HR100, IR100, DO5, "
@@ -34,7 +39,7 @@ CLI::App& addCommand(CLI::App& app, const char* name, const char* help, Parsed& 
 {
     CLI::App* command = app.add_subcommand(name, help);
     command->fallthrough();
-    command->footer(exitStatuses);
+    command->footer(commandFooter);
     command->callback([&parsed, &options, run] {
         parsed.command = [&parsed, &options, run](Console& console) {
             if constexpr (!std::is_same_v<Options, LinkOptions>)
@@ -45,19 +50,13 @@ CLI::App& addCommand(CLI::App& app, const char* name, const char* help, Parsed& 
     return *command;
 }
 
-void addDevice(CLI::App& app, DeviceAddress& device)
+void takeDevice(const QString& text, DeviceAddress& device)
 {
-    app.add_option_function<std::string>(
-           "--device",
-           [&device](const std::string& text) {
-               QString error;
-               const auto address = parseDeviceAddress(QString::fromStdString(text), error);
-               if (!address)
-                   throw CLI::ValidationError("--device", error.toStdString());
-               device = *address;
-           },
-           "The device, a name, IPv4 or [IPv6] address (default 127.0.0.1, port from the driver)")
-        ->type_name("HOST[:PORT]");
+    QString error;
+    const auto address = parseDeviceAddress(text, error);
+    if (!address)
+        throw CLI::ValidationError("--device", error.toStdString());
+    device = *address;
 }
 
 void addLinkOptions(CLI::App& app, LinkOptions& link)
@@ -71,7 +70,10 @@ void addLinkOptions(CLI::App& app, LinkOptions& link)
         app, "--entry", link.entry, entries,
         "How the driver is taken from the plug-in: its function CreateDriver (default) or Qt's "
         "plug-in instance");
-    addDevice(app, link.device);
+    addText(
+        app, "--device", [&link](const QString& text) { takeDevice(text, link.device); },
+        "The device, a name, IPv4 or [IPv6] address (default 127.0.0.1, port from the driver)")
+        ->type_name("HOST[:PORT]");
     addNumber(app, "--station", link.station, 0, 255,
               "Station, the Modbus unit identifier (default: the driver's)");
     addNumber(app, "--retry", link.retry, 0, 1000, "Repetitions of a failed command (default: the driver's)");
@@ -123,7 +125,7 @@ void addProject(CLI::App& app, Parsed& parsed)
 {
     CLI::App* project =
         app.add_subcommand("project", "The project database beside driverhost, which drivers read");
-    project->fallthrough()->require_subcommand(1)->footer(exitStatuses);
+    project->fallthrough()->require_subcommand(1)->footer(commandFooter);
     ProjectCreateOptions& options = parsed.projectCreate;
     CLI::App& create =
         addCommand(*project, "create",
@@ -159,15 +161,21 @@ CLI::App& reachedCommand(CLI::App& app)
     return commands.empty() ? app : reachedCommand(*commands.back());
 }
 
-QStringList optionsAndCommands(CLI::App& command)
+QStringList commandsBelow(CLI::App& command)
+{
+    QStringList names;
+    for (const CLI::App* sub : command.get_subcommands([](const CLI::App*) { return true; }))
+        names += QString::fromStdString(sub->get_name());
+    return names;
+}
+
+QStringList optionsOf(CLI::App& command)
 {
     QStringList names;
     for (const CLI::App* app = &command; app; app = app->get_parent()) {
         for (const CLI::Option* option : app->get_options())
             names += QString::fromStdString(option->get_name());
     }
-    for (const CLI::App* sub : command.get_subcommands([](const CLI::App*) { return true; }))
-        names += QString::fromStdString(sub->get_name());
     return names;
 }
 
@@ -177,18 +185,31 @@ QString commandName(const CLI::App& command)
     return command.get_parent() ? commandName(*command.get_parent()) + QLatin1Char(' ') + name : name;
 }
 
+/// What to say of an argument that the command does not know.
+QString unknownArgument(CLI::App& command, const QString& argument)
+{
+    const QStringList commands = commandsBelow(command);
+    const QString similar =
+        mostSimilar(argument.section(QLatin1Char('='), 0, 0), optionsOf(command) + commands);
+    QString text = QStringLiteral("%1 takes no \"%2\"").arg(commandName(command), argument);
+    if (!similar.isEmpty())
+        text += QStringLiteral("; did you mean %1?").arg(similar);
+    else if (!commands.isEmpty())
+        text += QStringLiteral("; its commands are %1").arg(commands.join(QStringLiteral(", ")));
+    return text;
+}
+
 int reportParseError(CLI::App& app, const CLI::ParseError& error, Console& console)
 {
     CLI::App& command = reachedCommand(app);
-    QString text = QString::fromLocal8Bit(error.what());
     const std::vector<std::string> unknown = app.remaining(true);
-    if (dynamic_cast<const CLI::ExtrasError*>(&error) && !unknown.empty()) {
-        const QString wrong = QString::fromStdString(unknown.front());
-        const QString similar =
-            mostSimilar(wrong.section(QLatin1Char('='), 0, 0), optionsAndCommands(command));
-        text = QStringLiteral("%1 takes no \"%2\"").arg(commandName(command), wrong);
-        text += similar.isEmpty() ? QString() : QStringLiteral("; did you mean %1?").arg(similar);
-    }
+    const QStringList commands = commandsBelow(command);
+    QString text = QString::fromLocal8Bit(error.what());
+    if (!unknown.empty())
+        text = unknownArgument(command, QString::fromStdString(unknown.front()));
+    else if (!commands.isEmpty() && dynamic_cast<const CLI::RequiredError*>(&error))
+        text = QStringLiteral("%1 needs a command: %2")
+                   .arg(commandName(command), commands.join(QStringLiteral(", ")));
     reportError(console, WrongCommandLine, text);
     console.err << "see " << commandName(command) << " --help\n";
     return WrongCommandLine;
@@ -205,7 +226,7 @@ int runCommandLine(const QStringList& arguments, Console& console)
     try {
         app.parse(argumentsForCli(arguments));
     } catch (const CLI::CallForHelp&) {
-        console.out << QString::fromStdString(reachedCommand(app).help());
+        console.out << QString::fromStdString(app.help());
         return Done;
     } catch (const CLI::CallForVersion& version) {
         console.out << version.what() << '\n';

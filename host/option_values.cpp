@@ -56,12 +56,17 @@ int parseChoice(const std::string& name, const std::string& text, const QStringL
     return index;
 }
 
+CLI::Option* addText(CLI::App& app, const std::string& name, const std::function<void(const QString&)>& take,
+                     const std::string& help)
+{
+    const auto unmark = [take](const std::string& text) { take(unmarked(text)); };
+    return app.add_option_function<std::string>(name, unmark, help)->type_name("");
+}
+
 CLI::Option* addText(CLI::App& app, const std::string& name, QString& target, const std::string& help)
 {
-    return app
-        .add_option_function<std::string>(
-            name, [&target](const std::string& text) { target = unmarked(text); }, help)
-        ->type_name("");
+    return addText(
+        app, name, [&target](const QString& text) { target = text; }, help);
 }
 
 CLI::Option* addTexts(CLI::App& app, const std::string& name, QStringList& target, const std::string& help)

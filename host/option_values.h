@@ -5,6 +5,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <limits>
 
 // Options of the command line whose values are checked strictly, with a message that says what would be
@@ -49,6 +50,10 @@ CLI::Option* addChoice(CLI::App& app, const std::string& name, Target& target, c
             help)
         ->type_name(names.join(QLatin1Char('|')).toStdString());
 }
+
+/// An option or positional whose text goes to take, which throws CLI::ValidationError when it is wrong.
+CLI::Option* addText(CLI::App& app, const std::string& name, const std::function<void(const QString&)>& take,
+                     const std::string& help);
 
 /// A text option or positional.
 CLI::Option* addText(CLI::App& app, const std::string& name, QString& target, const std::string& help);

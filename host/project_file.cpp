@@ -67,15 +67,10 @@ QString openingProblem(const QString& fileName)
 
 } // namespace
 
-QString projectFileName()
-{
-    return QCoreApplication::applicationDirPath() + QLatin1String("/compile/database/database");
-}
-
 QString makeProjectFolder()
 {
-    const QString folder = QFileInfo(projectFileName()).absolutePath();
-    if (QDir().mkpath(folder))
+    const QString folder = QCoreApplication::applicationDirPath() + QLatin1String("/compile/database");
+    if (QFileInfo::exists(folder) || QDir().mkpath(folder))
         return QString();
     return QStringLiteral("can not make the folder %1: %2").arg(folder, systemMessage());
 }

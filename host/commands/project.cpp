@@ -3,6 +3,7 @@
 #include "json_line.h"
 #include "project_file.h"
 #include "text_table.h"
+#include "tools/project_database.h"
 
 #include <QFile>
 #include <QJsonArray>
@@ -135,7 +136,7 @@ int runProjectCreate(const ProjectCreateOptions& options, Console& console)
     if (!problem.isEmpty())
         return reportError(console, Refused, problem);
 
-    ProjectWriter writer(projectFileName());
+    ProjectWriter writer(GetDatabaseName());
     addContents(writer, options.link, tags);
     if (interrupt::flag())
         return reportError(console, Interrupted, QStringLiteral("interrupted, the project is as it was"));
@@ -143,15 +144,15 @@ int runProjectCreate(const ProjectCreateOptions& options, Console& console)
         return reportError(console, Refused, writer.error());
     if (options.link.format == OutputFormat::Json)
         printJsonLine(console.out,
-                      {{QStringLiteral("file"), projectFileName()}, {QStringLiteral("tags"), tags.size()}});
+                      {{QStringLiteral("file"), GetDatabaseName()}, {QStringLiteral("tags"), tags.size()}});
     else
-        console.out << "created " << projectFileName() << " with " << tags.size() << " tag(s)\n";
+        console.out << "created " << GetDatabaseName() << " with " << tags.size() << " tag(s)\n";
     return Done;
 }
 
 int runProjectShow(const ProjectShowOptions& options, Console& console)
 {
-    ProjectReader reader(projectFileName());
+    ProjectReader reader(GetDatabaseName());
     const Contents contents = readContents(reader, options.allTags);
     if (!reader.error().isEmpty())
         return reportError(console, Refused, reader.error());
