@@ -74,7 +74,7 @@ QString openingProblem(const QString& fileName, QFile& file)
 QString sharedLibraryProblem(const QString& fileName)
 {
     QFile file(fileName);
-    const QString problem = openingProblem(fileName, file);
+    QString problem = openingProblem(fileName, file);
     if (!problem.isEmpty())
         return problem;
     const auto head = readElfHead(file);

@@ -38,7 +38,7 @@ QString synchronize(const QString& path, int flags)
     const int descriptor = ::open(QFile::encodeName(path).constData(), flags | O_CLOEXEC);
     if (descriptor < 0)
         return systemMessage();
-    const QString problem = ::fsync(descriptor) == 0 ? QString() : systemMessage();
+    QString problem = ::fsync(descriptor) == 0 ? QString() : systemMessage();
     ::close(descriptor);
     return problem;
 }
@@ -47,7 +47,7 @@ QString synchronize(const QString& path, int flags)
 QString journalBeside(const QString& fileName)
 {
     for (const char* suffix : {"-wal", "-journal"}) {
-        const QString journal = fileName + QLatin1String(suffix);
+        QString journal = fileName + QLatin1String(suffix);
         if (QFileInfo(journal).size() > 0)
             return journal;
     }
