@@ -1,0 +1,30 @@
+#ifndef SLAVESIM_OPTIONS_H
+#define SLAVESIM_OPTIONS_H
+
+#include "served_cells.h"
+#include "socket.h"
+
+#include <bitset>
+#include <optional>
+#include <string>
+
+namespace slavesim {
+
+using Stations = std::bitset<256>; ///< by unit identifier
+
+struct Options
+{
+    Endpoint endpoint{"127.0.0.1", 0};
+    std::string imageFile; ///< empty: ProcessImage::numbered()
+    Stations stations = Stations().set();
+    ServedCells served;
+};
+
+/// The options of a command line. --help and --version are answered on stdout, a wrong command line by a
+/// sentence on stderr that names the option and what would be right; then there are no options but the exit
+/// status in their place: 0 or 2.
+std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& exitStatus);
+
+} // namespace slavesim
+
+#endif

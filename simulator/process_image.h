@@ -1,0 +1,73 @@
+#ifndef SLAVESIM_PROCESS_IMAGE_H
+#define SLAVESIM_PROCESS_IMAGE_H
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace slavesim {
+
+enum class Area
+{
+    Coils,
+    DiscreteInputs,
+    InputRegisters,
+    HoldingRegisters
+};
+
+constexpr std::size_t AreaCount = 4;
+constexpr std::uint32_t CellsPerArea = 65536;
+
+/// "DO", "DI", "IR" or "HR".
+std::string_view areaName(Area area);
+
+/// The area of such a name, upper or lower case; nothing for any other text.
+std::optional<Area> areaNamed(std::string_view name);
+
+constexpr bool isBitArea(Area area)
+{
+    return area == Area::Coils || area == Area::DiscreteInputs;
+}
+
+/// What a Modbus slave holds: 65536 cells in each of the four areas. Cells are numbered from 1, so that HR1
+/// has the Modbus address 0. Not locked: see SharedImage.
+class ProcessImage
+{
+public:
+    /// Every cell 0.
+    ProcessImage();
+
+    /// The image to read without preparing one: every value tells the number n of its cell.
+    /// HR n holds n mod 65536, IR n holds 65535 - (n mod 65536), DO n is on where 3 divides n, DI n where 5
+    /// does.
+    static ProcessImage numbered();
+
+    /// An image from lines of "area,number,value": area HR, IR, DO or DI, number from 1 to 65536, value
+    /// decimal or 0x hexadecimal, 0 to 65535 for registers, 0 or 1 for bits. Empty lines, lines that start
+    /// with # and a first line "area,number,value" say nothing. A cell on no line is 0, on two lines has the
+    /// value of the later one. Throws std::runtime_error "FILE:LINE: what is wrong and what would be right",
+    /// without a line where the file cannot be read at all.
+    static ProcessImage fromFile(const std::string& fileName);
+
+    /// number: 1 to 65536. A bit is 0 or 1.
+    std::uint16_t value(Area area, std::uint32_t number) const;
+
+    /// number: 1 to 65536. Any value but 0 sets a bit.
+    void setValue(Area area, std::uint32_t number, std::uint16_t value);
+
+    /// The cells of an area by their Modbus address, one element each; a bit is 0 or 1. area must be of that
+    /// kind.
+    std::vector<std::uint8_t>& bits(Area area);
+    std::vector<std::uint16_t>& registers(Area area);
+
+private:
+    std::array<std::vector<std::uint8_t>, 2> bitAreas;
+    std::array<std::vector<std::uint16_t>, 2> registerAreas;
+};
+
+} // namespace slavesim
+
+#endif

@@ -1,0 +1,29 @@
+#ifndef SLAVESIM_SERVED_CELLS_H
+#define SLAVESIM_SERVED_CELLS_H
+
+#include "number_text.h"
+#include "process_image.h"
+#include "request.h"
+
+#include <array>
+#include <vector>
+
+namespace slavesim {
+
+/// Which cells a slave has: those in the ranges added for an area, or all of an area to which none was added.
+class ServedCells
+{
+public:
+    /// numbers: cells by number, 1 to 65536.
+    void add(Area area, NumberRange numbers);
+
+    /// Whether all of cells is served. Cells beyond 65536 are none of this.
+    bool contains(const Cells& cells) const;
+
+private:
+    std::array<std::vector<NumberRange>, AreaCount> ranges; ///< sorted by their first number
+};
+
+} // namespace slavesim
+
+#endif

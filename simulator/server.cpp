@@ -1,0 +1,70 @@
+#include "server.h"
+
+#include <csignal>
+#include <poll.h>
+#include <stdexcept>
+#include <sys/eventfd.h>
+#include <sys/signalfd.h>
+
+namespace slavesim {
+
+static ProcessImage imageFor(const Options& options)
+{
+    if (options.imageFile.empty())
+        return ProcessImage::numbered();
+    try {
+        return ProcessImage::fromFile(options.imageFile);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(std::string("--image: ") + error.what());
+    }
+}
+
+static Descriptor catchSignals()
+{
+    sigset_t ends;
+    sigemptyset(&ends);
+    sigaddset(&ends, SIGTERM);
+    sigaddset(&ends, SIGINT);
+    pthread_sigmask(SIG_BLOCK, &ends, nullptr);
+    return Descriptor(::signalfd(-1, &ends, SFD_CLOEXEC));
+}
+
+Server::Server(const Options& options)
+    : image(imageFor(options)), slave{options, image}, signals(catchSignals()),
+      wakeUp(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), listener(bindTo(options.endpoint))
+{
+    startListening(listener);
+    endpoint = endpointOf(listener);
+}
+
+void Server::run()
+{
+    pollfd waits[] = {
+        {signals.number(), POLLIN, 0}, {wakeUp.number(), POLLIN, 0}, {listener.number(), POLLIN, 0}};
+    while (waits[0].revents == 0) {
+        ::poll(waits, 3, -1);
+        if (waits[1].revents != 0)
+            forgetEndedSessions();
+        if (waits[2].revents != 0)
+            acceptClient();
+    }
+    sessions.clear();
+}
+
+void Server::acceptClient()
+{
+    Endpoint client;
+    Descriptor accepted = acceptFrom(listener, client);
+    if (!accepted.isOpen() || sessions.size() >= MostClients)
+        return;
+    sessions.emplace_back(std::move(accepted), slave, [this] { ::eventfd_write(wakeUp.number(), 1); });
+}
+
+void Server::forgetEndedSessions()
+{
+    eventfd_t count = 0;
+    ::eventfd_read(wakeUp.number(), &count);
+    sessions.remove_if([](const Session& session) { return session.hasEnded(); });
+}
+
+} // namespace slavesim

@@ -1,0 +1,45 @@
+#ifndef SLAVESIM_SERVER_H
+#define SLAVESIM_SERVER_H
+
+#include "options.h"
+#include "session.h"
+#include "shared_image.h"
+#include "socket.h"
+
+#include <list>
+
+namespace slavesim {
+
+/// Accepts clients and gives each a Session. The process has one server.
+class Server
+{
+public:
+    static constexpr std::size_t MostClients =
+        256; ///< libmodbus waits with select(): 1024 descriptors at most
+
+    /// Listens. From here on SIGTERM and SIGINT are kept for run(). options must outlive the server.
+    /// Throws std::runtime_error for an image, host or port that cannot be used, naming its option.
+    explicit Server(const Options& options);
+
+    /// Where it listens.
+    const Endpoint& address() const { return endpoint; }
+
+    /// Serves until SIGTERM or SIGINT.
+    void run();
+
+private:
+    void acceptClient();
+    void forgetEndedSessions();
+
+    SharedImage image;
+    Slave slave;
+    Descriptor signals;
+    Descriptor wakeUp; ///< readable when a session has ended
+    Descriptor listener;
+    Endpoint endpoint;
+    std::list<Session> sessions;
+};
+
+} // namespace slavesim
+
+#endif
