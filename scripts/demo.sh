@@ -79,7 +79,7 @@ run 0 'HR1SW 65538$' read HR1SW --type dword
 
 say "bytes and blocks of registers, low byte first; bits inside registers, here across a register's border"
 run 0 '2 .*1 .*3 .*1$' read HR258 --type byte --count 4
-run 0 '2 .*1 .*3$' read IR65277 --type block --count 3
+run 0 '2 .*1 .*1$' read IR65277 --type block --count 3
 run 0 'HR3.0 1 .*HR3.1 1 .*HR3.2 0' read HR3.0 --type bit --count 20
 run 0 'IR' read IR7.14 --type bitblock --count 4
 

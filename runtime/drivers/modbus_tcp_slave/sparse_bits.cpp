@@ -107,8 +107,9 @@ QByteArray DriverModbusTcpSlave::readSparseBits(AbstractDeviceInterface* device,
     const QByteArray prefix(area);
     TagRuns runs(entry->second.*tags, address, count * 8);
     for (bool first = true; runs.next(); first = false) {
-        if (!first && device->commandDelay() > 0)
-            HRSleep(static_cast<unsigned long>(device->commandDelay()));
+        const int delay = first ? 0 : device->commandDelay();
+        if (delay > 0)
+            HRSleep(static_cast<unsigned long>(delay));
         QByteArray bits = readDIDOs(device, prefix, runs.address(), runs.length());
         if (bits.isEmpty())
             return bits;
