@@ -1,0 +1,81 @@
+#ifndef SLAVE_PROCESS_H
+#define SLAVE_PROCESS_H
+
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStringList>
+
+/// A running slavesim for one test, on a port of 127.0.0.1 that was free. Stopped at its end.
+class SlaveProcess
+{
+public:
+    ~SlaveProcess() { stop(); }
+
+    /// Starts slavesim with these options besides --port and waits until it accepts connections. False when
+    /// it ends before that; problem() says what it wrote.
+    bool start(const QStringList& options = {}) { return launch(options, 0); }
+
+    /// Stops it if it runs, and starts it with the same options on the same port.
+    bool restart()
+    {
+        stop();
+        return launch(lastOptions, lastPort);
+    }
+
+    /// Ends it as an operating system does at shutdown (SIGTERM). Its exit status; -1 when it did not run,
+    /// crashed, or did not end by itself. output() and problem() are complete then.
+    int stop()
+    {
+        if (process.state() == QProcess::NotRunning)
+            return -1;
+        process.terminate();
+        const bool ended = process.waitForFinished(WaitMs);
+        if (!ended) {
+            process.kill();
+            process.waitForFinished();
+        }
+        outputText += process.readAllStandardOutput();
+        return ended && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    }
+
+    /// Stops it in the middle of whatever it does, without closing anything itself (SIGKILL).
+    void kill()
+    {
+        process.kill();
+        process.waitForFinished();
+    }
+
+    quint16 port() const { return lastPort; }
+
+    /// "127.0.0.1:PORT"
+    QString device() const { return QStringLiteral("127.0.0.1:%1").arg(lastPort); }
+
+    /// What it wrote on stdout since its start, and on stderr since the last call.
+    QByteArray output() const { return outputText; }
+    QByteArray problem() { return process.readAllStandardError(); }
+
+private:
+    static constexpr int WaitMs = 20000; ///< generous: sanitizers and busy machines
+
+    bool launch(const QStringList& options, quint16 port)
+    {
+        lastOptions = options;
+        lastPort = 0;
+        process.start(QStringLiteral(SLAVESIM_FILE),
+                      QStringList{QStringLiteral("--port"), QString::number(port)} + options);
+        while (!process.canReadLine() && process.waitForReadyRead(WaitMs)) {
+        }
+        outputText = process.readLine();
+        static const QRegularExpression ready(
+            QStringLiteral("^slavesim: listening on 127\\.0\\.0\\.1:([0-9]+)\n$"));
+        lastPort = ready.match(QString::fromLatin1(outputText)).captured(1).toUShort();
+        return lastPort != 0;
+    }
+
+    QProcess process;
+    QStringList lastOptions;
+    quint16 lastPort = 0;
+    QByteArray outputText;
+};
+
+#endif
