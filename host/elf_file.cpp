@@ -5,6 +5,7 @@
 #include <QFileInfo>
 
 #include <elf.h>
+#include <link.h>
 #include <optional>
 
 namespace {
@@ -58,6 +59,27 @@ bool sameMachine(const ElfHead& left, const ElfHead& right)
     return left.machine == right.machine && left.bits == right.bits && left.bigEndian == right.bigEndian;
 }
 
+/// Whether the file ends before what its program headers say is in it, after a copy that broke off. The
+/// loader would crash on such a file. The machine is known to be ours.
+bool isCutOff(QFile& file)
+{
+    ElfW(Ehdr) head;
+    ElfW(Phdr) segment;
+    file.seek(0);
+    if (file.read(reinterpret_cast<char*>(&head), sizeof head) != sizeof head)
+        return true;
+    for (unsigned i = 0; i < head.e_phnum; ++i) {
+        file.seek(static_cast<qint64>(head.e_phoff + i * sizeof segment));
+        if (file.read(reinterpret_cast<char*>(&segment), sizeof segment) != sizeof segment)
+            return true;
+        const auto size = static_cast<ElfW(Off)>(file.size());
+        if (segment.p_type == PT_LOAD &&
+            (segment.p_offset > size || segment.p_filesz > size - segment.p_offset))
+            return true;
+    }
+    return false;
+}
+
 QString openingProblem(const QString& fileName, QFile& file)
 {
     if (!QFileInfo::exists(fileName))
@@ -86,5 +108,7 @@ QString sharedLibraryProblem(const QString& fileName)
     if (own && !sameMachine(*head, *own))
         return QStringLiteral("driver plug-in %1 is built for %2, this machine is %3")
             .arg(fileName, machineName(*head), machineName(*own));
+    if (isCutOff(file))
+        return QStringLiteral("driver plug-in %1 is incomplete, the file is cut off").arg(fileName);
     return QString();
 }

@@ -4,8 +4,8 @@
 #include <QString>
 
 /// Why fileName can not be loaded as a shared library on this machine, in one sentence that names the file:
-/// it is missing, is a directory or unreadable, is no shared library, or was built for another machine (which
-/// one is said). Empty when none of this is the case.
+/// it is missing, is a directory or unreadable, is no shared library, was built for another machine (which
+/// one is said), or is cut off. Empty when none of this is the case.
 QString sharedLibraryProblem(const QString& fileName);
 
 #endif

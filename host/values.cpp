@@ -91,9 +91,11 @@ bool looksLikeFloat(const QString& text)
 
 std::optional<quint64> parseFloat(const QString& text)
 {
-    bool ok = false;
-    const float value = text.toFloat(&ok);
-    if (!ok)
+    const std::string digits = text.toStdString();
+    const char* end = digits.data() + digits.size();
+    float value = 0;
+    const auto result = std::from_chars(digits.data(), end, value);
+    if (result.ec != std::errc() || result.ptr != end)
         return std::nullopt;
     quint32 bits = 0;
     std::memcpy(&bits, &value, sizeof bits);
@@ -121,7 +123,7 @@ void putElement(QByteArray& bytes, int index, int width, quint64 element)
 
 quint64 getElement(const QByteArray& bytes, int index, int width)
 {
-    const auto byteAt = [&](int at) { return static_cast<unsigned char>(bytes.at(at)); };
+    const auto byteAt = [&](int at) { return unsigned(static_cast<unsigned char>(bytes.at(at))); };
     if (width == 1)
         return byteAt(index / 8) >> (index % 8) & 1u;
     quint64 element = 0;

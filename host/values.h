@@ -63,7 +63,7 @@ std::optional<CommandData> encodeValues(CommandDataType type, std::optional<Nota
 QStringList valueTexts(CommandDataType type, Notation notation, int count, const QByteArray& data);
 
 /// The elements as numbers. With Bits each element gives its bits, the least significant first; with Text it
-/// gives its bytes. A float that is no finite number gives null.
+/// gives its bytes. A float that is no finite number gives null; numbers beyond 2^53 are rounded to a double.
 QJsonArray valueNumbers(CommandDataType type, Notation notation, int count, const QByteArray& data);
 
 #endif

@@ -22,7 +22,8 @@ QString readTagFile(const QString& fileName, QStringList& tags)
     if (!file.open(QIODevice::ReadOnly))
         return QStringLiteral("--tags: can not read %1: %2").arg(fileName, file.errorString());
     for (int number = 1; !file.atEnd(); ++number) {
-        const QString line = QString::fromUtf8(file.readLine()).trimmed();
+        const QByteArray bytes = file.readLine();
+        const QString line = QString::fromUtf8(bytes.constData(), bytes.size()).trimmed();
         if (line.contains(QRegularExpression(QStringLiteral("[\\x00-\\x20]"))) &&
             !line.startsWith(QLatin1Char('#')))
             return QStringLiteral("--tags: line %1 of %2 is no address").arg(number).arg(fileName);

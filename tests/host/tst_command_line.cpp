@@ -1,0 +1,386 @@
+#include "command_line.h"
+#include "driver_plugin.h"
+#include "peer.h"
+#include "tools/project_database.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+
+#include <elf.h>
+
+/// driverhost as a user sees it, run inside the test: what it prints, and its exit status.
+struct Run
+{
+    explicit Run(const QString& commandLine) : Run(commandLine.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {}
+
+    explicit Run(const QStringList& arguments, const QString& driverFile = QStringLiteral(PLUGIN_FILE))
+    {
+        QTextStream outStream(&out);
+        QTextStream errStream(&err);
+        Console console{outStream, errStream};
+        status = runCommandLine(QStringList({QStringLiteral("--driver"), driverFile}) + arguments, console);
+    }
+
+    QJsonObject json() const { return QJsonDocument::fromJson(out.toUtf8()).object(); }
+
+    QString out;
+    QString err;
+    int status;
+};
+
+class tst_command_line : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void cleanup();
+    void cleanupTestCase();
+    void wrong_data();
+    void wrong();
+    void badPlugins_data();
+    void badPlugins();
+    void help();
+    void info();
+    void project();
+    void tagFile_data();
+    void tagFile();
+    void readAndWrite_data();
+    void readAndWrite();
+    void refusedByTheDevice();
+    void refusedBeforeTheDevice_data();
+    void refusedBeforeTheDevice();
+
+private:
+    QTemporaryDir m_folder;
+};
+
+void tst_command_line::initTestCase()
+{
+    QCOMPARE(Run(QStringLiteral("project create --tag DO1")).status, int(Done));
+}
+
+void tst_command_line::cleanup()
+{
+    QCOMPARE(Run(QStringLiteral("project create --tag DO1")).status, int(Done));
+}
+
+void tst_command_line::cleanupTestCase()
+{
+    QDir(QCoreApplication::applicationDirPath() + QStringLiteral("/compile")).removeRecursively();
+}
+
+// Everything here must be refused before a connection is tried: the device would refuse it with status 1.
+void tst_command_line::wrong_data()
+{
+    QTest::addColumn<QString>("error");
+    QTest::newRow("") << "driverhost needs a command: info, read, write, project";
+    QTest::newRow("reed HR1") << "driverhost takes no \"reed\"; did you mean read?";
+    QTest::newRow("project") << "driverhost project needs a command: create, show";
+    QTest::newRow("project drop") << "driverhost project takes no \"drop\"; its commands are create, show";
+    QTest::newRow("read") << "ADDRESS is required";
+    QTest::newRow("read HR1 HR2") << "driverhost read takes no \"HR2\"";
+    QTest::newRow("read HR1 --cuont 3") << "takes no \"--cuont\"; did you mean --count?";
+    QTest::newRow("read HR1 --tiemout=3") << "takes no \"--tiemout=3\"; did you mean --timeout?";
+    QTest::newRow("read HR1 --type float")
+        << "--type: must be one of bit, byte, word, dword, qword, block, bitblock, not \"float\"";
+    QTest::newRow("read HR1 --as octal")
+        << "--as: must be one of uint, int, hex, float, bits, text, not \"octal\"";
+    QTest::newRow("read HR1 --as float") << "--as: float needs --type dword, not word";
+    QTest::newRow("read DO1 --as hex") << "--as: a bit is 0 or 1";
+    for (const char* count : {"-1", "x", "1.5", "0x10", "2147483648", "1e3"})
+        QTest::newRow(qPrintable(QStringLiteral("read HR1 --count %1").arg(QLatin1String(count))))
+            << QStringLiteral("--count: must be a whole number from 0 to 2147483647, not \"%1\"")
+                   .arg(QLatin1String(count));
+    QTest::newRow("read HR1 --station 256") << "--station: must be a whole number from 0 to 255, not \"256\"";
+    QTest::newRow("read HR1 --timeout 0") << "--timeout: must be a whole number from 1 to";
+    QTest::newRow("read HR1 --retry -1") << "--retry: must be a whole number from 0 to";
+    QTest::newRow("read HR1 --delay 1s") << "--delay: must be a whole number from 0 to";
+    QTest::newRow("read HR1 --link x") << "--link: must be a whole number from 0 to";
+    QTest::newRow("read HR1 --format xml") << "--format: must be one of text, json, not \"xml\"";
+    QTest::newRow("read HR1 --device 1.2.3.4:0")
+        << "--device: the port must be a number from 1 to 65535, not \"0\"";
+    QTest::newRow("read HR1 --count") << "--count";
+    QTest::newRow("write HR1") << "VALUE is required";
+    QTest::newRow("write HR1 70000")
+        << "value 1, \"70000\", does not fit a word: it must be a whole number from -32768 to 65535";
+    QTest::newRow("write HR1 1 -32769") << "value 2, \"-32769\", does not fit a word";
+    QTest::newRow("write DO1 1 0 2") << "value 3, \"2\", does not fit a bit: it must be 0 or 1";
+    QTest::newRow("write HR1 --count 3 1 2") << "--count: 2 values are given, not 3";
+    QTest::newRow("write HR1 --as text abc") << "--as: text needs --type byte or block";
+}
+
+void tst_command_line::wrong()
+{
+    QFETCH(QString, error);
+    const Run run(QString::fromLatin1(QTest::currentDataTag()));
+    QCOMPARE(run.status, int(WrongCommandLine));
+    QVERIFY2(run.err.startsWith(QLatin1String("error: ")), qPrintable(run.err));
+    QVERIFY2(run.err.contains(error), qPrintable(run.err));
+    QCOMPARE(run.out, QString());
+}
+
+void tst_command_line::badPlugins_data()
+{
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("error");
+    const auto made = [this](const char* name, const QByteArray& content) {
+        QFile file(m_folder.filePath(QLatin1String(name)));
+        file.open(QIODevice::WriteOnly);
+        file.write(content);
+        return file.fileName();
+    };
+    const auto sharedLibrary = [](unsigned char bits, unsigned char order, const char* type,
+                                  const char* machine) {
+        return QByteArray(ELFMAG) + char(bits) + char(order) + QByteArray(10, '\0') +
+               QByteArray::fromHex(type) + QByteArray::fromHex(machine) + QByteArray(100, '\0');
+    };
+    QTest::newRow("missing") << m_folder.filePath(QStringLiteral("none.so"))
+                             << "driver plug-in %1 does not exist";
+    QTest::newRow("directory") << m_folder.path() << "driver plug-in %1 is a directory";
+    QTest::newRow("empty") << made("empty.so", QByteArray()) << "driver plug-in %1 is not a shared library";
+    QTest::newRow("text") << made("text.so", QByteArray(4000, 'x'))
+                          << "driver plug-in %1 is not a shared library";
+    QTest::newRow("32-bit ARM")
+        << made("arm.so", sharedLibrary(ELFCLASS32, ELFDATA2LSB, "0300", "2800"))
+        << "driver plug-in %1 is built for ARM (32-bit, little-endian), this machine is ";
+    QTest::newRow("PowerPC")
+        << made("ppc.so", sharedLibrary(ELFCLASS64, ELFDATA2MSB, "0003", "0015"))
+        << "driver plug-in %1 is built for PowerPC (64-bit, big-endian), this machine is ";
+    QTest::newRow("object file") << made("object.so", sharedLibrary(ELFCLASS64, ELFDATA2LSB, "0100", "3e00"))
+                                 << "driver plug-in %1 is not a shared library";
+    QFile plugin(QStringLiteral(PLUGIN_FILE));
+    plugin.open(QIODevice::ReadOnly);
+    QTest::newRow("truncated driver")
+        << made("short.so", plugin.read(20000)) << "driver plug-in %1 is incomplete, the file is cut off";
+    QTest::newRow("other library") << QStringLiteral(QT_SQL_LIBRARY)
+                                   << "%1 is not a driver: it has no function CreateDriver";
+}
+
+void tst_command_line::badPlugins()
+{
+    QFETCH(QString, file);
+    QFETCH(QString, error);
+    const Run run({QStringLiteral("read"), QStringLiteral("HR1")}, file);
+    QCOMPARE(run.status, int(WrongCommandLine));
+    QVERIFY2(run.err.contains(error.contains(QLatin1String("%1")) ? error.arg(file) : error),
+             qPrintable(run.err));
+    QCOMPARE(run.err.count(QLatin1Char('\n')), 1);
+    QString text;
+    QVERIFY(!DriverPlugin::load(file, PluginEntry::PluginInstance, text));
+    QVERIFY2(text.contains(file), qPrintable(text));
+}
+
+void tst_command_line::help()
+{
+    const Run all(QStringLiteral("--help"));
+    QCOMPARE(all.status, int(Done));
+    for (const char* name : {"info", "read", "write", "project", "--device", "--timeout", "130"})
+        QVERIFY2(all.out.contains(QLatin1String(name)), name);
+    QVERIFY(Run(QStringLiteral("read HR1 --help"))
+                .out.contains(QLatin1String("driverhost read [OPTIONS] ADDRESS")));
+    QVERIFY(Run(QStringLiteral("project create --help")).out.contains(QLatin1String("--tags FILE")));
+    QVERIFY(Run(QStringLiteral("--version")).out.startsWith(QLatin1String("driverhost ")));
+}
+
+void tst_command_line::info()
+{
+    const Run text(QStringLiteral("info"));
+    QCOMPARE(text.status, int(Done));
+    QVERIFY(text.out.contains(QLatin1String("\nname                      Modbus TCP Slave\n")));
+    const Run json(QStringLiteral("info --entry instance --format json"));
+    QCOMPARE(json.json().value(QStringLiteral("bitBlockSize")).toInt(), 2008);
+    QCOMPARE(json.json().value(QStringLiteral("defaultLink")).toString(), QStringLiteral("502"));
+}
+
+void tst_command_line::project()
+{
+    const Run create(
+        QStringLiteral("project create --link 4 --station 9 --device 10.0.0.1:1502 --tag DO1 --tag 2-DI5"));
+    QCOMPARE(create.status, int(Done));
+    QVERIFY(create.out.contains(GetDatabaseName()));
+    QCOMPARE(Run(QStringLiteral("project show --all")).out,
+             QStringLiteral("LINK  HMI PORT  TAGS\n"
+                            "   4      2000     2\n"
+                            "\n"
+                            "LINK  STATION  DEFAULT  IP        PORT\n"
+                            "   4        9  yes      10.0.0.1  1502\n"
+                            "\n"
+                            "LINK  TAG\n"
+                            "   4  DO1\n"
+                            "   4  2-DI5\n"));
+    const QJsonObject shown = Run(QStringLiteral("project show --format json")).json();
+    QCOMPARE(
+        shown.value(QStringLiteral("links")).toArray().at(0).toObject().value(QStringLiteral("tags")).toInt(),
+        2);
+    QVERIFY(!shown.contains(QStringLiteral("tags")));
+}
+
+void tst_command_line::tagFile_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("expected"); ///< "TAGS tags" or an error
+    QTest::newRow("comment and blank lines") << QByteArray("# coils\nDO1\r\n\n  DI2  \nDO3") << "3 tag(s)";
+    QTest::newRow("empty") << QByteArray() << "0 tag(s)";
+    QTest::newRow("two words") << QByteArray("DO1\nDO2 DO3\n") << "error: --tags: line 2 of ";
+    QTest::newRow("binary") << QByteArray("DO1\nDO\0002\n", 9) << "error: --tags: line 2 of ";
+}
+
+void tst_command_line::tagFile()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, expected);
+    QFile file(m_folder.filePath(QStringLiteral("tags")));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(content), qint64(content.size()));
+    file.close();
+    const Run run(
+        {QStringLiteral("project"), QStringLiteral("create"), QStringLiteral("--tags"), file.fileName()});
+    QCOMPARE(run.status, int(expected.startsWith(QLatin1String("error")) ? WrongCommandLine : Done));
+    QVERIFY2((run.out + run.err).contains(expected), qPrintable(run.out + run.err));
+    QVERIFY(Run(QStringLiteral("project create --tags /nonexistent/tags"))
+                .err.contains(QLatin1String("/nonexistent/tags")));
+}
+
+// One command through the real driver, answered by hand.
+void tst_command_line::readAndWrite_data()
+{
+    QTest::addColumn<QByteArray>("request"); ///< behind the transaction and protocol identifiers
+    QTest::addColumn<QByteArray>("reply");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("values");
+    QTest::addColumn<QString>("data");
+    QTest::newRow("read HR100 --count 3")
+        << QByteArray("0006010300630003") << QByteArray("00090103060001ffff0000")
+        << "HR100      1\nHR101  65535\nHR102      0\n"
+        << "[1,65535,0]"
+        << "0100ffff0000";
+    QTest::newRow("read HR9.15 --type bit --count 2 --station 7")
+        << QByteArray("0006070300080002") << QByteArray("00070703048000fffe") << "HR9.15  1\nHR10.0  0\n"
+        << "[1,0]"
+        << "01";
+    QTest::newRow("read IR1SW --type dword --as float")
+        << QByteArray("0006010400000002") << QByteArray("00070104043fc00000") << "IR1SW  1.5\n"
+        << "[1.5]"
+        << "0000c03f";
+    QTest::newRow("read DI3 --count 2")
+        << QByteArray("0006010200020002") << QByteArray("000401020102") << "DI3  0\nDI4  1\n"
+        << "[0,1]"
+        << "02";
+    QTest::newRow("read HR1 --type byte --count 3 --as text")
+        << QByteArray("0006010300000002") << QByteArray("00070103046261ff63") << "HR1  abc\n"
+        << "[97,98,99]"
+        << "616263";
+    QTest::newRow("write HR1 -2 300") << QByteArray("000b01100000000204fffe012c")
+                                      << QByteArray("0006011000000002") << "HR1   -2\nHR2  300\n"
+                                      << "[-2,300]"
+                                      << "feff2c01";
+    QTest::newRow("write HR1 --type dword 1.5")
+        << QByteArray("000b0110000000020400003fc0") << QByteArray("0006011000000002") << "HR1  1.5\n"
+        << "[1.5]"
+        << "0000c03f";
+    QTest::newRow("write DO9 1 0 1") << QByteArray("0008010f000800030105") << QByteArray("0006010f00080003")
+                                     << "DO9   1\nDO10  0\nDO11  1\n"
+                                     << "[1,0,1]"
+                                     << "05";
+    QTest::newRow("write FN6HR5 0xff")
+        << QByteArray("00060106000400ff") << QByteArray("00060106000400ff") << "FN6HR5  255\n"
+        << "[255]"
+        << "ff00";
+    QTest::newRow("write --type byte HR1 --as text [a]")
+        << QByteArray("000b01100000000204615b005d") << QByteArray("0006011000000002") << "HR1  [a]\n"
+        << "[91,97,93]"
+        << "5b615d";
+}
+
+void tst_command_line::readAndWrite()
+{
+    QFETCH(QByteArray, request);
+    QFETCH(QByteArray, reply);
+    QFETCH(QString, text);
+    QFETCH(QString, values);
+    QFETCH(QString, data);
+    const QString tag = QString::fromLatin1(QTest::currentDataTag());
+    for (const char* format : {" --format text", " --format json"}) {
+        Peer peer;
+        QByteArray got;
+        peer.later([&] {
+            if (!peer.accept())
+                return;
+            got = peer.receive(4 + request.size() / 2);
+            peer.send(got.left(4) + QByteArray::fromHex(reply));
+        });
+        const Run run(tag + QLatin1String(format) + QStringLiteral(" --timeout 5000 --device ") +
+                      peer.name());
+        QCOMPARE(run.err, QString());
+        QCOMPARE(run.status, int(Done));
+        QCOMPARE(got.mid(4).toHex(), request);
+        if (!run.out.startsWith(QLatin1Char('{'))) {
+            QCOMPARE(run.out, text);
+            continue;
+        }
+        QCOMPARE(run.out.count(QLatin1Char('\n')), 1);
+        QCOMPARE(QString::fromUtf8(QJsonDocument(run.json().value(QStringLiteral("values")).toArray())
+                                       .toJson(QJsonDocument::Compact)),
+                 values);
+        QCOMPARE(run.json().value(QStringLiteral("data")).toString(), data);
+        QCOMPARE(run.json().value(QStringLiteral("attempts")).toInt(), 1);
+        QCOMPARE(run.json().value(QStringLiteral("address")).toString(),
+                 tag.section(QLatin1Char(' '), tag.startsWith(QLatin1String("write --type")) ? 3 : 1)
+                     .section(QLatin1Char(' '), 0, 0));
+        QVERIFY(run.json().value(QStringLiteral("milliseconds")).toDouble() > 0);
+        QVERIFY(!run.json().contains(QStringLiteral("error")));
+    }
+}
+
+void tst_command_line::refusedByTheDevice()
+{
+    Peer peer;
+    peer.later([&] {
+        if (!peer.accept())
+            return;
+        for (int attempt = 0; attempt < 3; ++attempt)
+            peer.send(peer.receive(12).left(4) + QByteArray::fromHex("0003018302"));
+    });
+    const Run run(QStringLiteral("read HR100 --count 4 --retry 2 --trace --format json --device ") +
+                  peer.name());
+    QCOMPARE(run.status, int(Refused));
+    const QString error = QStringLiteral("read 4 word(s) from 1-HR100> exception code:02");
+    QVERIFY2(run.err.endsWith(QStringLiteral("error: %1\n").arg(error)) ||
+                 run.err.contains(QStringLiteral("error: %1\n").arg(error)),
+             qPrintable(run.err));
+    QCOMPARE(run.err.count(QLatin1String("exception 2 (illegal data address)")), 3);
+    QCOMPARE(run.json().value(QStringLiteral("error")).toString(), error);
+    QCOMPARE(run.json().value(QStringLiteral("attempts")).toInt(), 3);
+    QVERIFY(!run.json().contains(QStringLiteral("values")));
+    QVERIFY(!run.json().contains(QStringLiteral("data")));
+}
+
+void tst_command_line::refusedBeforeTheDevice_data()
+{
+    QTest::addColumn<QString>("error");
+    QTest::addColumn<int>("attempts");
+    QTest::newRow("read HR1 --count 126 --retry 0")
+        << "read 126 word(s) from 1-HR1> can't read any word from HR1" << 1;
+    QTest::newRow("read HR1 --type qword") << "Modbus TCP Slave does not read qword at HR1" << 1;
+    QTest::newRow("write HR1 --type qword 1") << "Modbus TCP Slave does not write qword at HR1" << 1;
+    QTest::newRow("write IR3 1 --retry 1") << "write 1 word(s) to 1-IR3> can't write any word to IR3" << 2;
+    QTest::newRow("read HR1 --link 2") << "failed to get default station id" << 0;
+}
+
+void tst_command_line::refusedBeforeTheDevice()
+{
+    QFETCH(QString, error);
+    QFETCH(int, attempts);
+    Peer peer;
+    const Run run(QString::fromLatin1(QTest::currentDataTag()) + QStringLiteral(" --format json --device ") +
+                  peer.name());
+    QCOMPARE(run.status, int(Refused));
+    QCOMPARE(run.err, QStringLiteral("error: %1\n").arg(error));
+    QCOMPARE(run.json().value(QStringLiteral("error")).toString(), error);
+    QCOMPARE(run.json().value(QStringLiteral("attempts")).toInt(), attempts);
+}
+
+QTEST_GUILESS_MAIN(tst_command_line)
+#include "tst_command_line.moc"
