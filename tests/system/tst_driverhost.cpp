@@ -1,0 +1,280 @@
+#include "session.h"
+#include "slave_process.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QStandardPaths>
+#include <QTcpServer>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <csignal>
+
+/// One run of the program itself.
+struct Outcome
+{
+    int status;
+    QString out;
+    QString err;
+
+    QJsonObject json() const { return QJsonDocument::fromJson(out.toUtf8()).object(); }
+};
+
+class tst_driverhost : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void readsWhatMbpollReads_data();
+    void readsWhatMbpollReads();
+    void mbpollReadsWhatIsWritten_data();
+    void mbpollReadsWhatIsWritten();
+    void bitsBesideAWrittenBitStay();
+    void limits_data();
+    void limits();
+    void slaveRestartsBetweenTwoCommands();
+    void interruptEndsAWait_data();
+    void interruptEndsAWait();
+
+private:
+    Outcome host(const QString& commandLine);
+    QStringList mbpoll(const QString& commandLine);
+
+    QTemporaryDir m_folder; ///< the program's own, with a project beside it
+    QString m_program;
+    QString m_mbpoll;
+    SlaveProcess m_slave;
+};
+
+static QStringList words(const QString& text)
+{
+    return text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+void tst_driverhost::initTestCase()
+{
+    m_program = m_folder.filePath(QStringLiteral("driverhost"));
+    QVERIFY(QFile::copy(QStringLiteral(DRIVERHOST_FILE), m_program));
+    QVERIFY(QDir(m_folder.path()).mkpath(QStringLiteral("drivers")));
+    QVERIFY(QFile::copy(QStringLiteral(PLUGIN_FILE),
+                        m_folder.filePath(QStringLiteral("drivers/libmodbus_tcp_slave.so"))));
+    m_mbpoll = QStandardPaths::findExecutable(QStringLiteral("mbpoll"));
+    QVERIFY2(m_slave.start(), m_slave.problem());
+    const Outcome created = host(QStringLiteral("project create --tag DO1 --tag DO3 --tag DO9 --tag DI2"));
+    QCOMPARE(created.status, 0);
+}
+
+Outcome tst_driverhost::host(const QString& commandLine)
+{
+    QProcess process;
+    process.start(m_program,
+                  words(commandLine) + QStringList({QStringLiteral("--device"), m_slave.device()}));
+    process.waitForFinished();
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+/// The values that mbpoll, an independent client, reads from the slave.
+QStringList tst_driverhost::mbpoll(const QString& commandLine)
+{
+    QProcess process;
+    process.start(
+        m_mbpoll,
+        words(QStringLiteral("-1 -q -m tcp -p %1 %2 127.0.0.1").arg(m_slave.port()).arg(commandLine)));
+    process.waitForFinished();
+    static const QRegularExpression line(QStringLiteral("^\\[[0-9]+\\]:\\s+(\\S+)"),
+                                         QRegularExpression::MultilineOption);
+    QStringList values;
+    auto matches = line.globalMatch(QString::fromLatin1(process.readAllStandardOutput()));
+    while (matches.hasNext())
+        values += matches.next().captured(1);
+    return values;
+}
+
+void tst_driverhost::readsWhatMbpollReads_data()
+{
+    QTest::addColumn<QString>(
+        "other"); ///< mbpoll: type (0 coil, 1 discrete input, 3 input, 4 holding), range
+    QTest::newRow("read HR100 --count 10") << "-t 4 -r 100 -c 10";
+    QTest::newRow("read HR100 --count 10 --entry instance") << "-t 4 -r 100 -c 10";
+    QTest::newRow("read FN6HR40000 --count 125") << "-t 4 -r 40000 -c 125";
+    QTest::newRow("read HR65536") << "-t 4 -r 65536 -c 1";
+    QTest::newRow("read IR7 --count 20") << "-t 3 -r 7 -c 20";
+    QTest::newRow("read HR100 --type dword --count 62 --as int") << "-t 4:int -r 100 -c 62";
+    QTest::newRow("read HR40000SW --type dword --count 62 --as int") << "-t 4:int -B -r 40000 -c 62";
+    QTest::newRow("read IR1 --type word --count 3 --as hex") << "-t 3:hex -r 1 -c 3";
+    QTest::newRow("read DO1 --count 100") << "-t 0 -r 1 -c 100";
+    QTest::newRow("read FN5DO65530 --count 7") << "-t 0 -r 65530 -c 7";
+    QTest::newRow("read DI5 --count 100 --type bitblock") << "-t 1 -r 5 -c 100";
+}
+
+void tst_driverhost::readsWhatMbpollReads()
+{
+    QFETCH(QString, other);
+    if (m_mbpoll.isEmpty())
+        QSKIP("mbpoll, a Debian package of that name, is not installed");
+    const QString command = QString::fromLatin1(QTest::currentDataTag());
+    QStringList expected = mbpoll(other);
+    QVERIFY(!expected.isEmpty());
+    const Outcome text = host(command);
+    QCOMPARE(text.err, QString());
+    QCOMPARE(text.status, 0);
+    QStringList values;
+    for (const QString& line : text.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+        values += words(line).value(1);
+    QCOMPARE(values.join(QLatin1Char(' ')), expected.join(QLatin1Char(' ')).toLower());
+
+    QStringList numbers;
+    for (const QJsonValue& value :
+         host(command + QStringLiteral(" --format json")).json().value(QStringLiteral("values")).toArray())
+        numbers += QString::number(value.toVariant().toLongLong());
+    for (QString& value : expected)
+        value = QString::number(value.toLongLong(nullptr, 0));
+    QCOMPARE(numbers, expected);
+}
+
+void tst_driverhost::mbpollReadsWhatIsWritten_data()
+{
+    QTest::addColumn<QString>("other");
+    QTest::addColumn<QString>("values");
+    QTest::newRow("write HR500 1 65535 0x1234") << "-t 4 -r 500 -c 3"
+                                                << "1 65535 4660";
+    QTest::newRow("write FN6HR510 7 8 9") << "-t 4 -r 510 -c 3"
+                                          << "7 8 9";
+    QTest::newRow("write HR520 --type dword -2 70000") << "-t 4:int -r 520 -c 2"
+                                                       << "-2 70000";
+    QTest::newRow("write HR530SW --type dword 305419896") << "-t 4 -r 530 -c 2"
+                                                          << "4660 22136";
+    QTest::newRow("write HR540 --type dword 1.5 -2.25") << "-t 4:float -r 540 -c 2"
+                                                        << "1.5 -2.25";
+    QTest::newRow("write FN6HR550SW --type dword --as float 10") << "-t 4:float -B -r 550 -c 1"
+                                                                 << "10";
+    QTest::newRow("write HR560 --type byte --as text Valve") << "-t 4 -r 560 -c 3"
+                                                             << "24918 30316 101";
+    QTest::newRow("write DO501 1 0 1 1") << "-t 0 -r 501 -c 4"
+                                         << "1 0 1 1";
+    QTest::newRow("write FN5DO510 1 1 0") << "-t 0 -r 510 -c 3"
+                                          << "1 1 0";
+}
+
+void tst_driverhost::mbpollReadsWhatIsWritten()
+{
+    QFETCH(QString, other);
+    QFETCH(QString, values);
+    if (m_mbpoll.isEmpty())
+        QSKIP("mbpoll, a Debian package of that name, is not installed");
+    const Outcome written = host(QString::fromLatin1(QTest::currentDataTag()));
+    QCOMPARE(written.err, QString());
+    QCOMPARE(written.status, 0);
+    QCOMPARE(mbpoll(other).join(QLatin1Char(' ')), values);
+}
+
+void tst_driverhost::bitsBesideAWrittenBitStay()
+{
+    QCOMPARE(host(QStringLiteral("write HR600 0xa5a5 0xffff 0")).status, 0);
+    QCOMPARE(host(QStringLiteral("write HR600.14 --type bit 1 0 0 0")).status, 0);
+    QCOMPARE(host(QStringLiteral("write FN6HR602.5 --type bit 1")).status, 0);
+    QCOMPARE(host(QStringLiteral("read HR600 --count 3 --as hex")).out,
+             QStringLiteral("HR600  0x65a5\nHR601  0xfffc\nHR602  0x0020\n"));
+    // Of the coils that the project does not name, a byte read asks for none: 0.
+    QCOMPARE(host(QStringLiteral("write DO1 1 1 1 1 1 1 1 1 1 1")).status, 0);
+    QCOMPARE(host(QStringLiteral("read DO1 --type byte --count 2 --as bits")).out,
+             QStringLiteral("DO1  00000101\nDO9  00000001\n"));
+}
+
+void tst_driverhost::limits_data()
+{
+    QTest::addColumn<QString>("error"); ///< empty: done
+    QTest::newRow("read DO1 --count 2000") << QString();
+    QTest::newRow("read HR1 --count 125") << QString();
+    QTest::newRow("read HR1 --count 126") << "read 126 word(s) from 1-HR1> can't read any word from HR1";
+    QTest::newRow("read HR1 --type dword --count 63")
+        << "read 63 dword(s) from 1-HR1> can't read any double word from HR1";
+    QTest::newRow("read DO1 --count 2009") << "read 2009 bit(s) from 1-DO1> can't read 2009 bits from DO1";
+    QTest::newRow("read HR65536 --count 2")
+        << "read 2 word(s) from 1-HR65536> can't read any word from HR65536";
+    QTest::newRow("read HR1 --type qword") << "Modbus TCP Slave does not read qword at HR1";
+    QTest::newRow("write IR1 1") << "write 1 word(s) to 1-IR1> can't write any word to IR1";
+    QTest::newRow("read HR1 --link 2") << "failed to get default station id";
+}
+
+void tst_driverhost::limits()
+{
+    QFETCH(QString, error);
+    const Outcome outcome =
+        host(QString::fromLatin1(QTest::currentDataTag()) + QStringLiteral(" --format json --retry 0"));
+    QCOMPARE(outcome.err, error.isEmpty() ? QString() : QStringLiteral("error: %1\n").arg(error));
+    QCOMPARE(outcome.status, error.isEmpty() ? 0 : 1);
+    QCOMPARE(outcome.json().value(QStringLiteral("error")).toString(), error);
+    QCOMPARE(outcome.json().contains(QStringLiteral("values")), error.isEmpty());
+}
+
+// The session of this process reads the project beside this program.
+void tst_driverhost::slaveRestartsBetweenTwoCommands()
+{
+    const QDir home(QCoreApplication::applicationDirPath());
+    QVERIFY(home.mkpath(QStringLiteral("compile/database")));
+    const QString place = QStringLiteral("compile/database/database");
+    QFile::remove(home.filePath(place));
+    QVERIFY(QFile::copy(m_folder.filePath(place), home.filePath(place)));
+    LinkOptions options;
+    options.driverFile = QStringLiteral(PLUGIN_FILE);
+    options.device = {QStringLiteral("127.0.0.1"), m_slave.port()};
+    options.retry = 0;
+    QString error;
+    QTextStream trace(&error);
+    const auto session = Session::start(options, trace, error);
+    QVERIFY2(session, qPrintable(error));
+    const CommunicatorCommand command(Word, 2, QStringLiteral("HR100"));
+    for (const bool killed : {false, true}) {
+        QCOMPARE(session->read(command).data, QByteArray("d\0e\0", 4));
+        if (killed)
+            m_slave.kill();
+        QVERIFY2(m_slave.restart(), m_slave.problem());
+        const CommandOutcome outcome = session->read(command);
+        QCOMPARE(outcome.error, QString());
+        QCOMPARE(outcome.data, QByteArray("d\0e\0", 4));
+        QCOMPARE(outcome.attempts, 1);
+    }
+    QCOMPARE(session->link().connectionsMade(), 3);
+    QVERIFY(QDir(home.filePath(QStringLiteral("compile"))).removeRecursively());
+}
+
+void tst_driverhost::interruptEndsAWait_data()
+{
+    QTest::addColumn<QString>("options");
+    QTest::addColumn<QByteArray>("error");
+    QTest::newRow("for an answer") << "--timeout 60000"
+                                   << QByteArray("interrupted while waiting for 127.0.0.1:");
+    QTest::newRow("in the pause before an attempt") << "--delay 60000" << QByteArray("error: interrupted\n");
+}
+
+void tst_driverhost::interruptEndsAWait()
+{
+    QFETCH(QString, options);
+    QFETCH(QByteArray, error);
+    QTcpServer silent;
+    QVERIFY(silent.listen(QHostAddress::LocalHost));
+    QProcess process;
+    process.start(
+        m_program,
+        words(QStringLiteral("read HR1 --device 127.0.0.1:%1 %2").arg(silent.serverPort()).arg(options)));
+    QVERIFY(process.waitForStarted());
+    silent.waitForNewConnection(1500); // with a pause there is none
+    QTest::qWait(200);
+    QCOMPARE(process.state(), QProcess::Running);
+    QElapsedTimer timer;
+    timer.start();
+    ::kill(static_cast<pid_t>(process.processId()), SIGINT);
+    QVERIFY(process.waitForFinished(10000));
+    QVERIFY(timer.elapsed() < 5000);
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 130);
+    const QByteArray text = process.readAllStandardError();
+    QVERIFY2(text.contains(error), text.constData());
+}
+
+QTEST_GUILESS_MAIN(tst_driverhost)
+#include "tst_driverhost.moc"
