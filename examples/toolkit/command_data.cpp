@@ -1,0 +1,18 @@
+#include "tools/command_data.h"
+#include "communicator_command.h"
+
+#include <cstdio>
+
+int main()
+{
+    // The runtime writes 3 words but hands over 4 bytes: the driver sends what the command says.
+    const CommunicatorCommand words(Word, 3, QLatin1String("HR100"));
+    const QByteArray data = ToSafeData(words, QByteArray("\x01\x02\x03\x04"));
+    std::printf("%d bytes: %s\n", GetSafeDataLen(words), data.toHex().constData());
+
+    // 20 bits from bit 14 of the first register on lie in so many registers.
+    std::printf("registers: %u\n", NumOfBitsToNumOfWords(14, 20));
+
+    // Text for registers gets a whole number of them.
+    std::printf("padded: %s\n", To16bitsData("abc").toHex().constData());
+}
