@@ -2,6 +2,8 @@
 
 #include "commands/commands.h"
 #include "option_values.h"
+#include "scan/device_scan.h"
+#include "scan/number_list.h"
 
 #include <functional>
 
@@ -29,6 +31,9 @@ struct Parsed
     WriteOptions write;
     ProjectCreateOptions projectCreate;
     ProjectShowOptions projectShow;
+    ProjectImportOptions projectImport;
+    ProjectExportOptions projectExport;
+    ScanOptions scan;
     std::function<int(Console&)> command;
 };
 
@@ -121,6 +126,23 @@ void addWrite(CLI::App& app, Parsed& parsed)
                         "How the values are written; text takes one text for byte and block");
 }
 
+void addProjectTags(CLI::App& project, Parsed& parsed)
+{
+    CLI::App& import =
+        addCommand(project, "import",
+                   "Replace the tags of the link --link by those of a CSV file. Its first column is the "
+                   "address of a tag, [STATION-]AREA NUMBER without a blank, as DI5, 2-DO17 or HR100.3. More "
+                   "columns, for names and comments, are passed over; each row has as many as the first. A "
+                   "first row that begins with \"address\" is the header",
+                   parsed, parsed.projectImport, runProjectImport);
+    addText(import, "FILE", parsed.projectImport.file, "The CSV file")->required();
+    CLI::App& output =
+        addCommand(project, "export",
+                   "Write the tags of the link --link as CSV with the column \"address\", which import reads",
+                   parsed, parsed.projectExport, runProjectExport);
+    addText(output, "FILE", parsed.projectExport.file, "The CSV file (default: stdout)");
+}
+
 void addProject(CLI::App& app, Parsed& parsed)
 {
     CLI::App* project =
@@ -137,9 +159,56 @@ void addProject(CLI::App& app, Parsed& parsed)
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     addText(create, "--tags", options.tagFile, "File with one tag address on each line")->type_name("FILE");
-    CLI::App& show = addCommand(*project, "show", "Print the links, nodes and tags of the project", parsed,
-                                parsed.projectShow, runProjectShow);
-    show.add_flag("--all", parsed.projectShow.allTags, "Print every tag, not only their number");
+    CLI::App& show = addCommand(*project, "show",
+                                "Print the links, nodes and tags of the project, and what reads of bits by "
+                                "bytes will ask the devices for",
+                                parsed, parsed.projectShow, runProjectShow);
+    show.add_flag("--all", parsed.projectShow.allTags, "Print every tag and run of bits, not only how many");
+    addProjectTags(*project, parsed);
+}
+
+void takeStations(const QString& text, QVector<int>& stations)
+{
+    stations = scan::parseNumberList(text, 0, 255);
+    if (stations.isEmpty())
+        throw CLI::ValidationError("--stations",
+                                   "must be numbers and ranges from 0 to 255, as 1,5-7, not \"" +
+                                       text.toStdString() + '"');
+}
+
+void takeAreas(const QString& text, QStringList& areas)
+{
+    areas.clear();
+    for (const QString& area : text.toUpper().split(QLatin1Char(','))) {
+        parseChoice("--area", area.toStdString(), scanAreaNames());
+        if (!areas.contains(area))
+            areas += area;
+    }
+}
+
+void addScan(CLI::App& app, Parsed& parsed)
+{
+    ScanOptions& options = parsed.scan;
+    CLI::App& command = addCommand(
+        app, "scan",
+        "Find out which stations answer and which ranges of their areas can be read. One request at a time, "
+        "with --delay before each; ranges that are refused are halved. Ctrl-C prints what was found so far. "
+        "Drivers want a project, see driverhost project create",
+        parsed, options, runScan);
+    addText(
+        command, "--stations", [&options](const QString& text) { takeStations(text, options.stations); },
+        "Stations to look for, as 1,5-7 (default: only --station). Of several, those that are silent are not "
+        "asked again, unless --retry is given")
+        ->type_name("LIST");
+    addText(
+        command, "--area", [&options](const QString& text) { takeAreas(text, options.areas); },
+        "Areas to scan, separated by commas (default: all)")
+        ->type_name(scanAreaNames().join(QLatin1Char(',')).toStdString());
+    addNumber(command, "--from", options.first, 1, scan::largestNumber, "First number (default 1)");
+    addNumber(command, "--to", options.last, 1, scan::largestNumber, "Last number (default 65536)");
+    addNumber(command, "--finest", options.finest, 1, scan::largestNumber,
+              "Do not divide refused ranges of so many elements or fewer: fewer requests, but what can be "
+              "read inside them stays hidden (default 1)");
 }
 
 void describe(CLI::App& app, Parsed& parsed)
@@ -152,6 +221,7 @@ void describe(CLI::App& app, Parsed& parsed)
     addRead(app, parsed);
     addWrite(app, parsed);
     addProject(app, parsed);
+    addScan(app, parsed);
 }
 
 /// The innermost command that the arguments have reached.

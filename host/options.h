@@ -8,6 +8,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <QVector>
 
 #include <optional>
 
@@ -63,8 +64,33 @@ struct ProjectCreateOptions
 
 struct ProjectShowOptions
 {
-    LinkOptions link; ///< only its format counts
-    bool allTags = false;
+    LinkOptions link;     ///< its driver and format count
+    bool allTags = false; ///< and all runs of bits
+};
+
+struct ScanOptions
+{
+    LinkOptions link;
+    QVector<int> stations; ///< empty: the link's own
+    QStringList areas;     ///< of scanAreaNames(); empty: all
+    int first = 1;
+    int last = 65536;
+    int finest = 1; ///< a refused range of so many elements or fewer is not divided
+};
+
+/// The areas that can be scanned, one for each kind of data that a device holds.
+const QStringList& scanAreaNames();
+
+struct ProjectImportOptions
+{
+    LinkOptions link; ///< its link id is whose tags are replaced
+    QString file;
+};
+
+struct ProjectExportOptions
+{
+    LinkOptions link; ///< its link id is whose tags are written
+    QString file;     ///< empty: stdout
 };
 
 #endif

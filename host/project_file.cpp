@@ -8,6 +8,7 @@
 #include <QSqlQuery>
 #include <QVariant>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -117,7 +118,7 @@ QString insert(QSqlQuery& query, const QVariantList& values)
 
 } // namespace
 
-ProjectWriter::ProjectWriter(const QString& fileName)
+ProjectWriter::ProjectWriter(const QString& fileName, Beginning beginning)
     : m_fileName(fileName),
       m_newName(QStringLiteral("%1.new-%2").arg(fileName).arg(QCoreApplication::applicationPid()))
 {
@@ -126,8 +127,8 @@ ProjectWriter::ProjectWriter(const QString& fileName)
     if (!journal.isEmpty())
         check(
             QStringLiteral("another program is changing it, or has died doing so (%1 exists)").arg(journal));
-    else
-        prepare();
+    else if (beginning == Empty || check(copyOldProject()))
+        prepare(beginning);
 }
 
 ProjectWriter::~ProjectWriter()
@@ -135,28 +136,40 @@ ProjectWriter::~ProjectWriter()
     discard();
 }
 
-void ProjectWriter::prepare()
+QString ProjectWriter::copyOldProject()
+{
+    const QString problem = openingProblem(m_fileName);
+    QFile old(m_fileName);
+    return !problem.isEmpty() || old.copy(m_newName) ? problem : old.errorString();
+}
+
+void ProjectWriter::prepare(Beginning beginning)
 {
     m_database = std::make_unique<ScopedDatabase>(m_newName, true);
     if (!check(messageOf(m_database->database().lastError())))
         return;
-    const char* const statements[] = {
-        // Nobody sees the file before it is complete and synchronized as a whole.
-        "PRAGMA journal_mode = OFF",
-        "PRAGMA synchronous = OFF",
-        "BEGIN",
+    // Nobody sees the file before it is complete and synchronized as a whole.
+    const std::vector<const char*> start = {"PRAGMA journal_mode = OFF", "PRAGMA synchronous = OFF", "BEGIN"};
+    const std::vector<const char*> tables = {
         "CREATE TABLE LINK (LINKID INTEGER, HMIPORT INTEGER)",
         "CREATE TABLE NODE (LINKID INTEGER, STATIONID INTEGER, ISDEFAULT INTEGER, IP TEXT, PORT INTEGER)",
         "CREATE TABLE custom_tag_table (connector_id INTEGER, address TEXT)",
     };
-    for (const char* statement : statements) {
-        if (!check(m_database->run(QLatin1String(statement))))
-            return;
-    }
+    if (!run(start) || (beginning == Empty && !run(tables)))
+        return;
     m_statements = std::make_unique<Statements>(m_database->database());
-    m_statements->link.prepare(QStringLiteral("INSERT INTO LINK VALUES (?, ?)"));
-    m_statements->node.prepare(QStringLiteral("INSERT INTO NODE VALUES (?, ?, ?, ?, ?)"));
-    m_statements->tag.prepare(QStringLiteral("INSERT INTO custom_tag_table VALUES (?, ?)"));
+    m_statements->link.prepare(QStringLiteral("INSERT INTO LINK (LINKID, HMIPORT) VALUES (?, ?)"));
+    m_statements->node.prepare(
+        QStringLiteral("INSERT INTO NODE (LINKID, STATIONID, ISDEFAULT, IP, PORT) VALUES (?, ?, ?, ?, ?)"));
+    m_statements->tag.prepare(
+        QStringLiteral("INSERT INTO custom_tag_table (connector_id, address) VALUES (?, ?)"));
+}
+
+bool ProjectWriter::run(const std::vector<const char*>& statements)
+{
+    return std::all_of(statements.begin(), statements.end(), [this](const char* statement) {
+        return check(m_database->run(QLatin1String(statement)));
+    });
 }
 
 /// Keeps the first problem. Returns whether there is none.
@@ -182,6 +195,13 @@ bool ProjectWriter::addNode(const ProjectNode& node)
 bool ProjectWriter::addTag(const ProjectTag& tag)
 {
     return m_error.isEmpty() && check(insert(m_statements->tag, {tag.linkId, tag.address}));
+}
+
+bool ProjectWriter::removeTags(int linkId)
+{
+    return m_error.isEmpty() &&
+           check(m_database->run(
+               QStringLiteral("DELETE FROM custom_tag_table WHERE connector_id = %1").arg(linkId)));
 }
 
 bool ProjectWriter::commit()
@@ -256,8 +276,17 @@ QVector<ProjectNode> ProjectReader::nodes()
 
 bool ProjectReader::forEachTag(const std::function<void(const ProjectTag&)>& visit)
 {
-    return forEachRow(QStringLiteral("SELECT connector_id, address FROM custom_tag_table"),
-                      [&](const QSqlQuery& row) {
-                          visit({row.value(0).toInt(), row.value(1).toString()});
-                      });
+    return forEachTagIn(QStringLiteral("custom_tag_table"), visit);
+}
+
+bool ProjectReader::forEachTagOf(int linkId, const std::function<void(const ProjectTag&)>& visit)
+{
+    return forEachTagIn(QStringLiteral("custom_tag_table WHERE connector_id = %1").arg(linkId), visit);
+}
+
+bool ProjectReader::forEachTagIn(const QString& rows, const std::function<void(const ProjectTag&)>& visit)
+{
+    return forEachRow(QStringLiteral("SELECT connector_id, address FROM ") + rows, [&](const QSqlQuery& row) {
+        visit({row.value(0).toInt(), row.value(1).toString()});
+    });
 }

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 /// A communication link of the project.
 struct ProjectLink
@@ -68,7 +69,13 @@ private:
 class ProjectWriter
 {
 public:
-    explicit ProjectWriter(const QString& fileName);
+    enum Beginning
+    {
+        Empty,         ///< with its tables only
+        FromOldProject ///< with all that the old one holds
+    };
+
+    explicit ProjectWriter(const QString& fileName, Beginning beginning = Empty);
     ~ProjectWriter();
     ProjectWriter(const ProjectWriter&) = delete;
     ProjectWriter& operator=(const ProjectWriter&) = delete;
@@ -76,6 +83,7 @@ public:
     bool addLink(const ProjectLink& link);
     bool addNode(const ProjectNode& node);
     bool addTag(const ProjectTag& tag);
+    bool removeTags(int linkId);
     bool commit();
 
     /// One sentence that names the file; empty as long as all went well.
@@ -84,7 +92,9 @@ public:
 private:
     struct Statements;
 
-    void prepare();
+    void prepare(Beginning beginning);
+    QString copyOldProject();
+    bool run(const std::vector<const char*>& statements);
     bool check(const QString& problem);
     bool finish();
     void discard();
@@ -109,10 +119,14 @@ public:
     /// Calls visit for each tag of all links. Returns false after a failure.
     bool forEachTag(const std::function<void(const ProjectTag&)>& visit);
 
+    /// The same for the tags of one link.
+    bool forEachTagOf(int linkId, const std::function<void(const ProjectTag&)>& visit);
+
     /// One sentence that names the file; empty as long as all went well.
     const QString& error() const { return m_error; }
 
 private:
+    bool forEachTagIn(const QString& rows, const std::function<void(const ProjectTag&)>& visit);
     bool forEachRow(const QString& statement, const std::function<void(const class QSqlQuery&)>& visit);
 
     const QString m_fileName;

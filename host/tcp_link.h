@@ -74,6 +74,10 @@ public:
     /// The driver setting's retries; 0 once the stop flag is raised.
     int retryCount() override;
     int stationId() override { return m_setting.stationid; }
+
+    /// Requests from here on go to this station, 0 to 255.
+    void setStation(int station) { m_setting.stationid = station; }
+
     int commandDelay() override;
     QString errorString() override { return m_error; }
 
@@ -117,7 +121,7 @@ private:
     const QString m_host;
     const quint16 m_port;
     const QString m_peer;
-    const DriverSetting m_setting;
+    DriverSetting m_setting;
     const int m_timeout;
     DeviceSetting m_deviceSetting;
     QString m_error;

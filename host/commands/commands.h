@@ -22,4 +22,14 @@ int runProjectCreate(const ProjectCreateOptions& options, Console& console);
 /// Prints the links, nodes and tags of the project beside the program.
 int runProjectShow(const ProjectShowOptions& options, Console& console);
 
+/// Finds out which stations answer and which elements of their areas can be read. Ctrl-C prints what was
+/// found by then.
+int runScan(const ScanOptions& options, Console& console);
+
+/// Replaces the tags of a link of the project by those of a CSV file, or leaves the project as it is.
+int runProjectImport(const ProjectImportOptions& options, Console& console);
+
+/// Writes the tags of a link of the project as CSV that runProjectImport reads.
+int runProjectExport(const ProjectExportOptions& options, Console& console);
+
 #endif

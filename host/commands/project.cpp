@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "commands/project_reads.h"
 #include "interrupt.h"
 #include "json_line.h"
 #include "project_file.h"
@@ -157,9 +158,17 @@ int runProjectShow(const ProjectShowOptions& options, Console& console)
     const Contents contents = readContents(reader, options.allTags);
     if (!reader.error().isEmpty())
         return reportError(console, Refused, reader.error());
-    if (options.link.format == OutputFormat::Json)
-        printJsonLine(console.out, toJson(contents, options.allTags));
-    else
+    const ProjectReads reads = readsOfProject(options.link, contents.links);
+    if (options.link.format == OutputFormat::Json) {
+        QJsonObject object = toJson(contents, options.allTags);
+        object.insert(QStringLiteral("reads"), toJson(reads, options.allTags));
+        printJsonLine(console.out, object);
+    } else {
         printTables(contents, console.out);
+        printReads(reads, options.allTags, console.out);
+    }
+    console.out.flush();
+    for (const QString& note : reads.notes)
+        console.err << "note: what byte reads ask for is not shown, " << note << '\n';
     return Done;
 }

@@ -1,0 +1,29 @@
+#ifndef PROJECT_READS_H
+#define PROJECT_READS_H
+
+#include "console.h"
+#include "options.h"
+#include "project_file.h"
+#include "read_plan.h"
+
+#include <QJsonArray>
+
+/// What the driver will ask devices for when the runtime reads the bits of a project by bytes.
+struct ProjectReads
+{
+    QVector<AreaReadPlan> plans; ///< of all links
+    QStringList notes;           ///< why a link has none, in the driver's words
+    int mostInRequest = 0;       ///< bits; longer runs are refused by the driver when they are read at once
+};
+
+/// Loads the driver that the options name and asks it, one driver for each link. When it can not be loaded
+/// there is one note, with the reason.
+ProjectReads readsOfProject(const LinkOptions& options, const QVector<ProjectLink>& links);
+
+/// A table with a line for each area of each station, and one with the runs: a few of each area, or all.
+void printReads(const ProjectReads& reads, bool allRuns, QTextStream& out);
+
+/// One object for each area of each station.
+QJsonArray toJson(const ProjectReads& reads, bool allRuns);
+
+#endif

@@ -1,0 +1,154 @@
+#include "commands/commands.h"
+#include "interrupt.h"
+#include "json_line.h"
+#include "progress_bar.h"
+#include "project_file.h"
+#include "tags/tag_import.h"
+#include "tools/project_database.h"
+
+#include <QFile>
+#include <QSaveFile>
+#include <QSet>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+/// What is wrong with a link id that the project does not have; empty when it has it.
+QString linkProblem(ProjectReader& reader, int linkId)
+{
+    QSet<int> ids;
+    for (const ProjectLink& link : reader.links())
+        ids += link.linkId;
+    if (!reader.error().isEmpty() || ids.contains(linkId))
+        return reader.error();
+    QStringList texts;
+    QList<int> sorted = ids.values();
+    std::sort(sorted.begin(), sorted.end());
+    for (const int id : sorted)
+        texts += QString::number(id);
+    return QStringLiteral("--link: the project %1 has no link %2; its links are: %3")
+        .arg(GetDatabaseName())
+        .arg(linkId)
+        .arg(texts.isEmpty() ? QStringLiteral("none") : texts.join(QStringLiteral(", ")));
+}
+
+/// Puts the tags of the file in the place of those of the link. Nothing is committed yet.
+ImportResult replaceTags(ProjectWriter& writer, int linkId, QFile& file, ProgressBar& bar)
+{
+    writer.removeTags(linkId);
+    CsvReader reader(file);
+    const qint64 size = file.size();
+    return importTags(
+        reader,
+        [&](const QString& address) {
+            return writer.addTag({linkId, address});
+        },
+        [&] {
+            bar.show(QStringLiteral("importing"), reader.position(), size);
+            return !interrupt::flag();
+        });
+}
+
+int reportProblems(const ImportResult& result, const ProjectImportOptions& options, Console& console)
+{
+    for (const ImportProblem& problem : result.problems) {
+        if (options.link.format == OutputFormat::Json)
+            printJsonLine(console.out, {{QStringLiteral("file"), options.file},
+                                        {QStringLiteral("line"), problem.line},
+                                        {QStringLiteral("error"), problem.text}});
+        else
+            console.err << options.file << ':' << problem.line << ": " << problem.text << '\n';
+    }
+    const QString listed = result.problemCount > result.problems.size()
+                               ? QStringLiteral(", the first %1 are listed").arg(result.problems.size())
+                               : QString();
+    return reportError(console, WrongCommandLine,
+                       QStringLiteral("%1 line(s) of %2 are wrong%3; the project is as it was")
+                           .arg(result.problemCount)
+                           .arg(options.file, listed));
+}
+
+int cannotRead(const QFile& file, Console& console)
+{
+    return reportError(console, WrongCommandLine,
+                       QStringLiteral("can not read %1: %2").arg(file.fileName(), file.errorString()));
+}
+
+int reportImport(const ImportResult& result, const ProjectImportOptions& options, Console& console)
+{
+    if (options.link.format == OutputFormat::Json)
+        printJsonLine(console.out, {{QStringLiteral("file"), GetDatabaseName()},
+                                    {QStringLiteral("link"), options.link.linkId},
+                                    {QStringLiteral("tags"), result.tags}});
+    else
+        console.out << "link " << options.link.linkId << " of " << GetDatabaseName() << " has now "
+                    << result.tags << " tag(s)\n";
+    return Done;
+}
+
+void writeTags(ProjectReader& reader, int linkId, QTextStream& out)
+{
+    out << "address\n";
+    reader.forEachTagOf(linkId, [&out](const ProjectTag& tag) {
+        out << QString::fromUtf8(csvField(tag.address.toUtf8())) << '\n';
+    });
+}
+
+/// Returns why the file could not be written, empty when it was. Until then an old one stays.
+QString writeTagFile(ProjectReader& reader, const ProjectExportOptions& options)
+{
+    QSaveFile file(options.file);
+    if (file.open(QIODevice::WriteOnly)) {
+        QTextStream out(&file);
+        out.setCodec("UTF-8");
+        writeTags(reader, options.link.linkId, out);
+    }
+    if (!reader.error().isEmpty())
+        return reader.error();
+    return file.commit() ? QString()
+                         : QStringLiteral("can not write %1: %2").arg(options.file, file.errorString());
+}
+
+} // namespace
+
+int runProjectImport(const ProjectImportOptions& options, Console& console)
+{
+    ProjectReader old(GetDatabaseName());
+    const QString problem = linkProblem(old, options.link.linkId);
+    if (!problem.isEmpty())
+        return reportError(console, old.error().isEmpty() ? WrongCommandLine : Refused, problem);
+    QFile file(options.file);
+    if (!file.open(QIODevice::ReadOnly))
+        return cannotRead(file, console);
+
+    interrupt::catchSignals(interrupt::StillBusy::Stay);
+    ProgressBar bar(console.err, terminalWidth());
+    ProjectWriter writer(GetDatabaseName(), ProjectWriter::FromOldProject);
+    const ImportResult result = replaceTags(writer, options.link.linkId, file, bar);
+    bar.clear();
+    if (file.error() != QFile::NoError)
+        return cannotRead(file, console);
+    if (interrupt::flag())
+        return reportError(console, Interrupted, QStringLiteral("interrupted, the project is as it was"));
+    if (result.problemCount > 0)
+        return reportProblems(result, options, console);
+    if (!writer.commit())
+        return reportError(console, Refused, writer.error());
+    return reportImport(result, options, console);
+}
+
+int runProjectExport(const ProjectExportOptions& options, Console& console)
+{
+    ProjectReader reader(GetDatabaseName());
+    const QString problem = linkProblem(reader, options.link.linkId);
+    if (!problem.isEmpty())
+        return reportError(console, reader.error().isEmpty() ? WrongCommandLine : Refused, problem);
+    if (!options.file.isEmpty()) {
+        const QString failure = writeTagFile(reader, options);
+        return failure.isEmpty() ? int(Done) : reportError(console, Refused, failure);
+    }
+    writeTags(reader, options.link.linkId, console.out);
+    return reader.error().isEmpty() ? int(Done) : reportError(console, Refused, reader.error());
+}

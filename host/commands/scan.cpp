@@ -1,0 +1,253 @@
+#include "commands/commands.h"
+#include "interrupt.h"
+#include "json_line.h"
+#include "progress_bar.h"
+#include "scan/device_scan.h"
+#include "scan/number_list.h"
+#include "session.h"
+#include "text_table.h"
+
+#include <QElapsedTimer>
+
+#include <algorithm>
+
+namespace {
+
+/// Bits that the Modbus standard lets one read request ask for; a driver may allow itself more.
+constexpr int mostBitsOfAnyDevice = 2000;
+
+/// Asks through the driver. The session repeats nothing and makes no pauses: the scan repeats what is worth
+/// it, and its pauses end with Ctrl-C.
+class DriverRequester : public scan::Requester
+{
+public:
+    DriverRequester(Session& session, int delay) : m_session(session), m_delay(delay) {}
+
+    scan::Answer ask(const scan::Request& request) override
+    {
+        Waiting(m_delay, &interrupt::flag()).forDescriptor(-1, 0);
+        if (interrupt::flag())
+            return stopped(QStringLiteral("interrupted"));
+        TcpLink& link = m_session.link();
+        link.setStation(request.station);
+        const bool wasConnected = link.isConnected();
+        const int connectionsBefore = link.connectionsMade();
+        const CommandOutcome outcome = m_session.read(
+            {request.area.type, request.count, request.area.name + QString::number(request.first)});
+        scan::Answer answer = scan::answerFromError(outcome.error);
+        if (interrupt::flag() && !answer.isThere())
+            return stopped(QStringLiteral("interrupted"));
+        if (!outcome.done() && outcome.attempts == 0)
+            return stopped(answer.text);
+        if (!wasConnected && link.connectionsMade() == connectionsBefore)
+            answer.kind = scan::Answer::Unreachable;
+        return answer;
+    }
+
+private:
+    static scan::Answer stopped(const QString& reason) { return {scan::Answer::Stopped, 0, reason}; }
+
+    Session& m_session;
+    const int m_delay;
+};
+
+scan::Area areaNamed(const QString& name, DriverInterface& driver)
+{
+    const bool isBitArea = name.startsWith(QLatin1Char('D'));
+    const int mostBits = std::min(driver.getBitBlockAccessSize(), mostBitsOfAnyDevice);
+    const int most = isBitArea ? mostBits : driver.getBlockAccessSize();
+    return {name, isBitArea ? Bit : Word, std::max(most, 1)};
+}
+
+scan::DevicePlan planFor(const ScanOptions& options, DriverInterface& driver)
+{
+    const DriverSetting setting = effectiveSetting(driver, options.link);
+    scan::DevicePlan plan;
+    plan.stations = options.stations;
+    if (plan.stations.isEmpty())
+        plan.stations += setting.stationid;
+    for (const QString& name : options.areas.isEmpty() ? scanAreaNames() : options.areas)
+        plan.areas += areaNamed(name, driver);
+    plan.first = options.first;
+    plan.last = options.last;
+    plan.finest = options.finest;
+    plan.retries = setting.retry;
+    const bool asksWhoIsThere = plan.stations.size() > 1 && !options.link.retry;
+    plan.probeRetries = asksWhoIsThere ? 0 : setting.retry;
+    return plan;
+}
+
+/// The link of a scan: without repetitions and pauses of the driver's own.
+LinkOptions linkForScan(LinkOptions link)
+{
+    link.retry = 0;
+    link.delay = 0;
+    return link;
+}
+
+QString stateText(const scan::Range& range)
+{
+    switch (range.state) {
+    case scan::Range::Readable:
+        return QStringLiteral("readable");
+    case scan::Range::Refused:
+        return QStringLiteral("refused");
+    case scan::Range::NoAnswer:
+        return QStringLiteral("no answer");
+    case scan::Range::NotAsked:
+        break;
+    }
+    return QStringLiteral("not asked");
+}
+
+void forEachArea(const scan::DeviceFindings& findings,
+                 const std::function<void(int station, const scan::ScannedArea&)>& visit)
+{
+    for (const scan::ScannedStation& station : findings.stations) {
+        for (const scan::ScannedArea& area : station.areas)
+            visit(station.station, area);
+    }
+}
+
+void printStations(const scan::DeviceFindings& findings, QTextStream& out)
+{
+    QVector<int> answering;
+    QVector<int> silent;
+    for (const scan::ScannedStation& station : findings.stations)
+        (station.probe.isThere() ? answering : silent) += station.station;
+    TextTable table({TextTable::Left, TextTable::Left});
+    if (!answering.isEmpty())
+        table.addRow({QStringLiteral("answering stations"), scan::numberListText(answering)});
+    if (!silent.isEmpty())
+        table.addRow({QStringLiteral("silent stations"), scan::numberListText(silent)});
+    table.print(out);
+}
+
+void addRanges(int station, const scan::ScannedArea& area, TextTable& table)
+{
+    const QString& name = area.area.name;
+    for (const scan::Range& range : area.findings.ranges) {
+        table.addRow({QString::number(station), name, name + QString::number(range.first),
+                      name + QString::number(range.last), QString::number(range.last - range.first + 1),
+                      stateText(range), range.reason});
+    }
+}
+
+void printSmallerRequests(const scan::DeviceFindings& findings, QTextStream& out)
+{
+    forEachArea(findings, [&](int station, const scan::ScannedArea& area) {
+        if (area.findings.mostInRequest < area.area.mostInRequest)
+            out << "station " << station << " carries at most " << area.findings.mostInRequest
+                << " elements of " << area.area.name << " in one request\n";
+    });
+}
+
+void printText(const scan::DeviceFindings& findings, qint64 milliseconds, QTextStream& out)
+{
+    constexpr auto left = TextTable::Left;
+    constexpr auto right = TextTable::Right;
+    printStations(findings, out);
+    TextTable table({right, left, left, left, right, left, left});
+    table.addRow({QStringLiteral("STATION"), QStringLiteral("AREA"), QStringLiteral("FROM"),
+                  QStringLiteral("TO"), QStringLiteral("COUNT"), QStringLiteral("STATE"),
+                  QStringLiteral("REASON")});
+    bool isEmpty = true;
+    forEachArea(findings, [&](int station, const scan::ScannedArea& area) {
+        addRanges(station, area, table);
+        isEmpty = false;
+    });
+    if (!isEmpty) {
+        out << '\n';
+        table.print(out);
+    }
+    out << '\n';
+    printSmallerRequests(findings, out);
+    out << findings.requests << " request(s) in "
+        << QString::number(static_cast<double>(milliseconds) / 1000, 'f', 1) << " s\n";
+}
+
+QJsonObject toJson(const scan::ScannedStation& station)
+{
+    QJsonObject object{{QStringLiteral("station"), station.station},
+                       {QStringLiteral("answers"), station.probe.isThere()}};
+    if (!station.probe.text.isEmpty())
+        object.insert(QStringLiteral("reason"), station.probe.text);
+    return object;
+}
+
+QJsonObject toJson(int station, const scan::ScannedArea& area, const scan::Range& range)
+{
+    QJsonObject object{{QStringLiteral("station"), station},
+                       {QStringLiteral("area"), area.area.name},
+                       {QStringLiteral("from"), range.first},
+                       {QStringLiteral("to"), range.last},
+                       {QStringLiteral("state"), stateText(range)},
+                       {QStringLiteral("mostInRequest"), area.findings.mostInRequest}};
+    if (!range.reason.isEmpty())
+        object.insert(QStringLiteral("reason"), range.reason);
+    return object;
+}
+
+void printJson(const scan::DeviceFindings& findings, qint64 milliseconds, QTextStream& out)
+{
+    for (const scan::ScannedStation& station : findings.stations)
+        printJsonLine(out, toJson(station));
+    forEachArea(findings, [&](int station, const scan::ScannedArea& area) {
+        for (const scan::Range& range : area.findings.ranges)
+            printJsonLine(out, toJson(station, area, range));
+    });
+    printJsonLine(out, {{QStringLiteral("requests"), findings.requests},
+                        {QStringLiteral("milliseconds"), milliseconds},
+                        {QStringLiteral("complete"), findings.stopped.isEmpty()}});
+}
+
+int exitStatus(const scan::DeviceFindings& findings, Console& console)
+{
+    const bool somebodyAnswers =
+        std::any_of(findings.stations.begin(), findings.stations.end(),
+                    [](const scan::ScannedStation& station) { return station.probe.isThere(); });
+    if (interrupt::flag() && !findings.stopped.isEmpty())
+        return reportError(console, Interrupted, QStringLiteral("interrupted"));
+    if (!findings.stopped.isEmpty())
+        return reportError(console, Refused, findings.stopped);
+    if (!somebodyAnswers)
+        return reportError(console, Refused,
+                           QStringLiteral("no station answers: %1").arg(findings.stations.last().probe.text));
+    return Done;
+}
+
+} // namespace
+
+const QStringList& scanAreaNames()
+{
+    static const QStringList names = {QStringLiteral("HR"), QStringLiteral("IR"), QStringLiteral("DO"),
+                                      QStringLiteral("DI")};
+    return names;
+}
+
+int runScan(const ScanOptions& options, Console& console)
+{
+    if (options.first > options.last)
+        return reportError(
+            console, WrongCommandLine,
+            QStringLiteral("--from: must be at most --to, %1, not %2").arg(options.last).arg(options.first));
+    QString error;
+    const auto session = Session::start(linkForScan(options.link), console.err, error);
+    if (!session)
+        return reportError(console, WrongCommandLine, error);
+
+    interrupt::catchSignals(interrupt::StillBusy::Stay);
+    QElapsedTimer timer;
+    timer.start();
+    ProgressBar bar(console.err, options.link.trace ? 0 : terminalWidth());
+    DriverRequester requester(*session, effectiveSetting(session->driver(), options.link).delay);
+    const scan::DeviceFindings findings = scan::scanDevice(
+        planFor(options, session->driver()), requester,
+        [&bar](const QString& label, qint64 done, qint64 total) { bar.show(label, done, total); });
+    bar.clear();
+    if (!findings.stations.isEmpty() && options.link.format == OutputFormat::Json)
+        printJson(findings, timer.elapsed(), console.out);
+    else if (!findings.stations.isEmpty())
+        printText(findings, timer.elapsed(), console.out);
+    return exitStatus(findings, console);
+}
