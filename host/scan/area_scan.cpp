@@ -5,6 +5,10 @@
 namespace scan {
 namespace {
 
+/// Elements of a refused range from which on each is asked for. Halving further would ask for most of them in
+/// the end, and for their pairs and fours besides.
+constexpr int fewElements = 8;
+
 class AreaScan
 {
 public:
@@ -22,6 +26,8 @@ public:
             scanRange(next, count);
             next += count;
         }
+        if (m_plan.finest > 1)
+            findBorders();
         return m_findings;
     }
 
@@ -56,13 +62,54 @@ private:
             giveUp(Range::Refused, answer.text);
         if (m_givenUp || count <= m_plan.finest)
             return mark(first, count, Range::Refused, answer.text);
-        const int half = count / 2;
-        const bool lowerIsReadable = scanRange(first, half);
-        const bool upperIsReadable = scanRange(first + half, count - half);
-        const bool isReadable = lowerIsReadable && upperIsReadable;
+        const int part = m_plan.finest == 1 && count <= fewElements ? 1 : (count + 1) / 2;
+        bool isReadable = true;
+        for (int done = 0; done < count; done += part)
+            isReadable = scanRange(first + done, std::min(part, count - done)) && isReadable;
         if (isReadable)
-            m_findings.mostInRequest = std::min(m_findings.mostInRequest, count - half);
+            m_findings.mostInRequest = std::min(m_findings.mostInRequest, part);
         return isReadable;
+    }
+
+    /// A refused range next to one that can be read may begin or end with elements that can be read: fewer
+    /// than the finest range, which was refused as a whole.
+    void findBorders()
+    {
+        QVector<Range>& ranges = m_findings.ranges;
+        for (int i = 0; i + 1 < ranges.size(); ++i) {
+            Range& left = ranges[i];
+            Range& right = ranges[i + 1];
+            const int span = std::min(m_plan.finest, m_findings.mostInRequest);
+            if (left.state == Range::Readable && right.state == Range::Refused) {
+                const int first = right.first;
+                right.first +=
+                    mostReadable(std::min(span, right.last - first + 1), [first](int) { return first; });
+                left.last = right.first - 1;
+            } else if (left.state == Range::Refused && right.state == Range::Readable) {
+                const int last = left.last;
+                left.last -= mostReadable(std::min(span, last - left.first + 1),
+                                          [last](int count) { return last - count + 1; });
+                right.first = left.last + 1;
+            }
+        }
+    }
+
+    /// The most elements below refused, from firstOf(count) on, that can be read at once. refused of them can
+    /// not.
+    int mostReadable(int refused, const std::function<int(int count)>& firstOf)
+    {
+        int readable = 0;
+        while (readable + 1 < refused && !m_givenUp) {
+            const int middle = (readable + refused) / 2;
+            const Answer answer = m_read(firstOf(middle), middle);
+            if (answer.kind == Answer::Data)
+                readable = middle;
+            else
+                refused = middle;
+            if (!answer.isThere())
+                giveUp(Range::NotAsked, answer.text);
+        }
+        return readable;
     }
 
     void giveUp(Range::State restState, const QString& restReason)

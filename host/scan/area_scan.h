@@ -35,6 +35,7 @@ struct AreaPlan
     int last = largestNumber;
     int mostInRequest = 1; ///< elements that one request can carry
     int finest = 1;        ///< a refused range of so many elements or fewer is not divided any more
+                           ///< (what can be read at its ends is found none the less)
 };
 
 struct AreaFindings
@@ -53,8 +54,9 @@ using Settled = std::function<void(int elements)>;
 constexpr int silencesOfAnArea = 2;
 
 /// Finds out which elements of an area can be read. It asks for as many as a request carries; a range that is
-/// refused is halved until its parts can be read or are as fine as the plan wants. Both halves of a refused
-/// range being readable means that the station carries less in a request; from then on no more is asked for.
+/// refused is halved until its parts can be read or are as fine as the plan wants. Where a part that can be
+/// read meets a refused one, the border is exact in any case. Both halves of a refused range being readable
+/// means that the station carries less in a request; from then on no more is asked for.
 ///
 /// Exception code 01 speaks of the function code, not of the elements: as the first answer it settles the
 /// whole area. A range without an answer is not divided, and the area is given up after silencesOfAnArea of
