@@ -99,7 +99,7 @@ int packArray(unsigned char* out, const ArrayItem& item, Arguments& arguments)
     if (isFiller(item)) {
         if (item.count > INT_MAX)
             return -1;
-        if (item.letter == 'x')
+        if (item.letter == 'x' && item.count > 0)
             std::memset(out, 0, item.count);
         return static_cast<int>(item.count);
     }
