@@ -1,0 +1,221 @@
+#ifndef FUZZ_FAULTY_LINK_H
+#define FUZZ_FAULTY_LINK_H
+
+#include "check.h"
+#include "device_setting.h"
+#include "input.h"
+#include "modbus_tcp_slave.h"
+
+#include <vector>
+
+inline int big16(const QByteArray& bytes, int offset)
+{
+    return static_cast<std::uint8_t>(bytes.at(offset)) << 8 | static_cast<std::uint8_t>(bytes.at(offset + 1));
+}
+
+inline QByteArray big16(int value)
+{
+    const char bytes[] = {static_cast<char>(value >> 8), static_cast<char>(value)};
+    return QByteArray(bytes, 2);
+}
+
+/// One request and what the driver was given to read after it.
+struct Transaction
+{
+    int functionCode() const { return request.at(7); }
+    int address() const { return big16(request, 8); }
+    int quantity() const { return big16(request, 10); }
+    QByteArray echoedFields() const { return request.mid(7, 5); }
+
+    QByteArray request;
+    QByteArray delivered;
+};
+
+/// A link in memory whose device does what the input says: good replies, replies with a fault, rubbish,
+/// silence, several replies at once, in pieces that the input chooses. Checks every request of the driver.
+class FaultyLink : public AbstractDeviceInterface
+{
+public:
+    FaultyLink(Input& from, DriverModbusTcpSlave& caller)
+        : input(from), driver(caller), firstTransaction(caller.getTID()), transaction(caller.getTID()),
+          setting(EthernetDevice, QLatin1String("ETHERNET"), 9600, 8, 0, 2)
+    {
+        setting.linkID = 1;
+    }
+
+    /// Forgets the command before.
+    void beginCommand()
+    {
+        attempts = 0;
+        transactions.clear();
+    }
+
+    int readData(char* buffer, int maxLength) override;
+    int writeData(const char* data, int length) override;
+
+    bool open() override
+    {
+        up = input.byte() % 8 != 7;
+        return up;
+    }
+
+    void close() override
+    {
+        up = false;
+        incoming.clear();
+    }
+
+    /// Asked at the start of each attempt, which alone counts.
+    bool isConnected() override
+    {
+        ++attempts;
+        transactions.clear();
+        return up;
+    }
+
+    DeviceSetting* deviceSetting() override { return &setting; }
+    int retryCount() override { return retries; }
+    int stationId() override { return station; }
+    int commandDelay() override { return 0; }
+    QString errorString() override { return QLatin1String("the link's own words"); }
+
+    int station = 1;
+    int retries = 0;
+    bool up = true;
+    int attempts = 0;
+    std::vector<Transaction> transactions; ///< of the latest attempt
+
+private:
+    void checkRequest(const QByteArray& frame);
+    QByteArray goodReply(const QByteArray& frame);
+    QByteArray reply(const QByteArray& frame);
+    QByteArray rawBytes();
+
+    Input& input;
+    DriverModbusTcpSlave& driver;
+    const int firstTransaction;
+    int transaction;
+    int piece = 0; ///< what readData does with the bytes that are there
+    QByteArray incoming;
+    DeviceSetting setting;
+};
+
+/// Overwrites the whole buffer that it was promised before it fills in what has come.
+inline int FaultyLink::readData(char* buffer, int maxLength)
+{
+    CHECK(maxLength >= 0 && !transactions.empty());
+    std::fill(buffer, buffer + maxLength, '\xA5');
+    if (piece == 2 || piece == 3)
+        return piece == 2 ? 0 : -1 - input.number16();
+    const int length =
+        std::min(maxLength, int(incoming.size())) - (piece == 1 && !incoming.isEmpty() ? 1 : 0);
+    const QByteArray taken = incoming.left(length);
+    std::copy(taken.begin(), taken.end(), buffer);
+    incoming.remove(0, length);
+    transactions.back().delivered += taken;
+    return length;
+}
+
+/// The lowest bits of a byte of the input say what is answered, two further ones how it is handed out.
+inline int FaultyLink::writeData(const char* data, int length)
+{
+    const QByteArray frame(data, length);
+    checkRequest(frame);
+    transactions.push_back({frame, QByteArray()});
+    const int mode = input.byte();
+    piece = mode >> 4 & 3;
+    if (mode % 16 == 15)
+        return input.number16() - 32768;
+    incoming += mode % 16 == 14 ? QByteArray() : mode % 16 == 13 ? rawBytes() : reply(frame);
+    if (mode % 16 == 12)
+        incoming += incoming;
+    return length;
+}
+
+inline void FaultyLink::checkRequest(const QByteArray& frame)
+{
+    CHECK(frame.size() >= 12 && frame.size() <= 260);
+    transaction = (transaction + 1) & 0xFFFF;
+    CHECK(big16(frame, 0) == transaction && driver.getTID() == transaction);
+    CHECK(big16(frame, 2) == 0 && big16(frame, 4) == frame.size() - 6);
+    CHECK(frame.at(6) == static_cast<char>(station));
+
+    const int dataLength = frame.size() - 13;
+    const int quantity = big16(frame, 10);
+    const int last = big16(frame, 8) + quantity;
+    switch (frame.at(7)) {
+    case 1:
+    case 2:
+        CHECK(dataLength == -1 && quantity <= 2008 && last <= 65536);
+        return;
+    case 3:
+    case 4:
+        CHECK(dataLength == -1 && quantity <= 125 && last <= 65536);
+        return;
+    case 5:
+        CHECK(dataLength == -1 && (quantity == 0 || quantity == 0xFF00));
+        return;
+    case 6:
+        CHECK(dataLength == -1);
+        return;
+    case 15:
+        CHECK(quantity <= 1976 && last <= 65536 && static_cast<std::uint8_t>(frame.at(12)) == dataLength);
+        return;
+    case 16:
+        CHECK(quantity <= 123 && last <= 65536 && dataLength == 2 * quantity &&
+              frame.at(12) == char(dataLength));
+        return;
+    default:
+        checkFailed("a function code that the driver has", __FILE__, __LINE__);
+    }
+}
+
+inline QByteArray FaultyLink::goodReply(const QByteArray& frame)
+{
+    const Transaction request = {frame, QByteArray()};
+    QByteArray pdu = request.echoedFields();
+    if (request.functionCode() <= 4) {
+        const int bytes = request.functionCode() <= 2 ? (request.quantity() + 7) / 8 : 2 * request.quantity();
+        pdu = frame.mid(7, 1) + char(bytes);
+        const int seed = input.byte();
+        for (int i = 0; i < bytes; ++i)
+            pdu += char(seed * (i + 1));
+    }
+    return frame.left(4) + big16(pdu.size() + 1) + frame.mid(6, 1) + pdu;
+}
+
+/// A good reply, or one with a fault.
+inline QByteArray FaultyLink::reply(const QByteArray& frame)
+{
+    QByteArray bytes = goodReply(frame);
+    switch (piece == 0 ? input.byte() % 8 : 0) {
+    case 1: // another byte somewhere
+        bytes[input.byte() % bytes.size()] = char(input.byte());
+        break;
+    case 2: // cut
+        bytes.truncate(input.byte());
+        break;
+    case 3: // more than was asked for
+        bytes += input.bytes(input.byte());
+        break;
+    case 4: // an exception reply
+        bytes = frame.left(4) + big16(3) + frame.mid(6, 1) + char(frame.at(7) | 0x80) + char(input.byte());
+        break;
+    case 5: // the length of an exception reply on something else
+        bytes.replace(4, 2, big16(3));
+        break;
+    }
+    return bytes;
+}
+
+/// Whatever the input holds. The transaction identifier counts from the first one of this input, so that an
+/// input means the same whatever was tried before.
+inline QByteArray FaultyLink::rawBytes()
+{
+    QByteArray bytes = input.bytes(input.byte());
+    if (bytes.size() >= 2)
+        bytes.replace(0, 2, big16((big16(bytes, 0) + firstTransaction) & 0xFFFF));
+    return bytes;
+}
+
+#endif

@@ -1,0 +1,74 @@
+// Bytes as the project database: the driver either loads it or says what is wrong, and loads a good one that
+// takes its place.
+
+#include "check.h"
+#include "harness.h"
+#include "modbus_tcp_slave.h"
+#include "project_fixture.h"
+#include "scripted_link.h"
+
+namespace {
+
+QByteArray goodProject;
+
+void replaceProject(const QByteArray& content)
+{
+    const QString name = ProjectFixture::path(ProjectFixture::usualPlace());
+    QFile file(name + QLatin1String(".new"));
+    CHECK(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
+    file.close();
+    CHECK(std::rename(QFile::encodeName(file.fileName()), QFile::encodeName(name)) == 0);
+}
+
+bool isLoadError(const QString& text)
+{
+    return text == QLatin1String("can not open database") ||
+           text == QLatin1String("failed to get default station id") ||
+           text == QLatin1String("failed to initialize valid bit addresses table");
+}
+
+bool loads(DriverModbusTcpSlave& driver)
+{
+    ScriptedLink link;
+    driver.clearError();
+    const bool loaded = driver.readDB(&link, QString());
+    CHECK(driver.hasError() != loaded);
+    CHECK(loaded || isLoadError(driver.getLastError()));
+    return loaded;
+}
+
+/// Each driver object keeps its connection name for ever; those of the inputs before are of no use any more.
+void forgetConnections()
+{
+    for (const QString& name : QSqlDatabase::connectionNames())
+        QSqlDatabase::removeDatabase(name);
+}
+
+} // namespace
+
+void prepare()
+{
+    ProjectFixture::clear();
+    CHECK(ProjectFixture::create(ProjectFixture::usualPlace(), QStringList() << QLatin1String("DO1")));
+    QFile file(ProjectFixture::path(ProjectFixture::usualPlace()));
+    CHECK(file.open(QIODevice::ReadOnly));
+    goodProject = file.readAll();
+}
+
+void tryInput(Input& input)
+{
+    replaceProject(input.rest());
+    {
+        DriverModbusTcpSlave driver;
+        const bool loaded = loads(driver);
+        CHECK(loads(driver) == loaded);
+        ScriptedLink link;
+        for (const char* const area : {"DI1", "DO60000"}) {
+            const QByteArray data = driver.read(&link, CommunicatorCommand(Byte, 3000, QLatin1String(area)));
+            CHECK(data.isEmpty() || (loaded && data.size() == 3000));
+        }
+        replaceProject(goodProject);
+        CHECK(loads(driver));
+    }
+    forgetConnections();
+}
