@@ -3,6 +3,25 @@
 
 #include <iostream>
 #include <stdexcept>
+#include <string>
+
+/// "slavesim: 300 requests, 30 faults (late 15, drop 15)"
+static std::string statsLine(const slavesim::FaultPlan& counts)
+{
+    std::string list;
+    std::uint64_t faults = 0;
+    for (std::size_t i = 0; i < slavesim::FaultKindCount; ++i) {
+        const auto kind = static_cast<slavesim::FaultKind>(i);
+        if (counts.faults(kind) == 0)
+            continue;
+        faults += counts.faults(kind);
+        list += (list.empty() ? "" : ", ") + std::string(faultName(kind)) + " " +
+                std::to_string(counts.faults(kind));
+    }
+    const std::string kinds = list.empty() ? "" : " (" + list + ")";
+    return "slavesim: " + std::to_string(counts.requests()) + " requests, " + std::to_string(faults) +
+           " faults" + kinds;
+}
 
 int main(int argc, char* argv[])
 {
@@ -14,6 +33,8 @@ int main(int argc, char* argv[])
         slavesim::Server server(*options);
         std::cout << "slavesim: listening on " << textOf(server.address()) << std::endl;
         server.run();
+        if (options->stats)
+            std::cout << statsLine(server.counts()) << std::endl;
         return 0;
     } catch (const std::runtime_error& error) {
         std::cerr << "slavesim: " << error.what() << '\n';

@@ -1,10 +1,17 @@
 #include "options.h"
 
+#include "moving_signals.h"
+
 #include <CLI/CLI.hpp>
 
+#include <charconv>
 #include <iostream>
+#include <sstream>
 
 namespace slavesim {
+
+static constexpr std::size_t DescriptionColumn = 26;
+static constexpr std::uint32_t LongestPauseMs = 3600000;
 
 static CLI::ValidationError wrong(const std::string& option, const std::string& text,
                                   const std::string& right)
@@ -25,7 +32,21 @@ static CLI::Option* addNumber(CLI::App& app, const std::string& name, Number& nu
                             " is needed");
         number = static_cast<Number>(*parsed);
     };
-    return app.add_option_function<std::string>(name, parse, description);
+    return app.add_option_function<std::string>(name, parse, description)->option_text("N");
+}
+
+/// Adds an option that may be given more than once, each time with one text, which add takes or throws at.
+template<typename Add>
+static CLI::Option* addRepeatable(CLI::App& app, const std::string& name, const Add& add,
+                                  const std::string& description)
+{
+    const auto addAll = [add](const std::vector<std::string>& texts) {
+        for (const std::string& text : texts)
+            add(text);
+    };
+    return app.add_option_function<std::vector<std::string>>(name, addAll, description)
+        ->expected(1)
+        ->take_all();
 }
 
 static Stations parseStations(const std::string& text)
@@ -49,49 +70,159 @@ static void addServed(ServedCells& served, const std::string& text)
         equals == std::string::npos ? std::nullopt : parseRange(text.substr(equals + 1), 1, CellsPerArea);
     if (!area || !range)
         throw wrong("--serve", text,
-                    "an area and numbers from 1 to 65536 are needed, like HR=1-200 (areas: HR, IR, DO, DI)");
+                    "an area (HR, IR, DO or DI) and numbers from 1 to 65536 are needed, like HR=1-200");
     served.add(*area, *range);
+}
+
+static std::string faultNames()
+{
+    std::string names;
+    for (std::size_t i = 0; i < FaultKindCount; ++i)
+        names += (i == 0 ? "" : ", ") + std::string(faultName(static_cast<FaultKind>(i)));
+    return names;
+}
+
+static void addFault(std::vector<FaultKind>& kinds, const std::string& text)
+{
+    const auto kind = faultNamed(text);
+    if (!kind)
+        throw wrong("--fault", text, "one of these is needed: " + faultNames());
+    kinds.push_back(*kind);
+}
+
+static double parseRate(const std::string& text)
+{
+    double rate = 0;
+    const char* end = text.data() + text.size();
+    const std::from_chars_result result = std::from_chars(text.data(), end, rate);
+    if (result.ec != std::errc() || result.ptr != end || !(rate > 0 && rate <= 1))
+        throw wrong("--fault-rate", text, "a probability above 0 and up to 1 is needed, like 0.1");
+    return rate;
 }
 
 static void addCells(CLI::App& app, Options& options)
 {
-    app.add_option("--image", options.imageFile, "Load the cells from FILE, see The cells below")
-        ->type_name("FILE");
+    app.add_option("--image", options.imageFile, "Load the cells from FILE (see below); the others are 0")
+        ->option_text("FILE");
+    app.add_flag("--moving", options.moving, "Let some cells change with time (see below)");
+    const auto serve = [&options](const std::string& text) { addServed(options.served, text); };
+    addRepeatable(app, "--serve", serve,
+                  "The cells that an area has, like HR=1-200; exception 2\n"
+                  "for any other; repeatable (default: all of each area)")
+        ->option_text("AREA=N-N");
     const auto stations = [&options](const std::string& text) { options.stations = parseStations(text); };
     app.add_option_function<std::string>("--stations", stations,
-                                         "Unit identifiers that are answered, like 1,5-7;\n"
-                                         "requests for others get no answer (default: all)")
-        ->type_name("LIST");
-    const auto serve = [&options](const std::vector<std::string>& texts) {
-        for (const std::string& text : texts)
-            addServed(options.served, text);
-    };
-    app.add_option_function<std::vector<std::string>>(
-           "--serve", serve,
-           "The cells that an area has, like HR=1-200; any other gets\n"
-           "exception 2; repeatable (default: all 65536 of each area)")
-        ->type_name("AREA=FROM-TO")
-        ->allow_extra_args(false);
+                                         "Unit identifiers that are answered, like 1,5-7; no\n"
+                                         "reply to any other (default: all)")
+        ->option_text("LIST");
+}
+
+static void addFaults(CLI::App& app, Options& options)
+{
+    const auto fault = [&options](const std::string& text) { addFault(options.faults.kinds, text); };
+    CLI::Option* faults =
+        addRepeatable(app, "--fault", fault, "Make faults of this KIND (see below); repeatable")
+            ->option_text("KIND");
+    CLI::Option* every = addNumber(app, "--fault-every", options.faults.every, 1, 1000000000,
+                                   "Each Nth request gets a fault, the kinds in turn\n(default: 10)")
+                             ->needs(faults);
+    const auto rate = [&options](const std::string& text) { options.faults.rate = parseRate(text); };
+    app.add_option_function<std::string>("--fault-rate", rate,
+                                         "Each request gets a fault with probability P, the\n"
+                                         "kinds at random; not together with --fault-every")
+        ->option_text("P")
+        ->needs(faults)
+        ->excludes(every);
+    addNumber(app, "--seed", options.faults.seed, 0, UINT32_MAX,
+              "Of all that is random: the same seed makes the same\n"
+              "faults (default: 1)")
+        ->needs(faults);
+    addNumber(app, "--late-ms", options.lateMs, 0, LongestPauseMs, "How late a late reply is (default: 200)");
+    addNumber(app, "--refuse-ms", options.refuseMs, 0, LongestPauseMs,
+              "How long new connections are refused (default: 1000)");
 }
 
 static void addOptions(CLI::App& app, Options& options)
 {
-    app.get_formatter()->column_width(26);
+    app.add_option("--host", options.endpoint.host, "IPv4 address to listen on (default: 127.0.0.1)")
+        ->option_text("ADDRESS");
+    addNumber(app, "--port", options.endpoint.port, 0, 65535,
+              "TCP port to listen on (default: 0, any free one)");
+    addCells(app, options);
+    addFaults(app, options);
+    app.add_flag("--log", options.log, "Write one line for each request on stderr");
+    app.add_flag("--stats", options.stats,
+                 "Write one line with the counts of requests and faults\nat the end");
+    app.set_help_flag("-h,--help", "Print this help and exit");
     app.set_version_flag("--version", std::string("slavesim ") + SLAVESIM_VERSION,
                          "Print the version and exit");
-    app.set_help_flag("-h,--help", "Print this help and exit");
-    app.add_option("--host", options.endpoint.host, "IPv4 address to listen on (default: 127.0.0.1)")
-        ->type_name("ADDRESS");
-    addNumber(app, "--port", options.endpoint.port, 0, 65535,
-              "TCP port to listen on (default: 0, any free one)")
-        ->type_name("N");
-    addCells(app, options);
+}
+
+/// One row of a table in the help, in line with the options.
+static std::string row(std::string_view name, std::string_view description)
+{
+    std::stringstream text;
+    CLI::detail::format_help(text, "  " + std::string(name), std::string(description), DescriptionColumn);
+    return text.str();
+}
+
+static std::string movingRows()
+{
+    std::string rows;
+    for (const MovingSignal& signal : movingSignals())
+        rows += row(cellsOf(signal), signal.description);
+    return rows;
+}
+
+static std::string faultRows()
+{
+    std::string rows;
+    for (std::size_t i = 0; i < FaultKindCount; ++i) {
+        const auto kind = static_cast<FaultKind>(i);
+        rows += row(faultName(kind), faultDescription(kind));
+    }
+    return rows;
+}
+
+static std::string explanations()
+{
+    return "Cells:\n"
+           "  Each of the four areas has 65536 cells, numbered from 1: HR1 is the holding\n"
+           "  register with the Modbus address 0. Without --image a cell tells its number:\n" +
+           row("HR n", "n mod 65536") + row("IR n", "65535 - (n mod 65536)") +
+           row("DO n", "on where 3 divides n") + row("DI n", "on where 5 divides n") +
+           "\nImage file:\n"
+           "  A line for each cell: area,number,value. The value is decimal or 0x hexadecimal,\n"
+           "  0 or 1 for bits. Empty lines and lines that start with # say nothing; the first\n"
+           "  line may be a heading.\n"
+           "      area,number,value\n"
+           "      HR,100,0x1234\n"
+           "      DO,5,1\n"
+           "\nMoving cells:\n" +
+           movingRows() +
+           "  A value that is written to one of them lasts until the next request.\n"
+           "\nKinds of faults:\n" +
+           faultRows() +
+           "  Where nothing else is said, the request is executed and only the answer spoilt:\n"
+           "  the values of a write have been written.\n"
+           "\nWhen it is ready it prints one line, \"slavesim: listening on 127.0.0.1:40123\".\n"
+           "SIGTERM and SIGINT end it. Exit status: 0 ended so, 2 it could not start.\n";
+}
+
+static std::string sentenceOf(const CLI::ParseError& error)
+{
+    const std::string text = error.what();
+    if (dynamic_cast<const CLI::ArgumentMismatch*>(&error))
+        return text.substr(0, text.find(':')) + ": exactly one value is needed";
+    return text;
 }
 
 std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& exitStatus)
 {
     Options options;
     CLI::App app("A Modbus TCP slave to try drivers and hosts on, without hardware.", "slavesim");
+    app.get_formatter()->column_width(DescriptionColumn);
+    app.footer(explanations());
     addOptions(app, options);
     try {
         app.parse(argc, argv);
@@ -99,7 +230,7 @@ std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& 
     } catch (const CLI::Success& success) {
         exitStatus = app.exit(success);
     } catch (const CLI::ParseError& error) {
-        std::cerr << "slavesim: " << error.what() << " (slavesim --help lists the options)\n";
+        std::cerr << "slavesim: " << sentenceOf(error) << " (slavesim --help lists the options)\n";
         exitStatus = 2;
     }
     return std::nullopt;

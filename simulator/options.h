@@ -1,6 +1,7 @@
 #ifndef SLAVESIM_OPTIONS_H
 #define SLAVESIM_OPTIONS_H
 
+#include "fault_plan.h"
 #include "served_cells.h"
 #include "socket.h"
 
@@ -18,6 +19,12 @@ struct Options
     std::string imageFile; ///< empty: ProcessImage::numbered()
     Stations stations = Stations().set();
     ServedCells served;
+    bool moving = false;
+    FaultSchedule faults;
+    std::uint32_t lateMs = 200;
+    std::uint32_t refuseMs = 1000;
+    bool log = false;
+    bool stats = false;
 };
 
 /// The options of a command line. --help and --version are answered on stdout, a wrong command line by a

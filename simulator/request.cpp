@@ -66,14 +66,14 @@ bool Request::writes() const
 
 bool Request::isWellFormed() const
 {
-    const int whole = LengthFieldCountsFrom + static_cast<int>(word(4));
+    const int whole = UnitOffset + static_cast<int>(word(4));
     const bool lengthIsRight = isKnown() ? whole == length : whole >= length && whole <= LongestFrame;
     return word(2) == 0 && lengthIsRight;
 }
 
 int Request::missing() const
 {
-    return LengthFieldCountsFrom + static_cast<int>(word(4)) - length;
+    return UnitOffset + static_cast<int>(word(4)) - length;
 }
 
 Cells Request::cells() const

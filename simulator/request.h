@@ -9,8 +9,8 @@ namespace slavesim {
 
 constexpr int MbapLength = 7;              ///< transaction, protocol, length, unit identifier
 constexpr int FunctionOffset = MbapLength; ///< of the function code in a frame
-constexpr int LengthFieldCountsFrom = 6;   ///< the header's length field counts the bytes from the unit on
-constexpr int LongestFrame = 260;          ///< header and a protocol data unit of 253 bytes
+constexpr int UnitOffset = 6;     ///< of the unit identifier; the length field counts the bytes from here on
+constexpr int LongestFrame = 260; ///< header and a protocol data unit of 253 bytes
 
 /// count cells from a Modbus address (from 0) on.
 struct Cells
@@ -28,7 +28,7 @@ public:
     /// known.
     Request(const std::uint8_t* frame, int length);
 
-    std::uint8_t unit() const { return frame[LengthFieldCountsFrom]; }
+    std::uint8_t unit() const { return frame[UnitOffset]; }
     std::uint8_t function() const { return frame[FunctionOffset]; }
 
     /// Functions 1 to 6, 15, 16, 22 and 23.

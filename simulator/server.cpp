@@ -29,9 +29,15 @@ static Descriptor catchSignals()
     return Descriptor(::signalfd(-1, &ends, SFD_CLOEXEC));
 }
 
-Server::Server(const Options& options)
-    : image(imageFor(options)), slave{options, image}, signals(catchSignals()),
-      wakeUp(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), listener(bindTo(options.endpoint))
+Server::Server(const Options& serverOptions)
+    : options(serverOptions), image(imageFor(options), options.moving),
+      plan(options.faults), slave{options, image, plan,
+                                  [this] {
+                                      refusalIsDue = true;
+                                      wakeUpRun();
+                                  }},
+      signals(catchSignals()), wakeUp(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+      listener(bindTo(options.endpoint))
 {
     startListening(listener);
     endpoint = endpointOf(listener);
@@ -39,16 +45,39 @@ Server::Server(const Options& options)
 
 void Server::run()
 {
-    pollfd waits[] = {
-        {signals.number(), POLLIN, 0}, {wakeUp.number(), POLLIN, 0}, {listener.number(), POLLIN, 0}};
-    while (waits[0].revents == 0) {
+    while (!endIsAskedWithin(0)) {
+        pollfd waits[] = {
+            {signals.number(), POLLIN, 0}, {wakeUp.number(), POLLIN, 0}, {listener.number(), POLLIN, 0}};
         ::poll(waits, 3, -1);
-        if (waits[1].revents != 0)
-            forgetEndedSessions();
-        if (waits[2].revents != 0)
+        if (refusalIsDue)
+            refuseClients();
+        else if (waits[2].revents != 0)
             acceptClient();
+        forgetEndedSessions();
     }
     sessions.clear();
+}
+
+bool Server::endIsAskedWithin(int milliseconds)
+{
+    pollfd wait = {signals.number(), POLLIN, 0};
+    return ::poll(&wait, 1, milliseconds) > 0;
+}
+
+/// The port stays bound meanwhile, so that nobody else takes it.
+void Server::refuseClients()
+{
+    listener.close();
+    sessions.clear();
+    refusalIsDue = false;
+    listener = bindTo(endpoint);
+    if (!endIsAskedWithin(static_cast<int>(options.refuseMs)))
+        startListening(listener);
+}
+
+void Server::wakeUpRun()
+{
+    ::eventfd_write(wakeUp.number(), 1);
 }
 
 void Server::acceptClient()
@@ -57,7 +86,7 @@ void Server::acceptClient()
     Descriptor accepted = acceptFrom(listener, client);
     if (!accepted.isOpen() || sessions.size() >= MostClients)
         return;
-    sessions.emplace_back(std::move(accepted), slave, [this] { ::eventfd_write(wakeUp.number(), 1); });
+    sessions.emplace_back(std::move(accepted), client, slave, [this] { wakeUpRun(); });
 }
 
 void Server::forgetEndedSessions()

@@ -27,14 +27,23 @@ public:
     /// Serves until SIGTERM or SIGINT.
     void run();
 
+    /// The requests and faults so far.
+    const FaultPlan& counts() const { return plan; }
+
 private:
     void acceptClient();
     void forgetEndedSessions();
+    void refuseClients();
+    bool endIsAskedWithin(int milliseconds);
+    void wakeUpRun();
 
+    const Options& options;
     SharedImage image;
+    FaultPlan plan;
     Slave slave;
     Descriptor signals;
-    Descriptor wakeUp; ///< readable when a session has ended
+    Descriptor wakeUp; ///< readable when a session has ended or asks to refuse clients
+    std::atomic<bool> refusalIsDue{false};
     Descriptor listener;
     Endpoint endpoint;
     std::list<Session> sessions;

@@ -1,5 +1,7 @@
 #include "shared_image.h"
 
+#include "moving_signals.h"
+
 #include <mutex>
 
 namespace slavesim {
@@ -16,15 +18,20 @@ static modbus_mapping_t mappingOf(ProcessImage& image)
     return mapping;
 }
 
-SharedImage::SharedImage(ProcessImage initialImage)
-    : image(std::move(initialImage)), mapping(mappingOf(image))
+using Clock = std::chrono::steady_clock;
+
+SharedImage::SharedImage(ProcessImage initialImage, bool moving)
+    : image(std::move(initialImage)), mapping(mappingOf(image)),
+      movingSince(moving ? std::optional(Clock::now()) : std::nullopt)
 {
 }
 
 int SharedImage::reply(modbus_t* context, const std::uint8_t* request, int length, bool writes)
 {
-    if (writes) {
+    if (writes || movingSince) {
         const std::unique_lock<std::shared_mutex> lock(mutex);
+        if (movingSince)
+            moveSignals(image, std::chrono::duration<double>(Clock::now() - *movingSince).count());
         return modbus_reply(context, request, length, &mapping);
     }
     const std::shared_lock<std::shared_mutex> lock(mutex);

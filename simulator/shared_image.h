@@ -5,6 +5,8 @@
 
 #include <modbus.h>
 
+#include <chrono>
+#include <optional>
 #include <shared_mutex>
 
 namespace slavesim {
@@ -13,7 +15,9 @@ namespace slavesim {
 class SharedImage
 {
 public:
-    explicit SharedImage(ProcessImage image);
+    /// moving: whether the moving signals start now. A value that is written to one of their cells lasts
+    /// until the next request of anyone.
+    SharedImage(ProcessImage image, bool moving);
     SharedImage(const SharedImage&) = delete;
     SharedImage& operator=(const SharedImage&) = delete;
 
@@ -26,6 +30,7 @@ public:
 private:
     ProcessImage image;
     modbus_mapping_t mapping; ///< libmodbus's view of image
+    const std::optional<std::chrono::steady_clock::time_point> movingSince;
     std::shared_mutex mutex;
 };
 
