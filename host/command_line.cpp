@@ -1,6 +1,7 @@
 #include "command_line.h"
 
 #include "commands/commands.h"
+#include "examples.h"
 #include "option_values.h"
 #include "scan/device_scan.h"
 #include "scan/number_list.h"
@@ -34,8 +35,29 @@ struct Parsed
     ProjectImportOptions projectImport;
     ProjectExportOptions projectExport;
     ScanOptions scan;
+    QStringList helpWanted; ///< names of a command and the one below it
     std::function<int(Console&)> command;
 };
+
+/// "project import" for a command below another one, without the program's name.
+QString pathOf(const CLI::App& command)
+{
+    const CLI::App* parent = command.get_parent();
+    const QString name = QString::fromStdString(command.get_name());
+    if (!parent)
+        return QString();
+    return parent->get_parent() ? pathOf(*parent) + QLatin1Char(' ') + name : name;
+}
+
+QString footerOf(const CLI::App& command)
+{
+    const QStringList lines = examplesOf(pathOf(command));
+    if (lines.isEmpty())
+        return QLatin1String(commandFooter);
+    const QString heading = lines.size() == 1 ? QStringLiteral("Example:") : QStringLiteral("Examples:");
+    return heading + QStringLiteral("\n  ") + lines.join(QStringLiteral("\n  ")) + QStringLiteral("\n\n") +
+           QLatin1String(commandFooter);
+}
 
 /// A command below app which runs run(options, console) once all is parsed.
 template<class Options>
@@ -44,7 +66,7 @@ CLI::App& addCommand(CLI::App& app, const char* name, const char* help, Parsed& 
 {
     CLI::App* command = app.add_subcommand(name, help);
     command->fallthrough();
-    command->footer(commandFooter);
+    command->footer(footerOf(*command).toStdString());
     command->callback([&parsed, &options, run] {
         parsed.command = [&parsed, &options, run](Console& console) {
             if constexpr (!std::is_same_v<Options, LinkOptions>)
@@ -211,6 +233,59 @@ void addScan(CLI::App& app, Parsed& parsed)
               "read inside them stays hidden (default 1)");
 }
 
+QStringList commandsBelow(const CLI::App& command)
+{
+    QStringList names;
+    for (const CLI::App* sub : command.get_subcommands([](const CLI::App*) { return true; }))
+        names += QString::fromStdString(sub->get_name());
+    return names;
+}
+
+QString commandName(const CLI::App& command)
+{
+    const QString name = QString::fromStdString(command.get_name());
+    return command.get_parent() ? commandName(*command.get_parent()) + QLatin1Char(' ') + name : name;
+}
+
+/// What to say of an argument that the command does not know. similar: what may have been meant, or empty.
+QString unknownArgument(const CLI::App& command, const QString& argument, const QString& similar)
+{
+    const QStringList commands = commandsBelow(command);
+    QString text = QStringLiteral("%1 takes no \"%2\"").arg(commandName(command), argument);
+    if (!similar.isEmpty())
+        text += QStringLiteral("; did you mean %1?").arg(similar);
+    else if (!commands.isEmpty())
+        text += QStringLiteral("; its commands are %1").arg(commands.join(QStringLiteral(", ")));
+    return text;
+}
+
+/// Prints the help of the command that the words lead to.
+int runHelp(const CLI::App& app, const QStringList& words, Console& console)
+{
+    const CLI::App* command = &app;
+    for (const QString& word : words) {
+        const QStringList names = commandsBelow(*command);
+        if (!names.contains(word))
+            return reportError(console, WrongCommandLine,
+                               unknownArgument(*command, word, mostSimilar(word, names)));
+        command = command->get_subcommand(word.toStdString());
+    }
+    console.out << QString::fromStdString(command->help());
+    return Done;
+}
+
+void addHelp(CLI::App& app, Parsed& parsed)
+{
+    CLI::App* command = app.add_subcommand("help", "Print the help of a command, with examples");
+    command->footer(footerOf(*command).toStdString());
+    addTexts(*command, "COMMAND", parsed.helpWanted, "The command, as read or project import");
+    command->callback([&app, &parsed] {
+        parsed.command = [&app, &parsed](Console& console) {
+            return runHelp(app, parsed.helpWanted, console);
+        };
+    });
+}
+
 void describe(CLI::App& app, Parsed& parsed)
 {
     app.require_subcommand(1);
@@ -222,6 +297,7 @@ void describe(CLI::App& app, Parsed& parsed)
     addWrite(app, parsed);
     addProject(app, parsed);
     addScan(app, parsed);
+    addHelp(app, parsed);
 }
 
 /// The innermost command that the arguments have reached.
@@ -229,14 +305,6 @@ CLI::App& reachedCommand(CLI::App& app)
 {
     const auto commands = app.get_subcommands();
     return commands.empty() ? app : reachedCommand(*commands.back());
-}
-
-QStringList commandsBelow(CLI::App& command)
-{
-    QStringList names;
-    for (const CLI::App* sub : command.get_subcommands([](const CLI::App*) { return true; }))
-        names += QString::fromStdString(sub->get_name());
-    return names;
 }
 
 QStringList optionsOf(CLI::App& command)
@@ -249,24 +317,9 @@ QStringList optionsOf(CLI::App& command)
     return names;
 }
 
-QString commandName(const CLI::App& command)
+QString similarTo(CLI::App& command, const QString& argument)
 {
-    const QString name = QString::fromStdString(command.get_name());
-    return command.get_parent() ? commandName(*command.get_parent()) + QLatin1Char(' ') + name : name;
-}
-
-/// What to say of an argument that the command does not know.
-QString unknownArgument(CLI::App& command, const QString& argument)
-{
-    const QStringList commands = commandsBelow(command);
-    const QString similar =
-        mostSimilar(argument.section(QLatin1Char('='), 0, 0), optionsOf(command) + commands);
-    QString text = QStringLiteral("%1 takes no \"%2\"").arg(commandName(command), argument);
-    if (!similar.isEmpty())
-        text += QStringLiteral("; did you mean %1?").arg(similar);
-    else if (!commands.isEmpty())
-        text += QStringLiteral("; its commands are %1").arg(commands.join(QStringLiteral(", ")));
-    return text;
+    return mostSimilar(argument.section(QLatin1Char('='), 0, 0), optionsOf(command) + commandsBelow(command));
 }
 
 int reportParseError(CLI::App& app, const CLI::ParseError& error, Console& console)
@@ -276,7 +329,8 @@ int reportParseError(CLI::App& app, const CLI::ParseError& error, Console& conso
     const QStringList commands = commandsBelow(command);
     QString text = QString::fromLocal8Bit(error.what());
     if (!unknown.empty())
-        text = unknownArgument(command, QString::fromStdString(unknown.front()));
+        text = unknownArgument(command, QString::fromStdString(unknown.front()),
+                               similarTo(command, QString::fromStdString(unknown.front())));
     else if (!commands.isEmpty() && dynamic_cast<const CLI::RequiredError*>(&error))
         text = QStringLiteral("%1 needs a command: %2")
                    .arg(commandName(command), commands.join(QStringLiteral(", ")));

@@ -274,6 +274,14 @@ QVector<ProjectNode> ProjectReader::nodes()
     return nodes;
 }
 
+QMap<int, int> ProjectReader::tagCounts()
+{
+    QMap<int, int> counts;
+    forEachRow(QStringLiteral("SELECT connector_id, COUNT(*) FROM custom_tag_table GROUP BY connector_id"),
+               [&](const QSqlQuery& row) { counts[row.value(0).toInt()] += row.value(1).toInt(); });
+    return counts;
+}
+
 bool ProjectReader::forEachTag(const std::function<void(const ProjectTag&)>& visit)
 {
     return forEachTagIn(QStringLiteral("custom_tag_table"), visit);

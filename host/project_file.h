@@ -1,6 +1,7 @@
 #ifndef PROJECT_FILE_H
 #define PROJECT_FILE_H
 
+#include <QMap>
 #include <QSqlDatabase>
 #include <QString>
 #include <QVector>
@@ -115,6 +116,9 @@ public:
     /// In the order in which the database gives them. An empty list after a failure: see error().
     QVector<ProjectLink> links();
     QVector<ProjectNode> nodes();
+
+    /// How many tags each link has; links without tags have no entry.
+    QMap<int, int> tagCounts();
 
     /// Calls visit for each tag of all links. Returns false after a failure.
     bool forEachTag(const std::function<void(const ProjectTag&)>& visit);

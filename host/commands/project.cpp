@@ -60,11 +60,9 @@ Contents readContents(ProjectReader& reader, bool allTags)
     Contents contents;
     contents.links = reader.links();
     contents.nodes = reader.nodes();
-    reader.forEachTag([&](const ProjectTag& tag) {
-        ++contents.tagsOfLink[tag.linkId];
-        if (allTags)
-            contents.tags += tag;
-    });
+    contents.tagsOfLink = reader.tagCounts();
+    if (allTags)
+        reader.forEachTag([&](const ProjectTag& tag) { contents.tags += tag; });
     return contents;
 }
 

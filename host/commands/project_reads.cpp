@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr int fewRuns = 20;
+constexpr int fewRuns = 20;  ///< of one area of one station
+constexpr int fewAreas = 20; ///< that have their runs listed
 
 int bitsOf(const BitRun& run)
 {
@@ -81,9 +82,12 @@ void printRuns(const ProjectReads& reads, bool allRuns, QTextStream& out)
     TextTable table({right, right, left, left, left, right, left});
     table.addRow({QStringLiteral("LINK"), QStringLiteral("STATION"), QStringLiteral("AREA"),
                   QStringLiteral("FROM"), QStringLiteral("TO"), QStringLiteral("BITS"), QString()});
-    for (const AreaReadPlan& plan : reads.plans)
-        addRuns(plan, reads, allRuns, table);
+    const int shown = allRuns ? reads.plans.size() : std::min(reads.plans.size(), fewAreas);
+    for (int i = 0; i < shown; ++i)
+        addRuns(reads.plans.at(i), reads, allRuns, table);
     table.print(out);
+    if (shown < reads.plans.size())
+        out << "... and " << reads.plans.size() - shown << " more areas, see --all\n";
 }
 
 } // namespace
@@ -111,8 +115,12 @@ void printReads(const ProjectReads& reads, bool allRuns, QTextStream& out)
 {
     if (reads.plans.isEmpty())
         return;
+    const bool hasRuns = std::any_of(reads.plans.begin(), reads.plans.end(),
+                                     [](const AreaReadPlan& plan) { return !plan.runs.isEmpty(); });
     out << "\nReading bits by bytes asks the devices for\n";
     printAreas(reads, out);
+    if (!hasRuns)
+        return;
     out << '\n';
     printRuns(reads, allRuns, out);
 }

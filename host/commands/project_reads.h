@@ -20,7 +20,8 @@ struct ProjectReads
 /// there is one note, with the reason.
 ProjectReads readsOfProject(const LinkOptions& options, const QVector<ProjectLink>& links);
 
-/// A table with a line for each area of each station, and one with the runs: a few of each area, or all.
+/// A table with a line for each area of each station, and one with the runs: all, or the first ones of the
+/// first areas.
 void printReads(const ProjectReads& reads, bool allRuns, QTextStream& out);
 
 /// One object for each area of each station.

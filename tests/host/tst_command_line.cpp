@@ -209,7 +209,18 @@ void tst_command_line::project()
                             "\n"
                             "LINK  TAG\n"
                             "   4  DO1\n"
-                            "   4  2-DI5\n"));
+                            "   4  2-DI5\n"
+                            "\n"
+                            "Reading bits by bytes asks the devices for\n"
+                            "LINK  STATION  AREA  REQUESTS  BITS  LONGEST\n"
+                            "   4        2  DI           1     1        1\n"
+                            "   4        2  DO           0     0        0\n"
+                            "   4        9  DI           0     0        0\n"
+                            "   4        9  DO           1     1        1\n"
+                            "\n"
+                            "LINK  STATION  AREA  FROM  TO   BITS\n"
+                            "   4        2  DI    DI5   DI5     1\n"
+                            "   4        9  DO    DO1   DO1     1\n"));
     const QJsonObject shown = Run(QStringLiteral("project show --format json")).json();
     QCOMPARE(
         shown.value(QStringLiteral("links")).toArray().at(0).toObject().value(QStringLiteral("tags")).toInt(),
