@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Measures the table of docs/reliability.md anew. Needs build/release.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/common.sh
+
+table=$(mktemp)
+trap 'rm -f "$table"' EXIT
+step "measure the faults one at a time (some minutes)"
+build/release/tests/reliability/reliability | tee "$table"
+
+# The lines between the two marks of the document are replaced.
+awk -v table="$table" '
+    /<!-- table ends -->/ { inside = 0 }
+    !inside { print }
+    /<!-- table begins -->/ { inside = 1; print ""; while ((getline line < table) > 0) print line; print "" }
+' docs/reliability.md >"$table.md"
+mv "$table.md" docs/reliability.md

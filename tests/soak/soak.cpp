@@ -1,0 +1,285 @@
+// Runs random commands through the real plug-in and driverhost's link against a slave that makes faults, and
+// compares every bit with what the device must hold.
+
+#include "device_model.h"
+#include "random_command.h"
+
+#include "driver_plugin.h"
+#include "project_file.h"
+#include "slave_process.h"
+#include "tcp_link.h"
+#include "tools.h"
+
+#include <CLI/CLI.hpp>
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QTextStream>
+#include <unistd.h>
+
+#include <chrono>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Options
+{
+    int commands = 100000;
+    unsigned int seed = 1;
+    int retry = 3;
+    int timeout = 100;
+    double rate = 0.005;
+    std::vector<std::string> faults = {"late",     "drop",   "truncate", "tid",   "unit",
+                                       "protocol", "length", "function", "reset", "rubbish",
+                                       "double",   "drip",   "exception"};
+};
+
+struct Tally
+{
+    int commands = 0;
+    int failed = 0;
+    int wrong = 0;
+    int overlong = 0;
+    int run = 0;
+    int longestRun = 0;
+    double longestMs = 0;
+};
+
+/// A process that does not grow has the same of these after a million commands as after a thousand.
+struct Resources
+{
+    long kib = 0;
+    int openFiles = 0;
+
+    static Resources now()
+    {
+        QFile file(QStringLiteral("/proc/self/statm"));
+        file.open(QIODevice::ReadOnly);
+        const long pages = file.readAll().split(' ').at(1).toLong();
+        const int files = QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::Files | QDir::System).size();
+        return {pages * ::sysconf(_SC_PAGESIZE) / 1024, files};
+    }
+};
+
+bool createProject()
+{
+    makeProjectFolder();
+    ProjectWriter project(GetDatabaseName());
+    project.addLink({1, ethernetHmiPort});
+    project.addNode({1, 1, true, QStringLiteral("127.0.0.1"), 502});
+    for (int cell = 0; cell < 65536; ++cell) {
+        if (!isTag(cell))
+            continue;
+        project.addTag({1, QStringLiteral("DO%1").arg(cell + 1)});
+        project.addTag({1, QStringLiteral("DI%1").arg(cell + 1)});
+    }
+    return project.commit();
+}
+
+class Soak
+{
+public:
+    Soak(DriverInterface& soakedDriver, TcpLink& soakedLink, const Options& soakOptions)
+        : driver(soakedDriver), link(soakedLink), options(soakOptions), random(soakOptions.seed), err(stderr)
+    {
+    }
+
+    void run()
+    {
+        const int settled = std::min(1000, options.commands / 4);
+        start = Clock::now();
+        while (tally.commands < options.commands) {
+            const RandomCommand drawn = drawCommand(random);
+            if (drawn.isWrite) {
+                write(drawn);
+                read(readBack(drawn));
+            } else {
+                read(drawn);
+            }
+            if (before.kib == 0 && tally.commands >= settled)
+                before = Resources::now();
+            showProgress();
+        }
+        after = Resources::now();
+    }
+
+    Tally tally;
+    Resources before;
+    Resources after;
+
+private:
+    void read(const RandomCommand& drawn)
+    {
+        const Clock::time_point begin = Clock::now();
+        const QByteArray data = driver.read(&link, drawn.command);
+        count(drawn, begin);
+        if (!driver.hasError() && !isRight(drawn, data)) {
+            ++tally.wrong;
+            err << "\nwrong: " << drawn.command.address << " count " << drawn.command.count << ": "
+                << QString::fromLatin1(data.toHex()) << '\n';
+        }
+    }
+
+    void write(const RandomCommand& drawn)
+    {
+        QByteArray data((drawn.bits + 7) / 8, '\0');
+        for (int i = 0; i < drawn.bits; ++i) {
+            // What the command does not cover of the last register is written as 0.
+            const bool value = i / 8 < writtenBytes(drawn) && (random() & 1) != 0;
+            if (value)
+                data[i / 8] = static_cast<char>(data.at(i / 8) | 1 << i % 8);
+            model.startWrite(drawn.place(i), value);
+        }
+        const Clock::time_point begin = Clock::now();
+        const bool done = driver.write(&link, drawn.command, data.left(writtenBytes(drawn)));
+        count(drawn, begin);
+        for (int i = 0; done && i < drawn.bits; ++i)
+            model.finishWrite(drawn.place(i));
+    }
+
+    static int writtenBytes(const RandomCommand& drawn)
+    {
+        const bool isBytes = drawn.command.dataType == Byte || drawn.command.dataType == Block;
+        return isBytes ? drawn.command.count : (drawn.bits + 7) / 8;
+    }
+
+    bool isRight(const RandomCommand& drawn, const QByteArray& data) const
+    {
+        if (data.size() != (drawn.bits + 7) / 8)
+            return false;
+        for (int i = 0; i < 8 * data.size(); ++i) {
+            const bool value = ((static_cast<unsigned char>(data.at(i / 8)) >> i % 8) & 1) != 0;
+            const bool isZero = i >= drawn.bits || !drawn.isAsked(i);
+            if (isZero ? value : !model.mayBe(drawn.place(i), value))
+                return false;
+        }
+        return true;
+    }
+
+    void count(const RandomCommand& drawn, Clock::time_point begin)
+    {
+        const double ms = std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
+        tally.longestMs = std::max(tally.longestMs, ms);
+        // Each attempt opens once, and each of its requests is sent and read in two parts.
+        const int waits = (options.retry + 1) * (1 + 3 * drawn.requests);
+        const double schedulingMs = 1000;
+        if (ms > waits * options.timeout + schedulingMs)
+            ++tally.overlong;
+
+        ++tally.commands;
+        tally.run = driver.hasError() ? tally.run + 1 : 0;
+        tally.longestRun = std::max(tally.longestRun, tally.run);
+        if (driver.hasError()) {
+            ++tally.failed;
+            err << "\nfailed: " << driver.getLastError() << '\n';
+        }
+    }
+
+    void showProgress()
+    {
+        const Clock::time_point now = Clock::now();
+        if (!isTerminal || now - shown < std::chrono::milliseconds(200))
+            return;
+        shown = now;
+        const double seconds = std::chrono::duration<double>(now - start).count();
+        const double left = seconds * (options.commands - tally.commands) / std::max(tally.commands, 1);
+        err << QStringLiteral("\r%1 of %2 commands, %3 failed, %4 wrong, %5 s left   ")
+                   .arg(tally.commands)
+                   .arg(options.commands)
+                   .arg(tally.failed)
+                   .arg(tally.wrong)
+                   .arg(left, 0, 'f', 0);
+        err.flush();
+    }
+
+    DriverInterface& driver;
+    TcpLink& link;
+    const Options& options;
+    DeviceModel model;
+    std::mt19937 random;
+    QTextStream err;
+    const bool isTerminal = ::isatty(STDERR_FILENO) != 0;
+    Clock::time_point start;
+    Clock::time_point shown;
+};
+
+QStringList slaveOptions(const Options& options)
+{
+    QStringList list = {QStringLiteral("--stats")};
+    if (options.rate <= 0)
+        return list;
+    list += {QStringLiteral("--seed"),       QString::number(options.seed),
+             QStringLiteral("--late-ms"),    QString::number(options.timeout * 5 / 2),
+             QStringLiteral("--fault-rate"), QString::number(options.rate)};
+    for (const std::string& fault : options.faults)
+        list += {QStringLiteral("--fault"), QString::fromStdString(fault)};
+    return list;
+}
+
+int run(const Options& options)
+{
+    QTextStream out(stdout);
+    QString error;
+    SlaveProcess slave;
+    const std::unique_ptr<DriverPlugin> plugin =
+        DriverPlugin::load(QStringLiteral(PLUGIN_FILE), PluginEntry::CreateDriver, error);
+    if (!plugin || !createProject() || !slave.start(slaveOptions(options))) {
+        out << "soak: can not start: " << error << slave.problem() << '\n';
+        return 2;
+    }
+    TcpLink link(QStringLiteral("127.0.0.1"), slave.port(),
+                 DriverSetting(options.timeout, options.retry, 1, 0), 1);
+    Soak soak(plugin->driver(), link, options);
+    soak.run();
+
+    const Tally& tally = soak.tally;
+    const int files = soak.after.openFiles - soak.before.openFiles;
+    link.close();
+    slave.stop();
+    out << '\n' << slave.output();
+    out << QStringLiteral(
+               "connections made: %1, longest command: %2 ms, commands over their time limits: %3\n")
+               .arg(link.connectionsMade())
+               .arg(tally.longestMs, 0, 'f', 0)
+               .arg(tally.overlong);
+    out << QStringLiteral("soak: %1 commands, %2 failed, %3 wrong, longest run of failures %4, "
+                          "memory grew %5 KiB, open files grew %6\n")
+               .arg(tally.commands)
+               .arg(tally.failed)
+               .arg(tally.wrong)
+               .arg(tally.longestRun)
+               .arg(soak.after.kib - soak.before.kib)
+               .arg(files);
+    const bool mayFail = options.retry < 3;
+    return tally.wrong == 0 && tally.overlong == 0 && files <= 0 && (mayFail || tally.failed == 0) ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    Options options;
+    CLI::App app("Runs random commands through the driver against a slave that makes faults.");
+    app.add_option("--commands", options.commands, "How many commands")
+        ->capture_default_str()
+        ->check(CLI::PositiveNumber);
+    app.add_option("--seed", options.seed, "Of the commands and of the faults")->capture_default_str();
+    app.add_option("--retry", options.retry, "Retry count of the link")
+        ->capture_default_str()
+        ->check(CLI::Range(0, 100));
+    app.add_option("--timeout", options.timeout, "Timeout of the link in milliseconds")
+        ->capture_default_str()
+        ->check(CLI::Range(10, 60000));
+    app.add_option("--rate", options.rate, "Part of the requests that meet a fault")
+        ->capture_default_str()
+        ->check(CLI::Range(0.0, 1.0));
+    app.add_option("--fault", options.faults, "Only these faults of slavesim, repeatable");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
+    return run(options);
+}
