@@ -3,6 +3,7 @@
 
 #include "abstract_device_interface.h"
 #include "device_setting.h"
+#include "hex_bytes.h"
 
 #include <QByteArray>
 #include <QList>
@@ -10,12 +11,6 @@
 
 #include <algorithm>
 #include <cstring>
-
-/// Bytes written as hexadecimal text with blanks where they help the reader.
-inline QByteArray hex(const char* text)
-{
-    return QByteArray::fromHex(QByteArray(text));
-}
 
 /// A link in memory. Tests queue what the device answers to each request, then look at what was sent and
 /// which operations were called in which order.

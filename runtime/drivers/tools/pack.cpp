@@ -286,7 +286,7 @@ QByteArray VByteArrayPack(const char* format, va_list args)
 {
     Arguments arguments;
     va_copy(arguments.list, args);
-    const QByteArray bytes = packNew(format, arguments);
+    QByteArray bytes = packNew(format, arguments);
     va_end(arguments.list);
     return bytes;
 }
@@ -295,7 +295,7 @@ QByteArray ByteArrayPack(const char* format, ...)
 {
     Arguments arguments;
     va_start(arguments.list, format);
-    const QByteArray bytes = packNew(format, arguments);
+    QByteArray bytes = packNew(format, arguments);
     va_end(arguments.list);
     return bytes;
 }
