@@ -148,21 +148,27 @@ void addWrite(CLI::App& app, Parsed& parsed)
                         "How the values are written; text takes one text for byte and block");
 }
 
+/// Says more of a command than fits in the list of commands, below its options.
+void explain(CLI::App& command, const std::string& text)
+{
+    command.footer(text + "\n\n" + command.get_footer());
+}
+
 void addProjectTags(CLI::App& project, Parsed& parsed)
 {
     CLI::App& import =
-        addCommand(project, "import",
-                   "Replace the tags of the link --link by those of a CSV file. Its first column is the "
-                   "address of a tag, [STATION-]AREA NUMBER without a blank, as DI5, 2-DO17 or HR100.3. More "
-                   "columns, for names and comments, are passed over; each row has as many as the first. A "
-                   "first row that begins with \"address\" is the header",
-                   parsed, parsed.projectImport, runProjectImport);
+        addCommand(project, "import", "Replace the tags of the link --link by those of a CSV file", parsed,
+                   parsed.projectImport, runProjectImport);
     addText(import, "FILE", parsed.projectImport.file, "The CSV file")->required();
-    CLI::App& output =
-        addCommand(project, "export",
-                   "Write the tags of the link --link as CSV with the column \"address\", which import reads",
-                   parsed, parsed.projectExport, runProjectExport);
-    addText(output, "FILE", parsed.projectExport.file, "The CSV file (default: stdout)");
+    explain(import, "The first column is the address of a tag: DI5, 2-DO17 (of station 2), HR100.3. What\n"
+                    "stands in other columns, names and comments, says nothing to a driver and is left out;\n"
+                    "each row has as many as the first. A first row that begins with \"address\" is the\n"
+                    "header. When anything is wrong, all of it is listed with its line (the first 20), and\n"
+                    "the project stays as it was.");
+    CLI::App& output = addCommand(project, "export", "Write the tags of the link --link as CSV", parsed,
+                                  parsed.projectExport, runProjectExport);
+    addText(output, "FILE", parsed.projectExport.file,
+            "The CSV file, with the header and column \"address\" (default: stdout)");
 }
 
 void addProject(CLI::App& app, Parsed& parsed)
@@ -211,16 +217,12 @@ void takeAreas(const QString& text, QStringList& areas)
 void addScan(CLI::App& app, Parsed& parsed)
 {
     ScanOptions& options = parsed.scan;
-    CLI::App& command = addCommand(
-        app, "scan",
-        "Find out which stations answer and which ranges of their areas can be read. One request at a time, "
-        "with --delay before each; ranges that are refused are halved. Ctrl-C prints what was found so far. "
-        "Drivers want a project, see driverhost project create",
-        parsed, options, runScan);
+    CLI::App& command =
+        addCommand(app, "scan", "Find out which stations answer and which ranges of their areas can be read",
+                   parsed, options, runScan);
     addText(
         command, "--stations", [&options](const QString& text) { takeStations(text, options.stations); },
-        "Stations to look for, as 1,5-7 (default: only --station). Of several, those that are silent are not "
-        "asked again, unless --retry is given")
+        "Stations to look for, as 1,5-7 (default: only --station)")
         ->type_name("LIST");
     addText(
         command, "--area", [&options](const QString& text) { takeAreas(text, options.areas); },
@@ -229,8 +231,16 @@ void addScan(CLI::App& app, Parsed& parsed)
     addNumber(command, "--from", options.first, 1, scan::largestNumber, "First number (default 1)");
     addNumber(command, "--to", options.last, 1, scan::largestNumber, "Last number (default 65536)");
     addNumber(command, "--finest", options.finest, 1, scan::largestNumber,
-              "Do not divide refused ranges of so many elements or fewer: fewer requests, but what can be "
-              "read inside them stays hidden (default 1)");
+              "Refused ranges of so many elements or fewer are not divided (default 1)");
+    explain(
+        command,
+        "One request at a time goes out, with --delay before each, for as many elements as it carries.\n"
+        "Ranges that the device refuses are divided down to single elements, or to --finest ones: 16 is\n"
+        "ten times as fast where little can be read, and overlooks shorter islands. A range without an\n"
+        "answer is asked for again --retry times; after two of them the area is given up, after two silent\n"
+        "areas the station. While several stations are looked for, each is asked once unless --retry is\n"
+        "given. Ctrl-C prints what was found so far. Drivers want a project: see driverhost help project\n"
+        "create.");
 }
 
 QStringList commandsBelow(const CLI::App& command)
@@ -270,8 +280,7 @@ int runHelp(const CLI::App& app, const QStringList& words, Console& console)
                                unknownArgument(*command, word, mostSimilar(word, names)));
         command = command->get_subcommand(word.toStdString());
     }
-    console.out << QString::fromStdString(command->help());
-    return Done;
+    return runCommandLine(words + QStringList(QStringLiteral("--help")), console);
 }
 
 void addHelp(CLI::App& app, Parsed& parsed)
