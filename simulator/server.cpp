@@ -49,6 +49,9 @@ void Server::run()
         pollfd waits[] = {
             {signals.number(), POLLIN, 0}, {wakeUp.number(), POLLIN, 0}, {listener.number(), POLLIN, 0}};
         ::poll(waits, 3, -1);
+        // Before a look at what the sessions ask: what they ask later wakes the next poll.
+        eventfd_t count = 0;
+        ::eventfd_read(wakeUp.number(), &count);
         if (refusalIsDue)
             refuseClients();
         else if (waits[2].revents != 0)
@@ -91,8 +94,6 @@ void Server::acceptClient()
 
 void Server::forgetEndedSessions()
 {
-    eventfd_t count = 0;
-    ::eventfd_read(wakeUp.number(), &count);
     sessions.remove_if([](const Session& session) { return session.hasEnded(); });
 }
 
