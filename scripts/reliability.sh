@@ -7,7 +7,7 @@ source scripts/common.sh
 table=$(mktemp)
 trap 'rm -f "$table"' EXIT
 step "measure the faults one at a time (some minutes)"
-build/release/tests/reliability/reliability | tee "$table"
+build/release/soak/reliability | tee "$table"
 
 # The lines between the two marks of the document are replaced.
 awk -v table="$table" '
