@@ -105,7 +105,8 @@ public:
     bool createDBConnection();
 
     /// Rebuilds the valid bit tables from the tags of link linkId; tags that name no station belong to
-    /// defaultStation. False, with the tables unchanged, when the tags can not be read.
+    /// defaultStation. False, with the tables unchanged, when the tags can not be read to their end, or are
+    /// more than four million.
     bool initValidBitAddressesMap(int linkId, unsigned char defaultStation);
 
     void validBitAddressesMapInsertDO(unsigned char station, unsigned short address);

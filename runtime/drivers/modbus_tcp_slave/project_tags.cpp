@@ -11,6 +11,9 @@
 
 #include <sys/stat.h>
 
+/// Far more tags than a project has.
+static const int MaxTagRows = 4 * 1024 * 1024;
+
 bool DriverModbusTcpSlave::createDBConnection()
 {
     if (QSqlDatabase::contains(connectionName))
@@ -68,11 +71,10 @@ bool DriverModbusTcpSlave::readDB(AbstractDeviceInterface* device, const QString
         setCommError(QLatin1String("failed to get default station id"));
         return false;
     }
-    for (int i = 0; i < stations.size(); ++i) {
-        if (!initValidBitAddressesMap(stations.at(i).linkId, stations.at(i).defaultStationId)) {
-            setCommError(QLatin1String("failed to initialize valid bit addresses table"));
-            return false;
-        }
+    // The tables of each default station replace those of the one before, so only the last ones are made.
+    if (!initValidBitAddressesMap(stations.last().linkId, stations.last().defaultStationId)) {
+        setCommError(QLatin1String("failed to initialize valid bit addresses table"));
+        return false;
     }
 
     databaseLoaded = true;
@@ -108,7 +110,9 @@ bool DriverModbusTcpSlave::initValidBitAddressesMap(int linkId, unsigned char de
 
     std::map<unsigned char, ModbusBitSet> previous;
     previous.swap(validBitAddressesMap);
-    while (query.next()) {
+    int rows = 0;
+    while (rows < MaxTagRows && query.next()) {
+        ++rows;
         const QString tag = query.value(0).toString();
         if (tag.startsWith(QLatin1String("FN5DO"), Qt::CaseInsensitive))
             validBitAddressesMapInsertDO(defaultStation, bitAddress(ExtractPLCDeviceAddress(tag.mid(3), 10)));
@@ -119,8 +123,9 @@ bool DriverModbusTcpSlave::initValidBitAddressesMap(int linkId, unsigned char de
         else if (bitAddressRegExp.indexIn(tag) == 0)
             insertQualifiedTag();
     }
-    if (query.lastError().isValid()) {
-        // A damaged file can break off between two rows; the tags behind would read as 0 for ever.
+    if (query.lastError().isValid() || rows == MaxTagRows) {
+        // A damaged file can break off between two rows, and the tags behind would read as 0 for ever. Or it
+        // can have rows almost without end, when its pages name the same pages again and again.
         previous.swap(validBitAddressesMap);
         return false;
     }

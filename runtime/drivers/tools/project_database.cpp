@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QSqlDatabase>
+#include <QSqlError>
 #include <QSqlQuery>
 #include <QStringList>
 #include <QVariant>
@@ -59,6 +60,21 @@ static unsigned char stationAt(const QSqlQuery& query, int column)
     return static_cast<unsigned char>(query.value(column).toUInt());
 }
 
+/// Appends the rows of a query, linkId and station in this order unless the link is known. Rows of a
+/// statement that breaks off are none, and of a damaged table that has rows without end not all are taken.
+static void appendRecords(QSqlQuery& query, const int* knownLinkId, QList<LinkIdStationId>& result)
+{
+    const int most = 65536;
+    QList<LinkIdStationId> found;
+    while (found.size() < most && query.next()) {
+        const int linkId = knownLinkId ? *knownLinkId : query.value(0).toInt();
+        const LinkIdStationId record = {linkId, stationAt(query, knownLinkId ? 0 : 1)};
+        found.append(record);
+    }
+    if (!query.lastError().isValid())
+        result += found;
+}
+
 bool GetLinkIdAndDefaultStationId(const QString& connectionName, int hmiPort, int& linkId,
                                   unsigned char& defaultStationId)
 {
@@ -82,10 +98,7 @@ bool GetLinkIdAndDefaultStationId(const QString& connectionName, int hmiPort, co
                       "AND NODE.ISDEFAULT = 1;");
     QSqlQuery query =
         runStatement(connectionName, statement.arg(QString::number(hmiPort), ip, QString::number(port)));
-    while (query.next()) {
-        const LinkIdStationId record = {query.value(0).toInt(), stationAt(query, 1)};
-        result.append(record);
-    }
+    appendRecords(query, nullptr, result);
     return !result.isEmpty();
 }
 
@@ -94,9 +107,6 @@ bool GetLinkIdAndDefaultStationId(const QString& connectionName, int linkId, QLi
     const QString statement =
         QLatin1String("SELECT NODE.STATIONID FROM NODE WHERE NODE.LINKID = %1 AND NODE.ISDEFAULT = 1");
     QSqlQuery query = runStatement(connectionName, statement.arg(linkId));
-    while (query.next()) {
-        const LinkIdStationId record = {linkId, stationAt(query, 0)};
-        result.append(record);
-    }
+    appendRecords(query, &linkId, result);
     return !result.isEmpty();
 }

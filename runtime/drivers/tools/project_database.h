@@ -29,7 +29,8 @@ Q_DECL_EXPORT QString GetDatabaseName();
 Q_DECL_EXPORT int DevStrToHmiPort(const QString& dev_str);
 
 // The lookups run on the registered SQL connection connectionName, which is opened when it is closed.
-// Station ids keep their low 8 bits. A statement that fails yields no rows.
+// Station ids keep their low 8 bits. A statement that fails, be it between two rows of a damaged database,
+// yields no rows; of more than 65536 rows the rest is left.
 
 /// First default station of the link at an HMI port. False, with the outputs untouched, when there is none.
 Q_DECL_EXPORT bool GetLinkIdAndDefaultStationId(const QString& connectionName, int hmiPort, int& linkId,
