@@ -1,0 +1,320 @@
+#include "modbus_tcp_slave.h"
+#include "peak_memory.h"
+#include "privileges.h"
+#include "project_fixture.h"
+#include "scripted_link.h"
+#include "tools.h"
+
+#include <QtTest>
+
+#include <cstdio>
+#include <sys/stat.h>
+
+static const char* const cantOpen = "can not open database";
+static const char* const noStation = "failed to get default station id";
+static const char* const noTable = "failed to initialize valid bit addresses table";
+
+static QString projectFile()
+{
+    return ProjectFixture::path(ProjectFixture::usualPlace());
+}
+
+static QByteArray nameOf(const QString& file)
+{
+    return QFile::encodeName(file);
+}
+
+static QByteArray content()
+{
+    QFile file(projectFile());
+    file.open(QIODevice::ReadOnly);
+    return file.readAll();
+}
+
+static bool setContent(const QByteArray& bytes, const QString& name = projectFile())
+{
+    QFile file(name);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+static QStringList statements(const char* one, const char* other = "")
+{
+    return QStringList() << QLatin1String(one) << QLatin1String(other);
+}
+
+/// A driver at work on whatever project there is.
+class Panel
+{
+public:
+    /// The error text of a byte read of DO1 to DO8 and of a write, "" when both work. That the project can
+    /// not be loaded is found out before anything else is done.
+    QString fails()
+    {
+        const QByteArray data = driver.read(&link, CommunicatorCommand(Byte, 1, QLatin1String("DO1")));
+        if (data == hex("00")) // DO100 is the only tag
+            return QString();
+        const QString text = driver.getLastError();
+        const bool done =
+            driver.write(&link, CommunicatorCommand(Word, 1, QLatin1String("HR1")), hex("0001"));
+        if (done || driver.getLastError() != text || link.waits > 0 || !link.calls.isEmpty())
+            return QLatin1String("not the same from the write");
+        return text;
+    }
+
+    DriverModbusTcpSlave driver;
+    ScriptedLink link;
+};
+
+class tst_bad_databases : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup() { clear(); }
+    void contents_data();
+    void contents();
+    void failingCostsNothingThatStays();
+    void directoryInItsPlace();
+    void unreadable();
+    void lockedByAWriter();
+    void walInAReadOnlyPlace();
+    void oddContentThatLoads_data();
+    void oddContentThatLoads();
+    void rowsWithoutEnd_data();
+    void rowsWithoutEnd();
+    void aMillionTags();
+
+private:
+    void clear();
+    QByteArray good;
+};
+
+void tst_bad_databases::clear()
+{
+    chmod(nameOf(QFileInfo(projectFile()).path()).constData(), 0755);
+    QDir().rmdir(projectFile());
+    QFile::remove(projectFile() + QLatin1String("-wal"));
+    QFile::remove(projectFile() + QLatin1String("-shm"));
+    ProjectFixture::clear();
+}
+
+void tst_bad_databases::init()
+{
+    clear();
+    QVERIFY(ProjectFixture::create(ProjectFixture::usualPlace(), QStringList(QLatin1String("DO100"))));
+    good = content();
+}
+
+void tst_bad_databases::contents_data()
+{
+    QTest::addColumn<QByteArray>("spoilt");
+    QTest::addColumn<QString>("error");
+    init();
+    const int pageSize = 4096;
+    const QByteArray junk(pageSize, '\xEE');
+    // The pages are: schema, LINK, NODE, custom_tag_table.
+    QCOMPARE(good.size(), 4 * pageSize);
+    QTest::newRow("empty") << QByteArray() << noStation;
+    QTest::newRow("one byte") << QByteArray("S") << noStation;
+    QTest::newRow("text") << QByteArray("[project]\nname=Pump station 7\n").repeated(300) << noStation;
+    QTest::newRow("header alone") << good.left(100) << noStation;
+    QTest::newRow("cut in the first page") << good.left(pageSize / 2) << noStation;
+    QTest::newRow("cut behind the schema") << good.left(pageSize) << noStation;
+    QTest::newRow("cut behind the nodes") << good.left(3 * pageSize) << noStation; // SQLite looks at the size
+    QTest::newRow("schema damaged") << QByteArray(good).replace(0, pageSize, junk) << noStation;
+    QTest::newRow("nodes damaged") << QByteArray(good).replace(2 * pageSize, pageSize, junk) << noStation;
+    QTest::newRow("tags damaged") << QByteArray(good).replace(3 * pageSize, pageSize, junk) << noTable;
+}
+
+void tst_bad_databases::contents()
+{
+    QFETCH(QByteArray, spoilt);
+    QFETCH(QString, error);
+    struct stat before, after;
+    const QByteArray file = nameOf(projectFile());
+
+    Panel inPlace, byRename;
+    QVERIFY(setContent(spoilt));
+    QCOMPARE(stat(file.constData(), &before), 0);
+    for (int i = 0; i < 2; ++i) {
+        QCOMPARE(inPlace.fails(), error);
+        QCOMPARE(byRename.fails(), error);
+    }
+
+    do { // until the time of change is another one than that of the bad content
+        QTest::qWait(5);
+        QVERIFY(setContent(good));
+        QCOMPARE(stat(file.constData(), &after), 0);
+    } while (after.st_mtim.tv_nsec == before.st_mtim.tv_nsec);
+    QCOMPARE(inPlace.fails(), QString());
+
+    QVERIFY(setContent(good, projectFile() + QLatin1String(".new")));
+    QCOMPARE(std::rename(nameOf(projectFile() + QLatin1String(".new")).constData(), file.constData()), 0);
+    QCOMPARE(byRename.fails(), QString());
+}
+
+void tst_bad_databases::failingCostsNothingThatStays()
+{
+    Panel panel;
+    QVERIFY(setContent(good.left(4096)));
+    QCOMPARE(panel.fails(), QString::fromLatin1(noStation));
+    const QDir openFiles(QLatin1String("/proc/self/fd"));
+    const int filesBefore = openFiles.entryList().size();
+    const int connectionsBefore = QSqlDatabase::connectionNames().size();
+    for (int i = 0; i < 200; ++i) {
+        QVERIFY(setContent(i % 2 ? good.left(4096) : QByteArray("S")));
+        QCOMPARE(panel.fails(), QString::fromLatin1(noStation));
+    }
+    QCOMPARE(openFiles.entryList().size(), filesBefore);
+    QCOMPARE(QSqlDatabase::connectionNames().size(), connectionsBefore);
+}
+
+void tst_bad_databases::directoryInItsPlace()
+{
+    Panel panel;
+    QVERIFY(QFile::remove(projectFile()));
+    QVERIFY(QDir().mkdir(projectFile()));
+    QCOMPARE(panel.driver.readDB(&panel.link, QString()), false);
+    QCOMPARE(panel.driver.getLastError(), QString::fromLatin1(cantOpen));
+    QCOMPARE(panel.fails(), QString::fromLatin1(noStation));
+    QVERIFY(QDir().rmdir(projectFile()));
+    QCOMPARE(panel.fails(), QString::fromLatin1(noStation));
+    QVERIFY(setContent(good));
+    QCOMPARE(panel.fails(), QString());
+}
+
+void tst_bad_databases::unreadable()
+{
+    const WithoutPrivileges likeAnyone;
+    Panel panel;
+    QCOMPARE(chmod(nameOf(projectFile()).constData(), 0), 0);
+    QCOMPARE(panel.driver.readDB(&panel.link, QString()), false);
+    QCOMPARE(panel.driver.getLastError(), QString::fromLatin1(cantOpen));
+    QCOMPARE(panel.fails(), QString::fromLatin1(noStation));
+    QCOMPARE(chmod(nameOf(projectFile()).constData(), 0444), 0);
+    QCOMPARE(panel.fails(), QString());
+}
+
+void tst_bad_databases::lockedByAWriter()
+{
+    {
+        QSqlDatabase writer = QSqlDatabase::addDatabase(QLatin1String("QSQLITE"), QLatin1String("writer"));
+        writer.setDatabaseName(projectFile());
+        QVERIFY(writer.open());
+        QSqlQuery query(writer);
+        QVERIFY(query.exec(QLatin1String("BEGIN EXCLUSIVE")));
+        Panel panel;
+        const qint64 start = CurrentMSecsSinceBoot();
+        QCOMPARE(panel.driver.readDB(&panel.link, QString()), false);
+        QCOMPARE(panel.driver.getLastError(), QString::fromLatin1(noStation));
+        qDebug("waited %d ms for the writer", int(CurrentMSecsSinceBoot() - start));
+        QVERIFY(query.exec(QLatin1String("COMMIT")));
+        QCOMPARE(panel.fails(), QString());
+    }
+    QSqlDatabase::removeDatabase(QLatin1String("writer"));
+}
+
+void tst_bad_databases::walInAReadOnlyPlace()
+{
+    // Both numbers at byte 18 are 2 when the file is in WAL mode; its log is empty and gone.
+    QVERIFY(setContent(QByteArray(good).replace(18, 2, "\2\2")));
+    const QByteArray folder = nameOf(QFileInfo(projectFile()).path());
+    QCOMPARE(chmod(folder.constData(), 0555), 0);
+    const WithoutPrivileges likeAnyone;
+    Panel once, again;
+    QCOMPARE(once.fails(), QString::fromLatin1(noStation));
+    QCOMPARE(again.fails(), QString::fromLatin1(noStation));
+    QVERIFY(setContent(good)); // out of WAL mode
+    QCOMPARE(once.fails(), QString());
+
+    QVERIFY(setContent(QByteArray(good).replace(18, 2, "\2\2")));
+    QCOMPARE(again.fails(), QString::fromLatin1(noStation));
+    QCOMPARE(chmod(folder.constData(), 0755), 0); // where SQLite can put its log
+    QCOMPARE(again.fails(), QString());
+}
+
+void tst_bad_databases::oddContentThatLoads_data()
+{
+    QTest::addColumn<QStringList>("changes");
+    QTest::newRow("ids as text")
+        << (QStringList() << QLatin1String("DROP TABLE NODE") << QLatin1String("DROP TABLE custom_tag_table")
+                          << QLatin1String("CREATE TABLE NODE (LINKID TEXT, STATIONID TEXT, ISDEFAULT TEXT)")
+                          << QLatin1String("CREATE TABLE custom_tag_table (connector_id TEXT, address TEXT)")
+                          << QLatin1String("INSERT INTO NODE VALUES ('1', '1', '1')")
+                          << QLatin1String("INSERT INTO custom_tag_table VALUES ('1', 'DO100')"));
+    QTest::newRow("addresses that are none")
+        << statements("INSERT INTO custom_tag_table VALUES (1, NULL), (1, 7), (1, 1.5), (1, x'00FF'), (1, "
+                      "''), (NULL, 'DO1')");
+    QTest::newRow("station number as a real") << statements("UPDATE NODE SET STATIONID = 1.0");
+    QTest::newRow("views") << statements(
+        "ALTER TABLE custom_tag_table RENAME TO tags",
+        "CREATE VIEW custom_tag_table AS SELECT connector_id, address FROM tags");
+}
+
+void tst_bad_databases::oddContentThatLoads()
+{
+    QFETCH(QStringList, changes);
+    changes.removeAll(QString());
+    QVERIFY(ProjectFixture::run(ProjectFixture::usualPlace(), changes));
+    Panel panel;
+    QCOMPARE(panel.fails(), QString());
+    panel.link.answersPdu("0101 01");
+    const QByteArray data =
+        panel.driver.read(&panel.link, CommunicatorCommand(Byte, 1, QLatin1String("DO100")));
+    QCOMPARE(data.toHex(), QByteArray("01"));
+}
+
+void tst_bad_databases::rowsWithoutEnd_data()
+{
+    QTest::addColumn<QString>("table");
+    QTest::addColumn<QString>("columns");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("tags") << "custom_tag_table"
+                          << "1 AS connector_id, NULL AS address" << noTable;
+    QTest::newRow("nodes") << "NODE"
+                           << "1 AS LINKID, 1 AS STATIONID, 1 AS ISDEFAULT" << QString();
+}
+
+void tst_bad_databases::rowsWithoutEnd()
+{
+    QFETCH(QString, table);
+    QFETCH(QString, columns);
+    QFETCH(QString, error);
+    const QString view = QLatin1String("CREATE VIEW %1 AS WITH RECURSIVE n(x) AS (SELECT 1 UNION ALL "
+                                       "SELECT 1 FROM n) SELECT %2 FROM n");
+    QVERIFY(ProjectFixture::run(ProjectFixture::usualPlace(), QStringList()
+                                                                  << QLatin1String("DROP TABLE ") + table
+                                                                  << view.arg(table, columns)));
+    Panel panel;
+    QCOMPARE(panel.driver.readDB(&panel.link, QString()), error.isEmpty());
+    if (!error.isEmpty())
+        QCOMPARE(panel.driver.getLastError(), error);
+    QVERIFY(setContent(good));
+    QCOMPARE(panel.fails(), QString());
+}
+
+void tst_bad_databases::aMillionTags()
+{
+    QVERIFY(ProjectFixture::run(
+        ProjectFixture::usualPlace(),
+        statements(
+            "INSERT INTO custom_tag_table WITH RECURSIVE n(x) AS (SELECT 0 UNION ALL SELECT x + 1 FROM n "
+            "WHERE x < 999999) SELECT 1, CASE WHEN x % 2 THEN '' ELSE (x % 9) || '-' END || 'DO' || "
+            "(65536 - x % 65536) FROM n",
+            "DELETE FROM custom_tag_table WHERE address = 'DO8'")));
+    Panel panel;
+    const PeakMemory memory;
+    const qint64 start = CurrentMSecsSinceBoot();
+    QVERIFY(panel.driver.readDB(&panel.link, QString()));
+    qDebug("a million tags: %d ms, %d KiB more at the peak", int(CurrentMSecsSinceBoot() - start),
+           memory.grownKiB());
+
+    panel.link.answersPdu("0101 7F");
+    const QByteArray data =
+        panel.driver.read(&panel.link, CommunicatorCommand(Byte, 1, QLatin1String("DO1")));
+    QCOMPARE(data.toHex(), QByteArray("7f"));
+}
+
+QTEST_MAIN(tst_bad_databases)
+#include "tst_bad_databases.moc"
