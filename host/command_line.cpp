@@ -30,6 +30,7 @@ struct Parsed
     LinkOptions link;
     ReadOptions read;
     WriteOptions write;
+    WatchOptions watch;
     ProjectCreateOptions projectCreate;
     ProjectShowOptions projectShow;
     ProjectImportOptions projectImport;
@@ -171,6 +172,31 @@ void addProjectTags(CLI::App& project, Parsed& parsed)
             "The CSV file, with the header and column \"address\" (default: stdout)");
 }
 
+void addWatch(CLI::App& app, Parsed& parsed)
+{
+    WatchOptions& options = parsed.watch;
+    CLI::App& command = addCommand(
+        app, "watch", "Read again and again: a screen on a terminal (q ends, p pauses), else a line a sample",
+        parsed, options, runWatch);
+    addTexts(command, "ADDRESS", options.addresses,
+             "What to read, with its type and number of elements if need be: HR100, HR102:dword, DO1:bit:8")
+        ->type_name("ADDRESS[:TYPE[:COUNT]]");
+    command.add_flag("--tags", options.tags,
+                     "The tags of link --link in the project, of its default station or --station");
+    addNumber(command, "--interval", options.interval, 1, 3600000,
+              "From one sample to the next, in milliseconds (default 500)");
+    CLI::Option* samples =
+        addNumber(command, "--samples", options.samples, 1, largestInt, "End after so many samples");
+    addNumber(command, "--for", options.seconds, 1, largestInt, "End after so many seconds")
+        ->type_name("SECONDS")
+        ->excludes(samples);
+    addText(command, "--csv", options.csvFile,
+            "Record each sample in FILE; a record with the same columns is continued")
+        ->type_name("FILE");
+    addChoice<Notation>(command, "--as", options.notation, notationNames(),
+                        "How values are printed, where their type can be (default uint)");
+}
+
 void addProject(CLI::App& app, Parsed& parsed)
 {
     CLI::App* project =
@@ -304,6 +330,7 @@ void describe(CLI::App& app, Parsed& parsed)
     addCommand(app, "info", "Print what the driver says about itself", parsed, parsed.link, runInfo);
     addRead(app, parsed);
     addWrite(app, parsed);
+    addWatch(app, parsed);
     addProject(app, parsed);
     addScan(app, parsed);
     addHelp(app, parsed);

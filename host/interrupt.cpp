@@ -57,4 +57,10 @@ const std::atomic<bool>& flag()
     return raised;
 }
 
+void disturb(pthread_t thread)
+{
+    raised = true;
+    ::pthread_kill(thread, SIGALRM);
+}
+
 } // namespace interrupt

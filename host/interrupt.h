@@ -2,6 +2,7 @@
 #define INTERRUPT_H
 
 #include <atomic>
+#include <pthread.h>
 
 /// Ctrl-C and SIGTERM, process-wide.
 namespace interrupt {
@@ -18,6 +19,10 @@ void catchSignals(StillBusy policy);
 
 /// True once a signal has come.
 const std::atomic<bool>& flag();
+
+/// Raises flag() and ends the wait that is going on in that thread, as the first signal does. catchSignals
+/// must have been called with StillBusy::Stay.
+void disturb(pthread_t thread);
 
 } // namespace interrupt
 

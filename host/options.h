@@ -55,6 +55,18 @@ struct WriteOptions
     QStringList values;
 };
 
+struct WatchOptions
+{
+    LinkOptions link;
+    QStringList addresses;                  ///< ADDRESS[:TYPE[:COUNT]]
+    bool tags = false;                      ///< in place of addresses: the tags of the project
+    Notation notation = Notation::Unsigned; ///< of those whose type has it
+    int interval = 500;                     ///< milliseconds
+    std::optional<int> samples;             ///< these two: none is until somebody ends it
+    std::optional<int> seconds;
+    QString csvFile; ///< empty: nothing is recorded
+};
+
 struct ProjectCreateOptions
 {
     LinkOptions link; ///< its link id, station and device go into the project

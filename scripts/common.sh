@@ -1,6 +1,7 @@
 # Shared by ./dev and its scripts: packages, progress, lists of files.
 
-BUILD_PACKAGES=(g++ cmake ninja-build pkg-config qtbase5-dev libqt5sql5-sqlite libmodbus-dev libcli11-dev)
+BUILD_PACKAGES=(g++ cmake ninja-build pkg-config qtbase5-dev libqt5sql5-sqlite libmodbus-dev libcli11-dev
+    libncurses-dev)
 TEST_PACKAGES=(mbpoll python3)
 LINT_PACKAGES=(clang-format-14 clang-tidy-14 cppcheck shellcheck)
 

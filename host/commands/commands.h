@@ -16,6 +16,9 @@ int runRead(const ReadOptions& options, Console& console);
 /// One write command. Values that do not fit are refused before anything is sent.
 int runWrite(const WriteOptions& options, Console& console);
 
+/// Reads at an interval: a screen on a terminal, else a line for each sample.
+int runWatch(const WatchOptions& options, Console& console);
+
 /// Replaces the project beside the program by a new one with one link and its default station.
 int runProjectCreate(const ProjectCreateOptions& options, Console& console);
 

@@ -19,7 +19,10 @@ void printTable(const ReportedCommand& reported, const QByteArray& data, QTextSt
     table.print(out);
 }
 
-QJsonObject toJson(const ReportedCommand& reported, const QByteArray& data, const CommandOutcome& outcome)
+} // namespace
+
+QJsonObject outcomeObject(const ReportedCommand& reported, const QByteArray& data,
+                          const CommandOutcome& outcome)
 {
     const CommunicatorCommand& command = reported.command;
     QJsonObject object{{QStringLiteral("address"), command.address},
@@ -40,13 +43,11 @@ QJsonObject toJson(const ReportedCommand& reported, const QByteArray& data, cons
     return object;
 }
 
-} // namespace
-
 int reportOutcome(const ReportedCommand& reported, const QByteArray& data, const CommandOutcome& outcome,
                   Console& console)
 {
     if (reported.format == OutputFormat::Json)
-        printJsonLine(console.out, toJson(reported, data, outcome));
+        printJsonLine(console.out, outcomeObject(reported, data, outcome));
     else if (outcome.done())
         printTable(reported, data, console.out);
     if (outcome.done())

@@ -5,6 +5,8 @@
 #include "options.h"
 #include "session.h"
 
+#include <QJsonObject>
+
 // How the outcome of a read or write command is printed.
 
 /// A command and the notation of its values in print.
@@ -15,9 +17,13 @@ struct ReportedCommand
     OutputFormat format;
 };
 
-/// Prints the outcome: as text a line with address and value for each element of data, as JSON one object
-/// with address, type, count, values, data, attempts and milliseconds, or error in place of values and data.
-/// Errors go to stderr too. data is what was read or written.
+/// The outcome as JSON: address, type, count, values, data, attempts and milliseconds, or error in place of
+/// values and data. data is what was read or written.
+QJsonObject outcomeObject(const ReportedCommand& reported, const QByteArray& data,
+                          const CommandOutcome& outcome);
+
+/// Prints the outcome: as text a line with address and value for each element of data, as JSON one line with
+/// outcomeObject. Errors go to stderr too.
 ///
 /// Returns the exit status that belongs to the outcome.
 int reportOutcome(const ReportedCommand& reported, const QByteArray& data, const CommandOutcome& outcome,

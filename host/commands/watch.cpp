@@ -1,0 +1,388 @@
+#include "commands/commands.h"
+#include "interrupt.h"
+#include "json_line.h"
+#include "project_file.h"
+#include "session.h"
+#include "tools/project_database.h"
+#include "watch/csv_recorder.h"
+#include "watch/poller.h"
+#include "watch/sample_text.h"
+#include "watch/screen.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <numeric>
+#include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+using Clock = PollSchedule::Clock;
+using std::chrono::milliseconds;
+
+/// Faster than this nobody can look.
+constexpr milliseconds shortestRedraw{100};
+/// Ages go on when nothing else happens; Ctrl-C is noticed.
+constexpr milliseconds longestWait{250};
+/// For a driver to return from a command that was interrupted.
+constexpr milliseconds stopPatience{1000};
+
+/// The tags of one station of a link.
+struct StationTags
+{
+    int station = 0;
+    QStringList addresses; ///< without station
+    int ofOthers = 0;      ///< tags of the link that belong to other stations
+};
+
+int defaultStation(const QVector<ProjectNode>& nodes, int linkId, int otherwise)
+{
+    for (const ProjectNode& node : nodes) {
+        if (node.linkId == linkId && node.isDefault)
+            return node.stationId;
+    }
+    return otherwise;
+}
+
+/// A tag without a station belongs to the station that is polled.
+void takeTag(const ProjectTag& tag, StationTags& tags)
+{
+    const int hyphen = tag.address.indexOf(QLatin1Char('-'));
+    if (hyphen > 0 && tag.address.left(hyphen).toInt() != tags.station)
+        ++tags.ofOthers;
+    else if (tags.addresses.size() <= mostWatchedElements)
+        tags.addresses += tag.address.mid(hyphen + 1);
+}
+
+StationTags readTags(const LinkOptions& link, QString& error)
+{
+    ProjectReader reader(GetDatabaseName());
+    StationTags tags;
+    tags.station = link.station ? *link.station : defaultStation(reader.nodes(), link.linkId, 1);
+    reader.forEachTag([&](const ProjectTag& tag) {
+        if (tag.linkId == link.linkId)
+            takeTag(tag, tags);
+    });
+    error = reader.error();
+    if (error.isEmpty() && tags.addresses.isEmpty())
+        error = QStringLiteral("--tags: station %1 of link %2 has no tags in %3")
+                    .arg(tags.station)
+                    .arg(link.linkId)
+                    .arg(GetDatabaseName());
+    return tags;
+}
+
+QVector<WatchedItem> parseItems(const WatchOptions& options, QString& error)
+{
+    QVector<WatchedItem> items;
+    for (const QString& address : options.addresses) {
+        const auto item = parseWatchedItem(address, options.notation, error);
+        if (!item)
+            return {};
+        items += *item;
+    }
+    return items;
+}
+
+/// What keeps these options from being carried out; empty when nothing does.
+QString optionProblem(const WatchOptions& options, const QVector<WatchedItem>& items)
+{
+    if (options.addresses.isEmpty() == !options.tags)
+        return QStringLiteral("watch needs either addresses or --tags");
+    if (options.notation == Notation::Text)
+        return QStringLiteral("--as: watch shows numbers, not text");
+    const bool used = options.notation == Notation::Unsigned ||
+                      std::any_of(items.begin(), items.end(),
+                                  [&](const WatchedItem& item) { return item.notation == options.notation; });
+    if (!options.tags && !used)
+        return QStringLiteral("--as: ") + notationProblem(items.first().command.dataType, options.notation);
+    return QString();
+}
+
+int elementCount(const QVector<WatchedItem>& items)
+{
+    return std::accumulate(items.begin(), items.end(), 0,
+                           [](int sum, const WatchedItem& item) { return sum + item.command.count; });
+}
+
+/// One run of the command, from the first sample to the last.
+class Watch
+{
+public:
+    /// None of these is owned; recorder may be null.
+    Watch(const WatchOptions& options, const QVector<WatchedItem>& items, Session& session,
+          CsvRecorder* recorder, Console& console);
+
+    int run();
+
+private:
+    void openScreen();
+    PollPlan plan() const;
+    bool isOver();
+    void waitForNews() const;
+    void takeReadings();
+    void finishSample();
+    void reportRecorder();
+    void takeKeys();
+    void scroll(ScreenKey key);
+    void draw();
+    ScreenContents contents() const;
+    void end();
+    void printSummary();
+    int exitStatus();
+
+    const WatchOptions& m_options;
+    const QString m_peer;
+    const QString m_station;
+    CsvRecorder* const m_recorder;
+    Console& m_console;
+    WatchState m_state;
+    QVector<Reading> m_sample; ///< what has come of the sample that is going on
+    QString m_reportedProblem; ///< of the recorder
+    std::unique_ptr<Screen> m_screen;
+    Poller m_poller;
+    const Clock::time_point m_begin = Clock::now();
+    Clock::time_point m_lastDraw{};
+    bool m_paused = false;
+    bool m_quit = false;
+    bool m_interrupted = false;
+    int m_firstRow = 0;
+};
+
+Watch::Watch(const WatchOptions& options, const QVector<WatchedItem>& items, Session& session,
+             CsvRecorder* recorder, Console& console)
+    : m_options(options), m_peer(session.link().peer()),
+      m_station(QString::number(session.link().stationId())), m_recorder(recorder), m_console(console),
+      m_state(items), m_poller(session, plan())
+{
+    openScreen();
+}
+
+PollPlan Watch::plan() const
+{
+    PollPlan plan;
+    for (const WatchedItem& item : m_state.items())
+        plan.commands += item.command;
+    plan.interval = milliseconds(m_options.interval);
+    if (m_options.samples)
+        plan.samples = static_cast<quint64>(*m_options.samples);
+    if (m_options.seconds)
+        plan.duration = std::chrono::seconds(*m_options.seconds);
+    return plan;
+}
+
+/// Frames that are traced onto the same terminal would go through the middle of the screen.
+void Watch::openScreen()
+{
+    const bool disturbed = m_options.link.trace && ::isatty(STDERR_FILENO) == 1;
+    if (m_options.link.format == OutputFormat::Text && !disturbed && Screen::isPossible())
+        m_screen = Screen::open();
+}
+
+int Watch::run()
+{
+    while (!isOver()) {
+        waitForNews();
+        takeReadings();
+        if (m_recorder)
+            m_recorder->syncWhenDue();
+        if (m_screen)
+            takeKeys();
+        if (m_screen && Clock::now() - m_lastDraw >= shortestRedraw)
+            draw();
+    }
+    end();
+    return exitStatus();
+}
+
+bool Watch::isOver()
+{
+    m_interrupted = m_interrupted || interrupt::flag();
+    const bool late = m_options.seconds && Clock::now() >= m_begin + std::chrono::seconds(*m_options.seconds);
+    return m_quit || m_interrupted || late || m_poller.finished();
+}
+
+void Watch::waitForNews() const
+{
+    pollfd descriptors[] = {{m_poller.descriptor(), POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
+    ::poll(descriptors, m_screen ? 2 : 1, static_cast<int>(longestWait.count()));
+}
+
+void Watch::takeReadings()
+{
+    for (const Reading& reading : m_poller.take()) {
+        m_state.add(reading);
+        m_sample += reading;
+        if (reading.endsSample)
+            finishSample();
+    }
+}
+
+void Watch::finishSample()
+{
+    if (m_recorder)
+        m_recorder->append(csvRow(m_state.items(), m_sample));
+    if (m_options.link.format == OutputFormat::Json)
+        printJsonLine(m_console.out, sampleObject(m_state.items(), m_sample));
+    else if (!m_screen)
+        m_console.out << sampleLine(m_state.items(), m_sample) << '\n';
+    m_console.out.flush();
+    m_sample.clear();
+    if (m_recorder && !m_screen)
+        reportRecorder();
+}
+
+/// Says once that the record has gaps, and once that it goes on.
+void Watch::reportRecorder()
+{
+    const QString problem = m_recorder->problem();
+    if (problem == m_reportedProblem)
+        return;
+    m_reportedProblem = problem;
+    if (problem.isEmpty())
+        m_console.err << "note: " << m_recorder->fileName() << " goes on, " << m_recorder->rowsLost()
+                      << " row(s) are missing\n";
+    else
+        m_console.err << "error: can not write " << m_recorder->fileName() << ": " << problem
+                      << "; polling goes on\n";
+    m_console.err.flush();
+}
+
+void Watch::takeKeys()
+{
+    while (const auto key = m_screen->key()) {
+        m_lastDraw = Clock::time_point(); // at once
+        if (*key == ScreenKey::Interrupt)
+            m_interrupted = true;
+        else if (*key == ScreenKey::Quit)
+            m_quit = true;
+        else if (*key == ScreenKey::Pause)
+            m_poller.setPaused(m_paused = !m_paused);
+        else
+            scroll(*key);
+    }
+}
+
+void Watch::scroll(ScreenKey key)
+{
+    const int page = std::max(tableRows(contents(), m_screen->size()), 1);
+    const int last = std::max(static_cast<int>(m_state.elements().size()) - page, 0);
+    int row = m_firstRow;
+    if (key == ScreenKey::Up || key == ScreenKey::Down)
+        row += key == ScreenKey::Up ? -1 : 1;
+    else if (key == ScreenKey::PageUp || key == ScreenKey::PageDown)
+        row += key == ScreenKey::PageUp ? -page : page;
+    else if (key == ScreenKey::Home || key == ScreenKey::End)
+        row = key == ScreenKey::Home ? 0 : last;
+    m_firstRow = std::clamp(row, 0, last); // also when the window has grown
+}
+
+ScreenContents Watch::contents() const
+{
+    return {m_state,     m_peer,   m_station,  milliseconds(m_options.interval),
+            m_recorder,  m_paused, m_firstRow, m_screen->symbols(),
+            Clock::now()};
+}
+
+void Watch::draw()
+{
+    m_screen->draw(layOutScreen(contents(), m_screen->size()));
+    m_lastDraw = Clock::now();
+}
+
+/// A driver that does not come back, from a long pause for example, is left behind.
+void Watch::end()
+{
+    const bool stopped = m_poller.stop(stopPatience);
+    takeReadings();
+    if (m_recorder)
+        m_recorder->sync();
+    if (m_screen) {
+        m_screen.reset();
+        printSummary();
+    }
+    if (stopped)
+        return;
+    const int status = exitStatus();
+    m_console.out.flush();
+    m_console.err.flush();
+    std::_Exit(status);
+}
+
+void Watch::printSummary()
+{
+    QTextStream& out = m_console.out;
+    out << m_state.link().samples << " sample(s), " << m_state.commandCount() << " command(s), "
+        << m_state.failureCount() << " failed, " << m_state.link().missed << " slot(s) missed\n";
+    if (m_recorder)
+        out << m_recorder->fileName() << ": " << m_recorder->rowsWritten() << " row(s) written, "
+            << m_recorder->rowsLost() << " lost\n";
+}
+
+int Watch::exitStatus()
+{
+    if (m_recorder && (m_recorder->rowsLost() > 0 || !m_recorder->problem().isEmpty()))
+        return reportError(m_console, Refused,
+                           QStringLiteral("%1 row(s) are missing in %2")
+                               .arg(m_recorder->rowsLost())
+                               .arg(m_recorder->fileName()));
+    if (m_interrupted)
+        return Interrupted;
+    if (m_state.commandCount() > 0 && m_state.failureCount() == m_state.commandCount())
+        return reportError(m_console, Refused, m_state.link().lastError);
+    return Done;
+}
+
+int watchItems(const WatchOptions& options, const QVector<WatchedItem>& items, Session& session,
+               Console& console)
+{
+    if (elementCount(items) > mostWatchedElements)
+        return reportError(
+            console, WrongCommandLine,
+            QStringLiteral("watch takes at most %1 elements at once").arg(mostWatchedElements));
+    QString error;
+    std::unique_ptr<CsvRecorder> recorder;
+    if (!options.csvFile.isEmpty())
+        recorder = CsvRecorder::open(options.csvFile, csvHeader(items), error);
+    if (!error.isEmpty())
+        return reportError(console, WrongCommandLine, QStringLiteral("--csv: ") + error);
+    interrupt::catchSignals(interrupt::StillBusy::Stay);
+    return Watch(options, items, session, recorder.get(), console).run();
+}
+
+int watchTags(const WatchOptions& options, Console& console)
+{
+    QString error;
+    const StationTags tags = readTags(options.link, error);
+    if (!error.isEmpty())
+        return reportError(console, Refused, error);
+    if (tags.ofOthers > 0)
+        console.err << "note: " << tags.ofOthers << " tag(s) of other stations than " << tags.station
+                    << " are left out\n";
+    WatchOptions stationOptions = options;
+    stationOptions.link.station = tags.station;
+    const auto session = Session::start(stationOptions.link, console.err, error);
+    if (!session)
+        return reportError(console, WrongCommandLine, error);
+    DriverInterface& driver = session->driver();
+    const CommandLimits limits = {driver.getBlockAccessSize(), driver.getBitBlockAccessSize()};
+    return watchItems(stationOptions, itemsOfTags(tags.addresses, limits), *session, console);
+}
+
+} // namespace
+
+int runWatch(const WatchOptions& options, Console& console)
+{
+    QString error;
+    const QVector<WatchedItem> items = parseItems(options, error);
+    if (error.isEmpty())
+        error = optionProblem(options, items);
+    if (!error.isEmpty())
+        return reportError(console, WrongCommandLine, error);
+    if (options.tags)
+        return watchTags(options, console);
+    const auto session = Session::start(options.link, console.err, error);
+    if (!session)
+        return reportError(console, WrongCommandLine, error);
+    return watchItems(options, items, *session, console);
+}

@@ -1,0 +1,158 @@
+#include "watch/poller.h"
+
+#include "interrupt.h"
+
+#include <QDateTime>
+
+#include <csignal>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+namespace {
+
+/// Readings that may wait to be taken: minutes of polling at the usual intervals.
+constexpr int mostReadings = 4096;
+
+/// Signals that end a wait for the device; they are the polling thread's.
+sigset_t endingSignals()
+{
+    sigset_t signalSet;
+    sigemptyset(&signalSet);
+    for (const int number : {SIGINT, SIGTERM, SIGALRM})
+        sigaddset(&signalSet, number);
+    return signalSet;
+}
+
+} // namespace
+
+Poller::Poller(Session& session, const PollPlan& plan)
+    : m_session(session), m_plan(plan), m_event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+{
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    const sigset_t ending = endingSignals();
+    ::pthread_sigmask(SIG_SETMASK, &all, &before);
+    m_thread = std::thread([this, ending] {
+        ::pthread_sigmask(SIG_UNBLOCK, &ending, nullptr);
+        run();
+    });
+    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    ::pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+}
+
+Poller::~Poller()
+{
+    stop(std::chrono::milliseconds(0));
+    m_thread.join();
+    ::close(m_event);
+    const sigset_t ending = endingSignals();
+    ::pthread_sigmask(SIG_UNBLOCK, &ending, nullptr);
+}
+
+void Poller::run()
+{
+    const auto begin = PollSchedule::Clock::now();
+    PollSchedule schedule(begin, m_plan.interval);
+    for (quint64 sample = 1; !m_plan.samples || sample <= *m_plan.samples; ++sample) {
+        if (m_plan.duration && schedule.slot() >= begin + *m_plan.duration)
+            break;
+        if (!waitForSlot(schedule))
+            break;
+        pollAll(sample, schedule.missed());
+        schedule.polled(PollSchedule::Clock::now());
+    }
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_ended = true;
+    ::eventfd_write(m_event, 1);
+    m_changed.notify_all();
+}
+
+/// Returns false when the polling is to end. A slot for whose readings there is no room is missed.
+bool Poller::waitForSlot(PollSchedule& schedule)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (!m_stopping) {
+        if (m_paused) {
+            m_changed.wait(lock);
+            schedule.resume(PollSchedule::Clock::now());
+            continue;
+        }
+        if (PollSchedule::Clock::now() < schedule.slot()) {
+            m_changed.wait_until(lock, schedule.slot());
+            continue;
+        }
+        if (m_readings.size() < mostReadings)
+            return true;
+        schedule.notPolled(PollSchedule::Clock::now());
+    }
+    return false;
+}
+
+void Poller::pollAll(quint64 sample, quint64 missed)
+{
+    const qint64 time = QDateTime::currentMSecsSinceEpoch();
+    for (int i = 0; i < m_plan.commands.size() && !isStopping(); ++i) {
+        Reading reading;
+        reading.index = i;
+        reading.sample = sample;
+        reading.sampleTime = time;
+        reading.endsSample = i + 1 == m_plan.commands.size();
+        reading.outcome = m_session.read(m_plan.commands.at(i));
+        reading.doneAt = PollSchedule::Clock::now();
+        reading.connected = m_session.link().isConnected();
+        reading.connectionsMade = m_session.link().connectionsMade();
+        reading.missed = missed;
+        if (reading.outcome.done() || !isStopping())
+            publish(std::move(reading));
+    }
+}
+
+void Poller::publish(Reading&& reading)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_readings.append(std::move(reading));
+    ::eventfd_write(m_event, 1);
+}
+
+/// Ctrl-C stops too: what it interrupts has no outcome.
+bool Poller::isStopping()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_stopping || interrupt::flag();
+}
+
+QVector<Reading> Poller::take()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    eventfd_t count = 0;
+    ::eventfd_read(m_event, &count);
+    if (m_ended)
+        ::eventfd_write(m_event, 1);
+    QVector<Reading> taken;
+    taken.swap(m_readings);
+    return taken;
+}
+
+bool Poller::finished()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_ended && m_readings.isEmpty();
+}
+
+void Poller::setPaused(bool paused)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_paused = paused;
+    m_changed.notify_all();
+}
+
+bool Poller::stop(std::chrono::milliseconds patience)
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_stopping = true;
+    m_changed.notify_all();
+    if (!m_ended)
+        interrupt::disturb(m_thread.native_handle());
+    return m_changed.wait_for(lock, patience, [this] { return m_ended; });
+}

@@ -1,0 +1,92 @@
+#ifndef POLLER_H
+#define POLLER_H
+
+#include "session.h"
+#include "watch/poll_schedule.h"
+
+#include <QVector>
+
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+/// What a poller does.
+struct PollPlan
+{
+    QVector<CommunicatorCommand> commands; ///< of one sample, in this order; one or more
+    std::chrono::milliseconds interval{
+        0};                         ///< from the beginning of one sample to that of the next, 1 or more
+    std::optional<quint64> samples; ///< ends after so many
+    std::optional<std::chrono::seconds> duration; ///< no sample begins later than that after start
+};
+
+/// What became of one command of a sample.
+struct Reading
+{
+    int index = 0;           ///< of the command in the plan
+    quint64 sample = 0;      ///< counts from 1
+    qint64 sampleTime = 0;   ///< when the sample began, in milliseconds since 1970 UTC
+    bool endsSample = false; ///< it is the sample's last
+    CommandOutcome outcome;
+    std::chrono::steady_clock::time_point doneAt;
+    bool connected = false;  ///< the link, after the command
+    int connectionsMade = 0; ///< by the link so far
+    quint64 missed = 0;      ///< slots that were missed before the sample
+};
+
+/// Runs read commands at an interval on a thread of its own, so that neither a slow device holds up those who
+/// look on, nor a slow disk or terminal the polling.
+///
+/// What was read is kept until it is taken. When nobody takes it for long, slots are missed and memory does
+/// not grow.
+///
+/// interrupt::catchSignals must have been called with StillBusy::Stay. While the poller exists it is its
+/// thread that Ctrl-C disturbs, and the thread that made it keeps those signals out.
+class Poller
+{
+public:
+    /// The session must outlive the poller, and nobody else may use it before stop() has returned true.
+    Poller(Session& session, const PollPlan& plan);
+
+    /// Ends the polling, however long the command that is going on takes.
+    ~Poller();
+    Poller(const Poller&) = delete;
+    Poller& operator=(const Poller&) = delete;
+
+    /// Readable as long as there is something to take or the polling has ended.
+    int descriptor() const { return m_event; }
+
+    /// What was read since the last call, oldest first.
+    QVector<Reading> take();
+
+    /// No more readings will come, and all have been taken.
+    bool finished();
+
+    /// While paused no sample begins; the one that is going on is completed.
+    void setPaused(bool paused);
+
+    /// Ends the polling and the wait for the device that is going on; an unfinished command gives no reading.
+    /// Returns false when the driver has not returned within patience.
+    bool stop(std::chrono::milliseconds patience);
+
+private:
+    void run();
+    bool waitForSlot(PollSchedule& schedule);
+    void pollAll(quint64 sample, quint64 missed);
+    void publish(Reading&& reading);
+    bool isStopping();
+
+    Session& m_session;
+    const PollPlan m_plan;
+    const int m_event;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    QVector<Reading> m_readings;
+    bool m_paused = false;
+    bool m_stopping = false;
+    bool m_ended = false;
+    std::thread m_thread;
+};
+
+#endif

@@ -1,0 +1,58 @@
+#ifndef SCREEN_LAYOUT_H
+#define SCREEN_LAYOUT_H
+
+#include "watch/csv_recorder.h"
+#include "watch/watch_state.h"
+
+// What stands where on the screen, whatever terminal shows it.
+
+enum class ScreenStyle
+{
+    Plain,
+    Title, ///< the bar on top
+    Heading,
+    Quiet,
+    Trend,
+    Good,
+    Bad
+};
+
+/// A piece of a line.
+struct ScreenSpan
+{
+    QString text;
+    ScreenStyle style = ScreenStyle::Plain;
+};
+using ScreenLine = QVector<ScreenSpan>;
+
+struct ScreenSize
+{
+    int width = 80;
+    int height = 24;
+};
+
+/// What the screen shows beside the state.
+struct ScreenContents
+{
+    const WatchState& state;
+    QString device;  ///< "127.0.0.1:502"
+    QString station; ///< as text
+    std::chrono::milliseconds interval;
+    const CsvRecorder* recorder; ///< null: nothing is recorded
+    bool paused;
+    int firstRow; ///< first element of the table that is shown
+    TrendSymbols symbols;
+    PollSchedule::Clock::time_point now;
+};
+
+/// Number of elements that the table has room for.
+int tableRows(const ScreenContents& contents, const ScreenSize& size);
+
+/// The lines from top to bottom: at most as many as the screen has, and none wider. A window that is too
+/// small loses columns from the least important one on, then lines below the table.
+QVector<ScreenLine> layOutScreen(const ScreenContents& contents, const ScreenSize& size);
+
+/// A duration in at most five characters and a unit: "0.4 s", "12 s", "3 min", "7 h", "2 d".
+QString ageText(std::chrono::milliseconds age);
+
+#endif

@@ -1,0 +1,72 @@
+#include "watch/statistics.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+constexpr int trendLevels = 8;
+
+QChar trendSymbol(double part, TrendSymbols symbols)
+{
+    static const char ascii[] = "_.,-~+*#";
+    const int level = std::clamp(static_cast<int>(std::lround(part * (trendLevels - 1))), 0, trendLevels - 1);
+    constexpr ushort lowestBlock = 0x2581;
+    return symbols == TrendSymbols::Blocks ? QChar(lowestBlock + level) : QLatin1Char(ascii[level]);
+}
+
+} // namespace
+
+void ValueHistory::add(double number, const QString& text)
+{
+    m_latest = text;
+    if (!std::isfinite(number)) {
+        addGap();
+        return;
+    }
+    if (m_smallestText.isEmpty() || number < m_smallest) {
+        m_smallest = number;
+        m_smallestText = text;
+    }
+    if (m_largestText.isEmpty() || number > m_largest) {
+        m_largest = number;
+        m_largestText = text;
+    }
+    m_samples.append(number);
+}
+
+void ValueHistory::addGap()
+{
+    m_samples.append(std::numeric_limits<double>::quiet_NaN());
+}
+
+double RoundTrips::quantile(double part) const
+{
+    if (isEmpty())
+        return 0;
+    std::vector<double> sorted = m_milliseconds.unordered();
+    const double rank = std::ceil(part * static_cast<double>(sorted.size()));
+    const auto at = sorted.begin() + std::max(static_cast<long>(rank) - 1, 0L);
+    std::nth_element(sorted.begin(), at, sorted.end());
+    return *at;
+}
+
+QString trendText(const Ring<double>& samples, int width, bool isBit, TrendSymbols symbols)
+{
+    const std::size_t shown = std::min(samples.size(), static_cast<std::size_t>(std::max(width, 0)));
+    const std::size_t begin = samples.size() - shown;
+    double least = isBit ? 0 : std::numeric_limits<double>::infinity();
+    double most = isBit ? 1 : -std::numeric_limits<double>::infinity();
+    for (std::size_t i = begin; i < samples.size(); ++i) {
+        least = std::fmin(least, samples.at(i));
+        most = std::fmax(most, samples.at(i));
+    }
+    QString text;
+    for (std::size_t i = begin; i < samples.size(); ++i) {
+        const double sample = samples.at(i);
+        const double part = most > least ? (sample - least) / (most - least) : 0.5;
+        text += std::isnan(sample) ? QChar(QLatin1Char(' ')) : trendSymbol(part, symbols);
+    }
+    return text;
+}

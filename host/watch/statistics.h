@@ -1,0 +1,64 @@
+#ifndef STATISTICS_H
+#define STATISTICS_H
+
+#include "watch/ring.h"
+
+#include <QString>
+
+/// What is known of one watched element.
+class ValueHistory
+{
+public:
+    /// A sample: its number, which may be not finite, and its text in print.
+    void add(double number, const QString& text);
+
+    /// A sample that failed.
+    void addGap();
+
+    /// Text of the last, the smallest and the largest sample; empty before there is one.
+    const QString& latest() const { return m_latest; }
+    const QString& smallest() const { return m_smallestText; }
+    const QString& largest() const { return m_largestText; }
+
+    /// The last samples; a failed one is not a number.
+    const Ring<double>& samples() const { return m_samples; }
+
+private:
+    QString m_latest;
+    QString m_smallestText;
+    QString m_largestText;
+    double m_smallest = 0;
+    double m_largest = 0;
+    Ring<double> m_samples{160}; ///< as wide as a trend is ever shown
+};
+
+/// How long the last commands took.
+class RoundTrips
+{
+public:
+    /// Commands that count.
+    static constexpr std::size_t window = 1000;
+
+    void add(double milliseconds) { m_milliseconds.append(milliseconds); }
+    bool isEmpty() const { return m_milliseconds.size() == 0; }
+
+    /// The shortest time within which that part of the commands, above 0 and up to 1, was done: 0.5 gives the
+    /// median. In milliseconds; 0 when there was no command.
+    double quantile(double part) const;
+
+private:
+    Ring<double> m_milliseconds{window};
+};
+
+/// How a trend is drawn.
+enum class TrendSymbols
+{
+    Blocks, ///< eighths of a block, from Unicode
+    Ascii
+};
+
+/// The last samples, at most width of them, one character each, the newest last: scaled between least and
+/// most of those that are shown, or from 0 to 1 for bits. A failed sample leaves a blank.
+QString trendText(const Ring<double>& samples, int width, bool isBit, TrendSymbols symbols);
+
+#endif

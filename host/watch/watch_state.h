@@ -1,0 +1,67 @@
+#ifndef WATCH_STATE_H
+#define WATCH_STATE_H
+
+#include "watch/poller.h"
+#include "watch/statistics.h"
+#include "watch/watched_items.h"
+
+/// One line of the table.
+struct WatchedElement
+{
+    QString address;
+    bool isBit = false;
+    ValueHistory history;
+};
+
+/// What is known of one command; its elements lie one after the other.
+struct WatchedCommand
+{
+    int firstElement = 0;
+    int elementCount = 0;
+    quint64 commands = 0;
+    quint64 failures = 0;
+    bool failing = false; ///< the last command failed
+    QString lastError;    ///< the driver's text; stays when commands succeed again
+    std::optional<PollSchedule::Clock::time_point> lastGood;
+};
+
+/// What is known of the link.
+struct WatchedLink
+{
+    bool asked = false; ///< a command has been run
+    bool connected = false;
+    int connectionsMade = 0;
+    quint64 samples = 0;
+    quint64 missed = 0;
+    RoundTrips roundTrips; ///< of the commands that were done
+    QString lastError;     ///< of any command, the driver's text
+    qint64 lastErrorTime = 0;
+};
+
+/// All that watch has seen, in a size that does not grow.
+class WatchState
+{
+public:
+    explicit WatchState(const QVector<WatchedItem>& items);
+
+    void add(const Reading& reading);
+
+    const QVector<WatchedItem>& items() const { return m_items; }
+    const std::vector<WatchedCommand>& commands() const { return m_commands; }
+    const std::vector<WatchedElement>& elements() const { return m_elements; }
+    const WatchedLink& link() const { return m_link; }
+
+    /// Over all commands.
+    quint64 commandCount() const;
+    quint64 failureCount() const;
+
+private:
+    void addValues(const WatchedCommand& command, const WatchedItem& item, const QByteArray& data);
+
+    const QVector<WatchedItem> m_items;
+    std::vector<WatchedCommand> m_commands;
+    std::vector<WatchedElement> m_elements;
+    WatchedLink m_link;
+};
+
+#endif
