@@ -113,7 +113,7 @@ std::unique_ptr<Screen> Screen::open()
     if (!terminal)
         return nullptr;
     std::unique_ptr<Screen> screen(new Screen(terminal));
-    if (!tigetstr("cup") || tigetstr("cup") == reinterpret_cast<char*>(-1))
+    if (!tigetstr("cup"))
         return nullptr;
     return screen;
 }

@@ -47,7 +47,8 @@ void WatchState::addValues(const WatchedCommand& command, const WatchedItem& ite
                         : valueTexts(item.command.dataType, item.notation, command.elementCount, data);
     const QStringList numbers = command.failing ? QStringList() : decimalTexts(item, data);
     for (int i = 0; i < command.elementCount; ++i) {
-        ValueHistory& history = m_elements[static_cast<std::size_t>(command.firstElement + i)].history;
+        const int element = command.firstElement + i;
+        ValueHistory& history = m_elements[static_cast<std::size_t>(element)].history;
         if (command.failing)
             history.addGap();
         else

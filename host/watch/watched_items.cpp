@@ -54,7 +54,7 @@ bool continues(const Tag& next, const Tag& first, int count)
 std::optional<WatchedItem> parseWatchedItem(const QString& text, Notation preferred, QString& error)
 {
     const QStringList parts = text.split(QLatin1Char(':'));
-    const QString address = parts.first();
+    const QString& address = parts.first();
     const auto type = parts.size() > 1 ? dataTypeFromName(parts.at(1)) : typeOfArea(address);
     bool isNumber = true;
     const int count = parts.size() > 2 ? parts.at(2).toInt(&isNumber) : 1;

