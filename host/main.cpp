@@ -12,5 +12,9 @@ int main(int argc, char** argv)
     err.setCodec("UTF-8");
     Console console{out, err};
     interrupt::catchSignals(interrupt::StillBusy::Exit);
-    return runCommandLine(QCoreApplication::arguments().mid(1), console);
+    const int status = runCommandLine(QCoreApplication::arguments().mid(1), console);
+    out.flush();
+    if (out.status() != QTextStream::Ok && status == Done)
+        return reportError(console, Refused, QStringLiteral("the output can not be written"));
+    return status;
 }

@@ -124,7 +124,7 @@ bool TcpLink::open()
     }
     QString error;
     const std::vector<SocketAddress> addresses = lookUpHost(m_host, m_port, waiting, error);
-    setError(error);
+    setError(waiting.stopped() ? QStringLiteral("interrupted") : error);
     for (std::size_t i = 0; i < addresses.size(); ++i) {
         if (connectTo(addresses[i], waiting.share(addresses.size() - i)))
             return true;

@@ -136,6 +136,7 @@ int runProjectCreate(const ProjectCreateOptions& options, Console& console)
     if (!problem.isEmpty())
         return reportError(console, Refused, problem);
 
+    interrupt::catchSignals(interrupt::StillBusy::Stay);
     ProjectWriter writer(GetDatabaseName());
     addContents(writer, options.link, tags);
     if (interrupt::flag())
