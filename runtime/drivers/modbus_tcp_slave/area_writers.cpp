@@ -30,10 +30,11 @@ unsigned short offsetAddress(unsigned short address, int offset)
 
 } // namespace
 
-bool DriverModbusTcpSlave::coilsFitRequest(unsigned short address, const QByteArray& data, int count)
+/// dataLength: bytes that one request has to carry, 0 when there is one request for each coil.
+bool DriverModbusTcpSlave::coilsFitRequest(unsigned short address, int count, int dataLength)
 {
     const quint64 coils = static_cast<quint32>(count);
-    if (coils <= MaxWriteBits && address + coils <= AddressSpace && data.size() <= MaxWriteBits / 8)
+    if (coils <= MaxWriteBits && address + coils <= AddressSpace && dataLength <= MaxWriteBits / 8)
         return true;
     setCommError(QLatin1String("can't write ") + QString::number(count) + QLatin1String(" bits to DO") +
                  QString::number(address + 1));
@@ -66,7 +67,7 @@ bool DriverModbusTcpSlave::failedToSend(AbstractDeviceInterface* device)
 bool DriverModbusTcpSlave::writeCoils(AbstractDeviceInterface* device, unsigned short address,
                                       const QByteArray& data, int count)
 {
-    if (!coilsFitRequest(address, data, count))
+    if (!coilsFitRequest(address, count, data.size()))
         return false;
 
     const unsigned short quantity = static_cast<unsigned short>(count);
@@ -80,7 +81,7 @@ bool DriverModbusTcpSlave::writeCoils(AbstractDeviceInterface* device, unsigned 
 bool DriverModbusTcpSlave::writeCoilsWithFN5(AbstractDeviceInterface* device, unsigned short address,
                                              const QByteArray& data, int count)
 {
-    if (!coilsFitRequest(address, data, count))
+    if (!coilsFitRequest(address, count, 0))
         return false;
 
     for (int i = 0; i < count; ++i) {

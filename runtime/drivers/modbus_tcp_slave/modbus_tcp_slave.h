@@ -237,7 +237,7 @@ private:
     QByteArray readSparseBits(AbstractDeviceInterface* device, unsigned short address, int count,
                               UShortVector ModbusBitSet::*tags, const char* area);
 
-    bool coilsFitRequest(unsigned short address, const QByteArray& data, int count);
+    bool coilsFitRequest(unsigned short address, int count, int dataLength);
     bool wordsFitRequest(unsigned short address, quint64 words);
     bool wordsFitFN6Requests(unsigned short address, quint64 words);
     bool failedToSend(AbstractDeviceInterface* device);
