@@ -1,0 +1,243 @@
+#include "modbus_tcp_slave.h"
+#include "peak_memory.h"
+#include "project_fixture.h"
+#include "scripted_link.h"
+
+#include <QtTest>
+
+#include <climits>
+#include <ctime>
+
+Q_DECLARE_METATYPE(CommandDataType)
+
+/// A device that does what it is asked: echoes writes, reads zeros, refuses to read or write nothing.
+class PlainDevice : public ScriptedLink
+{
+public:
+    int writeData(const char* data, int length) override
+    {
+        const QByteArray frame(data, length);
+        const int functionCode = frame.at(7);
+        const int quantity = uchar(frame.at(10)) * 256 + uchar(frame.at(11));
+        const int bytes = functionCode <= 2 ? (quantity + 7) / 8 : 2 * quantity;
+        if (quantity == 0 && functionCode != 5 && functionCode != 6)
+            answersPdu((QByteArray::number(functionCode | 0x80, 16) + "03").constData());
+        else if (functionCode <= 4)
+            answersPdu((frame.mid(7, 1).toHex() + "FF" + QByteArray(2 * bytes, '0')).constData());
+        else
+            answersPdu(frame.mid(7, 5).toHex().constData());
+        return ScriptedLink::writeData(data, length);
+    }
+};
+
+class tst_bad_commands : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void counts_data();
+    void counts();
+    void lastAddress_data();
+    void lastAddress();
+    void coilDataBeyondTheCount();
+
+private:
+    void check(bool isWrite, const CommunicatorCommand& command, int limit, const QString& error);
+};
+
+void tst_bad_commands::initTestCase()
+{
+    ProjectFixture::clear();
+    QVERIFY(ProjectFixture::create(ProjectFixture::usualPlace(),
+                                   QStringList() << QLatin1String("DO1") << QLatin1String("DI9")));
+}
+
+static bool isBits(CommandDataType type)
+{
+    return type == Bit || type == BitBlock;
+}
+
+static int bytesOf(CommandDataType type, int count)
+{
+    if (isBits(type))
+        return (count + 7) / 8;
+    return count * (type == Word ? 2 : type == DoubleWord ? 4 : 1);
+}
+
+/// The registers that a command claims to be written.
+static QString words(CommandDataType type, int count)
+{
+    const quint64 elements = quint32(count);
+    return QString::number(type == Word ? elements : type == DoubleWord ? 2 * elements : (elements + 1) / 2);
+}
+
+/// Tries one command. Up to limit elements it is done. Beyond, it ends in the error, in which "#" stands for
+/// the count, "8#" for eight times it and "~" for the registers. It never takes memory or time for what can
+/// not be sent.
+void tst_bad_commands::check(bool isWrite, const CommunicatorCommand& command, int limit,
+                             const QString& error)
+{
+    DriverModbusTcpSlave driver;
+    PlainDevice device;
+    QVERIFY(driver.readDB(&device, QString()));
+    const PeakMemory memory;
+    const clock_t start = clock();
+    const QByteArray data(isBits(command.dataType) ? 247 : 4, '\0');
+    const QByteArray read = isWrite ? QByteArray() : driver.read(&device, command);
+    const bool done = isWrite ? driver.write(&device, command, data) : !driver.hasError();
+    QVERIFY(clock() - start < CLOCKS_PER_SEC);
+    QVERIFY2(memory.grownKiB() < 16 * 1024, QByteArray::number(memory.grownKiB()).constData());
+
+    QString expected;
+    if (command.count > limit || (command.count < 0 && !error.contains(QLatin1String("8#"))))
+        expected = QString(error)
+                       .replace(QLatin1String("8#"), QString::number(8 * qint64(command.count)))
+                       .replace(QLatin1String("#"), QString::number(command.count))
+                       .replace(QLatin1String("~"), words(command.dataType, command.count));
+    else if (command.count == 0 && !device.sent.isEmpty())
+        expected = QLatin1String("exception code:03");
+    QCOMPARE(driver.hasError() ? driver.getLastError().section(QLatin1String("> "), 1) : QString(), expected);
+    QCOMPARE(done, expected.isEmpty());
+    QCOMPARE(read.size(),
+             isWrite || !done || command.count < 0 ? 0 : bytesOf(command.dataType, command.count));
+    QVERIFY(expected.isEmpty() || device.sent.size() <= 1);
+}
+
+void tst_bad_commands::counts_data()
+{
+    static const struct
+    {
+        const char* address;
+        CommandDataType type;
+        int readLimit;
+        const char* readError;
+        int writeLimit; // -1: not even 0
+        const char* writeError;
+    } rows[] = {
+        {"HR1", Bit, 2000, "can't read any word from HR1", 1968,
+         "can't write 124 words to HR1|can't read any word from HR1"},
+        {"HR1", Byte, 250, "can't read any byte from HR1", 246, "can't write ~ words to HR1"},
+        {"HR1", Word, 125, "can't read any word from HR1", 123, "can't write ~ words to HR1"},
+        {"HR1", DoubleWord, 62, "can't read any double word from HR1", 61, "can't write ~ words to HR1"},
+        {"FN6HR1", Bit, 2000, "can't read any word from FN6HR1", 2000, "can't read any word from HR1"},
+        {"FN6HR1", Byte, 250, "can't read any byte from FN6HR1", 246, "can't write any word to HR1"},
+        {"FN6HR1", Word, 125, "can't read any word from FN6HR1", 123, "can't write any word to HR1"},
+        {"FN6HR1", DoubleWord, 62, "can't read any double word from FN6HR1", 61,
+         "can't write any word to HR1"},
+        {"IR1", Bit, 2000, "can't read any word from IR1", -1, "can't write any bit to IR1"},
+        {"IR1", Byte, 250, "can't read any byte from IR1", -1, "can't write any byte to IR1"},
+        {"IR1", Word, 125, "can't read any word from IR1", -1, "can't write any word to IR1"},
+        {"IR1", DoubleWord, 62, "can't read any double word from IR1", -1,
+         "can't write any double word to IR1"},
+        {"DO1", Bit, 2008, "can't read # bits from DO1", 1976, "can't write # bits to DO1"},
+        {"DO1", Byte, INT_MAX / 8, "can't read 8# bits from DO1", -1, "can't write any byte to DO1"},
+        {"DO1", Word, 125, "can't read any word from DO1", -1, "can't write any word to DO1"},
+        {"DO1", DoubleWord, 62, "can't read any double word from DO1", -1,
+         "can't write any double word to DO1"},
+        {"FN5DO1", Bit, 2008, "can't read # bits from FN5DO1", 1976, "can't write # bits to DO1"},
+        {"FN5DO1", Byte, INT_MAX / 8, "can't read 8# bits from DO1", -1, "can't write any byte to FN5DO1"},
+        {"DI1", Bit, 2008, "can't read # bits from DI1", -1, "can't write any bit to DI1"},
+        {"DI1", Byte, INT_MAX / 8, "can't read 8# bits from DI1", -1, "can't write any byte to DI1"},
+        {"DI1", Word, 125, "can't read any word from DI1", -1, "can't write any word to DI1"},
+        {"XY1", Bit, 2000, "can't read any word from XY1", -1, "can't write any bit to XY1"},
+        {"XY1", Byte, INT_MAX / 8, "can't read 8# bits from DO1", -1, "can't write any byte to XY1"},
+    };
+    QTest::addColumn<QString>("address");
+    QTest::addColumn<CommandDataType>("type");
+    QTest::addColumn<bool>("isWrite");
+    QTest::addColumn<int>("limit");
+    QTest::addColumn<QString>("error");
+    static const char* const types[] = {"Bit", "Byte", "Word", "DoubleWord"};
+    for (size_t i = 0; i < sizeof rows / sizeof *rows; ++i) {
+        const QByteArray name = QByteArray(rows[i].address) + ' ' + types[rows[i].type];
+        QTest::newRow(("read " + name).constData())
+            << rows[i].address << rows[i].type << false << rows[i].readLimit << rows[i].readError;
+        QTest::newRow(("write " + name).constData())
+            << rows[i].address << rows[i].type << true << rows[i].writeLimit << rows[i].writeError;
+    }
+}
+
+void tst_bad_commands::counts()
+{
+    QFETCH(QString, address);
+    QFETCH(CommandDataType, type);
+    QFETCH(bool, isWrite);
+    QFETCH(int, limit);
+    QFETCH(QString, error);
+    const CommandDataType twin = type == Bit ? BitBlock : type == Byte ? Block : type;
+    const int counts[] = {0, 1, limit, limit + 1, 65535, 0x40000001, INT_MAX, -1, INT_MIN};
+    for (size_t i = 0; i < sizeof counts / sizeof *counts; ++i) {
+        if (counts[i] == INT_MAX / 8)
+            continue; // granted: a quarter of a gigabyte of zeros
+        const QString wanted =
+            error.section(QLatin1Char('|'), counts[i] == limit + 1 ? 0 : -1, counts[i] == limit + 1 ? 0 : -1);
+        check(isWrite, CommunicatorCommand(type, counts[i], address), limit, wanted);
+        check(isWrite, CommunicatorCommand(twin, counts[i], address), limit, wanted);
+        if (QTest::currentTestFailed()) {
+            qDebug("count %d", counts[i]);
+            return;
+        }
+    }
+}
+
+void tst_bad_commands::lastAddress_data()
+{
+    QTest::addColumn<QString>("number");
+    QTest::newRow("none") << "";
+    QTest::newRow("0") << "0";
+    QTest::newRow("65536") << "65536";
+    QTest::newRow("131072") << "131072";
+    QTest::newRow("minus") << "-1";
+    QTest::newRow("plus") << "+1";
+    QTest::newRow("blank") << " 1";
+    QTest::newRow("Arabic digit") << QString::fromUtf8("\xd9\xa1");
+    QTest::newRow("umlaut") << QString::fromUtf8("\xc3\xa4"
+                                                 "1");
+    QTest::newRow("word order without a number") << "-SW";
+}
+
+/// What has no number, or one beyond the last, is the last address: one element fits there.
+void tst_bad_commands::lastAddress()
+{
+    QFETCH(QString, number);
+    static const struct
+    {
+        const char* area;
+        CommandDataType type;
+        int limit;
+        const char* readError;
+        const char* writeError;
+    } rows[] = {
+        {"HR", Bit, 16, "can't read any word from HR65536", "can't read any word from HR65536"},
+        {"HR", Byte, 2, "can't read any byte from HR65536", "can't write ~ words to HR65536"},
+        {"FN6HR", Word, 1, "can't read any word from FN6HR65536", "can't write any word to HR65536"},
+        {"HR", DoubleWord, 0, "can't read any double word from HR65536", "can't write ~ words to HR65536"},
+        {"DO", Bit, 1, "can't read # bits from DO65536", "can't write # bits to DO65536"},
+        {"FN5DO", Bit, 1, "can't read # bits from FN5DO65536", "can't write # bits to DO65536"},
+    };
+    for (size_t i = 0; i < sizeof rows / sizeof *rows; ++i) {
+        const QString address = QLatin1String(rows[i].area) + number;
+        for (int count = rows[i].limit; count <= rows[i].limit + 1; ++count) {
+            const CommunicatorCommand command(rows[i].type, count, address);
+            check(false, command, rows[i].limit, QLatin1String(rows[i].readError));
+            check(true, command, rows[i].limit, QLatin1String(rows[i].writeError));
+        }
+    }
+}
+
+/// The data of a command may be longer than its count; that is no harm where each request carries one coil.
+void tst_bad_commands::coilDataBeyondTheCount()
+{
+    DriverModbusTcpSlave driver;
+    PlainDevice device;
+    QVERIFY(
+        driver.write(&device, CommunicatorCommand(Bit, 2, QLatin1String("FN5DO1")), QByteArray(300, '\1')));
+    QCOMPARE(device.sent.size(), 2);
+    QVERIFY(!driver.write(&device, CommunicatorCommand(Bit, 2, QLatin1String("DO1")), QByteArray(300, '\1')));
+    QVERIFY(driver.getLastError().endsWith(QLatin1String("> can't write 2 bits to DO1")));
+    QCOMPARE(device.sent.size(), 2);
+}
+
+QTEST_MAIN(tst_bad_commands)
+#include "tst_bad_commands.moc"
