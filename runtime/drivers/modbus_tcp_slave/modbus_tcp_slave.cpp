@@ -3,10 +3,10 @@
 #include "device_setting.h"
 #include "driver_setting.h"
 
-#include <QMutex>
-#include <QMutexLocker>
 #include <QSet>
 #include <QSqlDatabase>
+
+#include <mutex>
 
 static const QString VERSION_STRING = QLatin1String("1.0.0");
 
@@ -14,10 +14,10 @@ static const QString VERSION_STRING = QLatin1String("1.0.0");
 /// seed, so objects made on different threads draw the same numbers.
 static QString takeConnectionName()
 {
-    static QMutex mutex;
+    static std::mutex mutex;
     static QSet<QString> taken;
 
-    QMutexLocker lock(&mutex);
+    const std::lock_guard<std::mutex> lock(mutex);
     QString name;
     do {
         name = QString::number(qrand());
