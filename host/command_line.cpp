@@ -31,6 +31,7 @@ struct Parsed
     ReadOptions read;
     WriteOptions write;
     WatchOptions watch;
+    ChartOptions chart;
     ProjectCreateOptions projectCreate;
     ProjectShowOptions projectShow;
     ProjectImportOptions projectImport;
@@ -195,6 +196,26 @@ void addWatch(CLI::App& app, Parsed& parsed)
         ->type_name("FILE");
     addChoice<Notation>(command, "--as", options.notation, notationNames(),
                         "How values are printed, where their type can be (default uint)");
+    explain(
+        command,
+        "The intervals do not drift. A sample that is due while the one before it still waits for the "
+        "device\n"
+        "is missed and counted. On a terminal q ends, p pauses, the arrow keys scroll; without one, or with\n"
+        "--format json, each sample is a line. --tags takes all tags in one go that lie side by side.\n"
+        "A record is on the disk within a second. A full disk costs the rows of that time, ends nothing, "
+        "and\n"
+        "gives the exit status 1; so does a device that has answered no command at all.");
+}
+
+void addChart(CLI::App& app, Parsed& parsed)
+{
+    ChartOptions& options = parsed.chart;
+    CLI::App& command =
+        addCommand(app, "chart", "Draw what watch has recorded (needs gnuplot)", parsed, options, runChart);
+    addText(command, "RECORD", options.record, "The CSV file")->required();
+    addText(command, "--output", options.output, "The picture")->type_name("FILE.svg|png")->required();
+    addText(command, "--title", options.title, "What stands above it (default: the name of the record)")
+        ->type_name("TEXT");
 }
 
 void addProject(CLI::App& app, Parsed& parsed)
@@ -331,6 +352,7 @@ void describe(CLI::App& app, Parsed& parsed)
     addRead(app, parsed);
     addWrite(app, parsed);
     addWatch(app, parsed);
+    addChart(app, parsed);
     addProject(app, parsed);
     addScan(app, parsed);
     addHelp(app, parsed);

@@ -67,6 +67,14 @@ struct WatchOptions
     QString csvFile; ///< empty: nothing is recorded
 };
 
+struct ChartOptions
+{
+    LinkOptions link; ///< only its format counts
+    QString record;
+    QString output; ///< its ending says in which format
+    QString title;  ///< empty: the name of the record
+};
+
 struct ProjectCreateOptions
 {
     LinkOptions link; ///< its link id, station and device go into the project

@@ -2,7 +2,8 @@
 
 BUILD_PACKAGES=(g++ cmake ninja-build pkg-config qtbase5-dev libqt5sql5-sqlite libmodbus-dev libcli11-dev
     libncurses-dev)
-TEST_PACKAGES=(mbpoll python3)
+TEST_PACKAGES=(mbpoll gnuplot-nox python3 python3-pyte)
+PICTURE_PACKAGES=(gnuplot-nox python3 python3-pyte)
 LINT_PACKAGES=(clang-format-14 clang-tidy-14 cppcheck shellcheck)
 
 # step TEXT: one line that says what comes next.

@@ -19,6 +19,9 @@ int runWrite(const WriteOptions& options, Console& console);
 /// Reads at an interval: a screen on a terminal, else a line for each sample.
 int runWatch(const WatchOptions& options, Console& console);
 
+/// Draws a record of watch.
+int runChart(const ChartOptions& options, Console& console);
+
 /// Replaces the project beside the program by a new one with one link and its default station.
 int runProjectCreate(const ProjectCreateOptions& options, Console& console);
 

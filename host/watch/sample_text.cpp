@@ -1,9 +1,10 @@
 #include "watch/sample_text.h"
 
 #include "commands/element_report.h"
-#include "csv_fields.h"
 #include "json_line.h"
+#include "tags/csv_reader.h"
 
+#include <QByteArrayList>
 #include <QDateTime>
 
 namespace {
@@ -23,10 +24,10 @@ QString readingText(const WatchedItem& item, const Reading& reading)
 
 QByteArray csvLine(const QStringList& fields)
 {
-    QStringList quoted;
+    QByteArrayList quoted;
     for (const QString& field : fields)
-        quoted += csvField(field);
-    return (quoted.join(QLatin1Char(',')) + QLatin1Char('\n')).toUtf8();
+        quoted += csvField(field.toUtf8().replace('\n', ' '));
+    return quoted.join(',') + '\n';
 }
 
 } // namespace
