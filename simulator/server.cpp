@@ -87,7 +87,12 @@ void Server::acceptClient()
 {
     Endpoint client;
     Descriptor accepted = acceptFrom(listener, client);
-    if (!accepted.isOpen() || sessions.size() >= MostClients)
+    if (!accepted.isOpen()) {
+        endIsAskedWithin(
+            10); // without descriptors to spare the client stays waiting: do not ask without a pause
+        return;
+    }
+    if (sessions.size() >= MostClients)
         return;
     sessions.emplace_back(std::move(accepted), client, slave, [this] { wakeUpRun(); });
 }
