@@ -2,7 +2,10 @@
 
 #include "tools.h"
 
+#include <QVarLengthArray>
+
 #include <cstdarg>
+#include <cstring>
 
 using namespace modbus_tcp;
 
@@ -32,23 +35,19 @@ bool DriverModbusTcpSlave::sendRequest(AbstractDeviceInterface* device, const QB
     ++transactionId;
     const unsigned char unitId = unitIdentifier(device);
 
-    unsigned char head[MbapLength + 6]; // "CnnC" is the longest run of fields
+    QVarLengthArray<unsigned char, ReceiveBufferLength> frame(MbapLength +
+                                                              6); // "CnnC" is the longest run of fields
     va_list fields;
     va_start(fields, pduFormat);
-    const int headLength = MbapLength + VDataPack(head + MbapLength, pduFormat, fields);
+    const int headLength = MbapLength + VDataPack(frame.data() + MbapLength, pduFormat, fields);
     va_end(fields);
-    DataPack(head, "nnnC", transactionId, 0, headLength - MbapLengthOffset + data.size(), unitId);
+    const int length = headLength + data.size();
+    DataPack(frame.data(), "nnnC", transactionId, 0, length - MbapLengthOffset, unitId);
 
-    const char* start = reinterpret_cast<const char*>(head);
-    if (data.isEmpty()) {
-        written = device->writeData(start, headLength);
-        return written == headLength;
-    }
-    QByteArray frame;
-    frame.reserve(headLength + data.size());
-    frame.append(start, headLength).append(data);
-    written = device->writeData(frame.constData(), frame.size());
-    return written == frame.size();
+    frame.resize(length);
+    memcpy(frame.data() + headLength, data.constData(), static_cast<size_t>(data.size()));
+    written = device->writeData(reinterpret_cast<const char*>(frame.constData()), length);
+    return written == length;
 }
 
 bool DriverModbusTcpSlave::sendReadDevicesCmd(AbstractDeviceInterface* device, unsigned char functionCode,
