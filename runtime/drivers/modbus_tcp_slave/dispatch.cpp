@@ -5,20 +5,6 @@
 
 using namespace modbus_tcp;
 
-static char upperCase(char letter)
-{
-    return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
-}
-
-bool modbus_tcp::beginsWith(const QByteArray& prefix, const char* area)
-{
-    const char* text = prefix.constData();
-    for (; *area; ++area, ++text)
-        if (upperCase(*text) != *area)
-            return false;
-    return true;
-}
-
 namespace {
 
 bool equals(const QByteArray& prefix, const char* area)
@@ -26,31 +12,36 @@ bool equals(const QByteArray& prefix, const char* area)
     return qstricmp(prefix.constData(), area) == 0;
 }
 
-unsigned char eightBit(QChar character)
+char eightBit(QChar character)
 {
-    return character.unicode() < 256 ? static_cast<unsigned char>(character.unicode()) : '?';
+    return static_cast<char>(character.unicode() < 256 ? character.unicode() : '?');
 }
 
-bool isLetter(unsigned char character)
+bool isLetter(QChar character)
 {
-    return (character >= 'A' && character <= 'Z') || (character >= 'a' && character <= 'z');
+    const ushort code = character.unicode();
+    return (code >= 'A' && code <= 'Z') || (code >= 'a' && code <= 'z');
 }
 
-bool isDigit(unsigned char character)
+bool isDigit(QChar character)
 {
-    return character >= '0' && character <= '9';
+    return character.unicode() >= '0' && character.unicode() <= '9';
 }
 
-/// Whether prefix holds the first length characters of text. Most commands name the area of the one before.
-bool holds(const QByteArray& prefix, const QChar* text, int length)
+unsigned int digitAt(const QChar* character)
 {
-    if (prefix.size() != length)
+    return character->unicode() - static_cast<unsigned int>('0');
+}
+
+/// Whether prefix holds the characters from text to end. Most commands name the area of the one before.
+bool holds(const QByteArray& prefix, const QChar* text, const QChar* end)
+{
+    if (prefix.size() != end - text)
         return false;
-    const char* characters = prefix.constData();
-    int i = 0;
-    while (i < length && static_cast<unsigned char>(characters[i]) == eightBit(text[i]))
-        ++i;
-    return i == length;
+    const char* known = prefix.constData();
+    while (text != end && *known == eightBit(*text))
+        ++text, ++known;
+    return text == end;
 }
 
 /// Takes the text of a command's address apart: prefix becomes the area prefix as written, address the
@@ -59,35 +50,40 @@ bool holds(const QByteArray& prefix, const QChar* text, int length)
 void ModbusTcpSlaveParseAddress(const QString& text, QByteArray& prefix, unsigned short& address,
                                 unsigned char& bit)
 {
-    const QChar* const characters = text.constData();
-    const int end = text.size();
-    int position = 0;
+    const QChar* const start = text.constData();
+    const QChar* const end = start + text.size();
+    const QChar* next = start;
     address = AddressSpace - 1;
 
-    if (end > 0 && (characters[0] == QLatin1Char('F') || characters[0] == QLatin1Char('f')))
-        position = qMin(end, 3);
-    while (position < end && isLetter(eightBit(characters[position])))
-        ++position;
-    if (!holds(prefix, characters, position))
-        prefix = text.left(position).toLatin1();
+    if (next != end && (*next == QLatin1Char('F') || *next == QLatin1Char('f')))
+        next += qMin(text.size(), 3);
+    while (next != end && isLetter(*next))
+        ++next;
+    if (!holds(prefix, start, next))
+        prefix = text.left(static_cast<int>(next - start)).toLatin1();
 
-    if (position < end && isDigit(eightBit(characters[position]))) {
-        quint32 number = 0;
-        for (; position < end && isDigit(eightBit(characters[position])); ++position)
-            number = number * 10 + (eightBit(characters[position]) - quint32('0'));
+    if (next != end && isDigit(*next)) {
+        unsigned int number = 0;
+        for (; next != end && isDigit(*next); ++next)
+            number = number * 10 + digitAt(next);
         address = static_cast<unsigned short>(number - 1);
     }
 
-    if (position >= end || characters[position] != QLatin1Char('.'))
+    if (next == end || *next != QLatin1Char('.'))
         return;
     bit = 0;
-    for (++position; position < end && isDigit(eightBit(characters[position])); ++position)
-        bit = static_cast<unsigned char>(bit * 10 + (eightBit(characters[position]) - '0'));
+    for (++next; next != end && isDigit(*next); ++next)
+        bit = static_cast<unsigned char>(bit * 10 + digitAt(next));
 }
 
+/// Whether the command's address has the mark "SW" anywhere, in any case.
 bool isHighWordFirst(const CommunicatorCommand& command)
 {
-    return command.address.contains(QLatin1String("SW"), Qt::CaseInsensitive);
+    const QChar* const text = command.address.constData();
+    for (int i = 0; i + 1 < command.address.size(); ++i)
+        if (upperCase(eightBit(text[i])) == 'S' && upperCase(eightBit(text[i + 1])) == 'W')
+            return true;
+    return false;
 }
 
 /// Bytes that the elements of a register command take on the wire, whatever their count.
@@ -115,8 +111,6 @@ QByteArray inDeviceOrder(const CommunicatorCommand& command, const QByteArray& d
 
 bool DriverModbusTcpSlave::loadProject(AbstractDeviceInterface* device)
 {
-    if (databaseLoaded)
-        return true;
     const DeviceSetting* setting = device->deviceSetting();
     return readDB(device, setting ? setting->string : QString());
 }
@@ -143,7 +137,7 @@ bool DriverModbusTcpSlave::runAttempts(AbstractDeviceInterface* device, Attempt 
 
 QByteArray DriverModbusTcpSlave::read(AbstractDeviceInterface* device, const CommunicatorCommand& command)
 {
-    if (!loadProject(device))
+    if (!databaseLoaded && !loadProject(device))
         return QByteArray();
 
     unsigned short address = 0;
@@ -187,7 +181,7 @@ QByteArray DriverModbusTcpSlave::readArea(AbstractDeviceInterface* device, const
 bool DriverModbusTcpSlave::write(AbstractDeviceInterface* device, const CommunicatorCommand& command,
                                  const QByteArray& data)
 {
-    if (!loadProject(device))
+    if (!databaseLoaded && !loadProject(device))
         return false;
 
     unsigned short address = 0;

@@ -10,6 +10,7 @@
 #include <QRegExp>
 #include <QString>
 
+#include <cstddef>
 #include <map>
 
 class DeviceSetting;
@@ -31,8 +32,21 @@ enum : int
     AddressSpace = 65536
 };
 
+inline char upperCase(char letter)
+{
+    return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
+}
+
 /// Whether prefix, whatever the case of its letters, begins with area, which is in capitals.
-bool beginsWith(const QByteArray& prefix, const char* area);
+template<std::size_t Size>
+bool beginsWith(const QByteArray& prefix, const char (&area)[Size])
+{
+    const char* text = prefix.constData();
+    for (std::size_t i = 0; i < Size - 1; ++i)
+        if (upperCase(text[i]) != area[i])
+            return false;
+    return true;
+}
 } // namespace modbus_tcp
 
 /// The Modbus TCP driver.
