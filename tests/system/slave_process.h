@@ -46,6 +46,7 @@ public:
     }
 
     quint16 port() const { return lastPort; }
+    qint64 processId() const { return process.processId(); }
 
     /// "127.0.0.1:PORT"
     QString device() const { return QStringLiteral("127.0.0.1:%1").arg(lastPort); }

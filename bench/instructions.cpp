@@ -1,0 +1,154 @@
+// One command many times, to be counted by callgrind (see run): a count of runs subtracted from another
+// leaves the instructions of the commands alone.
+//
+//   instructions SUBJECT COMMAND RUNS
+//
+//   driver      the plug-in over a link in memory
+//   link        that link alone: the calls that the driver makes to it
+//   bare        send and recv on a socket, with the frames of the command
+//   libmodbus   libmodbus over the same socket
+#include "bench_driver.h"
+#include "memory_link.h"
+
+#include <QCoreApplication>
+
+#include <modbus.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+using Measured = const MeasuredCommand&;
+
+QByteArray requestFrame(Measured measured)
+{
+    QByteArray frame(measured.requestLength, '\0');
+    const bool isBits = measured.command.dataType == BitBlock;
+    const int registers = measured.command.dataType == DoubleWord ? 2 : 1;
+    const int quantity = measured.command.count * registers;
+    frame[6] = 1;
+    frame[7] = static_cast<char>(measured.isWrite ? 16 : isBits ? 1 : 3);
+    frame[10] = static_cast<char>(quantity >> 8);
+    frame[11] = static_cast<char>(quantity & 0xFF);
+    return frame;
+}
+
+void runDriver(Measured measured, int runs)
+{
+    makeProject(QStringList{QStringLiteral("DO1")});
+    const auto plugin = loadDriver();
+    MemoryLink link;
+    const QByteArray data = measured.data();
+    for (int i = 0; i < runs; ++i)
+        runCommand(plugin->driver(), link, measured, data);
+}
+
+/// The calls of the driver to its link for one command, in their order.
+void callLink(AbstractDeviceInterface& link, const QByteArray& request, int replyLength)
+{
+    char buffer[261] = {};
+    link.commandDelay();
+    link.isConnected();
+    link.stationId();
+    link.writeData(request.constData(), request.size());
+    link.readData(buffer, 9);
+    link.stationId();
+    link.readData(buffer + 9, replyLength - 9);
+}
+
+void runLink(Measured measured, int runs)
+{
+    MemoryLink link;
+    AbstractDeviceInterface* volatile anyLink = &link; // a driver does not know which link it has
+    const QByteArray request = requestFrame(measured);
+    for (int i = 0; i < runs; ++i)
+        callLink(*anyLink, request, measured.replyLength);
+}
+
+/// A process of its own at the other end of a socket, which answers requests. What it costs is not counted.
+int socketToSlave(const char* program)
+{
+    int ends[2];
+    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, ends) != 0)
+        giveUp(QStringLiteral("no socket pair"));
+    if (::fork() == 0) {
+        ::close(ends[0]);
+        ::execl(program, program, "answer", qPrintable(QString::number(ends[1])), "0", nullptr);
+        ::_exit(1);
+    }
+    ::close(ends[1]);
+    return ends[0];
+}
+
+void answer(int socket)
+{
+    MemoryLink slave;
+    char frame[261];
+    while (::recv(socket, frame, sizeof frame, 0) > 0) {
+        slave.writeData(frame, 0);
+        const int length = slave.replyLength();
+        slave.readData(frame, length);
+        if (::send(socket, frame, static_cast<std::size_t>(length), MSG_NOSIGNAL) != length)
+            return;
+    }
+}
+
+void runBare(int socket, Measured measured, int runs)
+{
+    const QByteArray request = requestFrame(measured);
+    char reply[261];
+    for (int i = 0; i < runs; ++i) {
+        if (::send(socket, request.constData(), static_cast<std::size_t>(request.size()), MSG_NOSIGNAL) < 0 ||
+            ::recv(socket, reply, sizeof reply, 0) != measured.replyLength)
+            giveUp(QStringLiteral("the bare loop got no answer"));
+    }
+}
+
+void runLibmodbus(int socket, Measured measured, int runs)
+{
+    modbus_t* const context = modbus_new_tcp("127.0.0.1", 502);
+    modbus_set_slave(context, 1);
+    modbus_set_socket(context, socket);
+    const int registers =
+        measured.command.dataType == DoubleWord ? 2 * measured.command.count : measured.command.count;
+    uint16_t values[125] = {};
+    uint8_t bits[2000];
+    for (int i = 0; i < runs; ++i) {
+        const int done = measured.isWrite ? modbus_write_registers(context, 99, registers, values)
+                         : measured.command.dataType == BitBlock
+                             ? modbus_read_bits(context, 0, measured.command.count, bits)
+                             : modbus_read_registers(context, 99, registers, values);
+        if (done < 0)
+            giveUp(QString::fromLatin1(modbus_strerror(errno)));
+    }
+    modbus_free(context);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 4)
+        giveUp(QStringLiteral("give SUBJECT COMMAND RUNS"));
+    const QByteArray subject = argv[1];
+    if (subject == "answer") {
+        answer(std::atoi(argv[2]));
+        return 0;
+    }
+    QCoreApplication application(argc, argv);
+    const MeasuredCommand* const measured = findCommand(argv[2]);
+    const int runs = std::atoi(argv[3]);
+    if (!measured)
+        giveUp(QStringLiteral("no such command: %1").arg(QLatin1String(argv[2])));
+    if (subject == "driver")
+        runDriver(*measured, runs);
+    else if (subject == "link")
+        runLink(*measured, runs);
+    else if (subject == "bare")
+        runBare(socketToSlave(argv[0]), *measured, runs);
+    else if (subject == "libmodbus")
+        runLibmodbus(socketToSlave(argv[0]), *measured, runs);
+    else
+        giveUp(QStringLiteral("no such subject: %1").arg(QLatin1String(argv[1])));
+    return 0;
+}

@@ -1,0 +1,69 @@
+#ifndef MEMORY_LINK_H
+#define MEMORY_LINK_H
+
+#include "abstract_device_interface.h"
+#include "device_setting.h"
+
+#include <array>
+#include <cstring>
+
+/// A link to a device that lives in memory and answers every request at once: reads with bytes of 0x5A,
+/// writes with their echo. What a command costs over it is the driver's own part.
+class MemoryLink : public AbstractDeviceInterface
+{
+public:
+    MemoryLink() : m_setting(EthernetDevice, QStringLiteral("ETHERNET"), 0, 0, 0, 0)
+    {
+        m_setting.linkID = 1;
+        m_reply.fill(0x5A);
+    }
+
+    int readData(char* buffer, int maxLength) override
+    {
+        std::memcpy(buffer, m_reply.data() + m_taken, static_cast<std::size_t>(maxLength));
+        m_taken += maxLength;
+        return maxLength;
+    }
+
+    int writeData(const char* data, int length) override
+    {
+        const unsigned char functionCode = byteAt(data, 7);
+        const int quantity = byteAt(data, 10) << 8 | byteAt(data, 11);
+        const bool isRead = functionCode <= 4;
+        const int dataLength = functionCode <= 2 ? (quantity + 7) / 8 : 2 * quantity;
+        const int payload = isRead ? 2 + dataLength : 5; // function code on
+        std::memcpy(m_reply.data(), data, isRead ? 8 : 12);
+        if (isRead)
+            m_reply[8] = static_cast<unsigned char>(dataLength);
+        m_reply[4] = 0;
+        m_reply[5] = static_cast<unsigned char>(payload + 1);
+        m_replyLength = 6 + m_reply[5];
+        m_taken = 0;
+        return length;
+    }
+
+    bool open() override { return true; }
+    void close() override {}
+    DeviceSetting* deviceSetting() override { return &m_setting; }
+    bool isConnected() override { return true; }
+    int retryCount() override { return 0; }
+    int stationId() override { return 1; }
+    int commandDelay() override { return 0; }
+    QString errorString() override { return QStringLiteral("memory link"); }
+
+    /// Bytes of the answer to the last request.
+    int replyLength() const { return m_replyLength; }
+
+private:
+    static unsigned char byteAt(const char* data, int offset)
+    {
+        return static_cast<unsigned char>(data[offset]);
+    }
+
+    DeviceSetting m_setting;
+    std::array<unsigned char, 261> m_reply{};
+    int m_taken = 0;
+    int m_replyLength = 0;
+};
+
+#endif
