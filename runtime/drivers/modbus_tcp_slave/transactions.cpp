@@ -45,7 +45,8 @@ bool DriverModbusTcpSlave::sendRequest(AbstractDeviceInterface* device, const QB
     DataPack(frame.data(), "nnnC", transactionId, 0, length - MbapLengthOffset, unitId);
 
     frame.resize(length);
-    memcpy(frame.data() + headLength, data.constData(), static_cast<size_t>(data.size()));
+    if (!data.isEmpty())
+        memcpy(frame.data() + headLength, data.constData(), static_cast<size_t>(data.size()));
     written = device->writeData(reinterpret_cast<const char*>(frame.constData()), length);
     return written == length;
 }

@@ -141,15 +141,16 @@ int pack(unsigned char* out, const char* format, Arguments& arguments)
 {
     unsigned char* next = out;
     for (; *format != '\0'; ++format) {
+        if (*format == 'n') {
+            qToBigEndian<quint16>(low16(arguments.number()), next);
+            next += 2;
+            continue;
+        }
         switch (*format) {
         case 'C':
         case 'c':
             *next = static_cast<unsigned char>(arguments.number());
             next += 1;
-            break;
-        case 'n':
-            qToBigEndian<quint16>(low16(arguments.number()), next);
-            next += 2;
             break;
         case 'S':
         case 's':
@@ -198,15 +199,16 @@ int unpack(const unsigned char* in, const char* format, Arguments& arguments)
 {
     const unsigned char* next = in;
     for (; *format != '\0'; ++format) {
+        if (*format == 'n') {
+            store(arguments, qFromBigEndian<quint16>(next));
+            next += 2;
+            continue;
+        }
         switch (*format) {
         case 'C':
         case 'c':
             *arguments.pointer() = *next;
             next += 1;
-            break;
-        case 'n':
-            store(arguments, qFromBigEndian<quint16>(next));
-            next += 2;
             break;
         case 'S':
         case 's':
