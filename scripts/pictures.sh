@@ -1,0 +1,59 @@
+#!/usr/bin/env bash
+# Draws the pictures of docs/commissioning.md anew: driverhost in a terminal, with slavesim as the device.
+# Needs build/release. Takes about half a minute, since a watched signal needs its time.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/common.sh
+
+top=$PWD
+pictures=$top/docs/pictures
+work=$(mktemp -d)
+slave=
+trap '[ -z "$slave" ] || kill "$slave" 2>/dev/null || true; rm -rf "$work"' EXIT
+
+# The program in a folder of its own: the project beside it is that of the pictures.
+mkdir -p "$pictures" "$work/drivers"
+cp build/release/bin/driverhost "$work"
+cp build/release/bin/drivers/libmodbus_tcp_slave.so "$work/drivers"
+cd "$work"
+
+"$top/build/release/bin/slavesim" --moving --stations 1,3 --serve HR=1-200 --serve IR=1-64 --serve DO=1-96 \
+    --serve DI=1-32 >slave &
+slave=$!
+device=
+for _ in $(seq 100); do
+    device=$(sed -n 's/^slavesim: listening on //p' slave)
+    [ -z "$device" ] || break
+    sleep 0.05
+done
+[ -n "$device" ] || { echo "slavesim did not start" >&2; exit 1; }
+
+# picture NAME SIZE UNTIL ARGUMENT...: driverhost with these arguments, when UNTIL is on the screen or at its end.
+picture() {
+    local name=$1 size=$2 until=$3
+    shift 3
+    step "$name"
+    /usr/bin/python3 -B "$top/scripts/terminal_picture.py" --size "$size" ${until:+--until "$until"} \
+        --title "driverhost $*" --output "$pictures/$name.svg" \
+        "$work/driverhost" --device "$device" "$@"
+}
+
+cat >tags.csv <<'CSV'
+address,name
+DO1,pump
+DO2,valve 1
+DO3,valve 2
+DO17,alarm horn
+DI1,pump runs
+DI2,door
+IR2,level
+HR2,set point
+CSV
+./driverhost --device "$device" project create >created
+picture scan 84x40 "" --timeout 300 scan --stations 1-4 --to 1000
+./driverhost project import tags.csv >imported
+picture project 84x40 "" project show
+picture watch 104x24 "8\d sample" watch IR2:word:5 HR1 DI1:bit:4 HR300 --interval 250 --csv record.csv
+step "chart"
+./driverhost chart record.csv --title "Twenty seconds of a moving slave" --output "$pictures/chart.svg" >drawn
+ls -l "$pictures"
