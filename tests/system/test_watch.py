@@ -1,0 +1,310 @@
+#!/usr/bin/python3
+"""watch and chart as a person uses them: in a terminal, in a pipe, with a slave that comes and goes.
+
+What is compared is what stands on the screen, not how it got there. The programs come from the environment:
+DRIVERHOST, PLUGIN and SLAVESIM.
+"""
+
+import csv
+import json
+import os
+import re
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import unittest
+from datetime import datetime
+
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../../scripts"))
+from slave import Slave  # noqa: E402
+from terminal import Terminal  # noqa: E402
+
+CONSTANT = ["HR100", "IR100:word:2", "DO3:bit:2"]  # cells of slavesim that tell their numbers
+
+
+class Watch(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = tempfile.TemporaryDirectory()
+        cls.host = cls.path("driverhost")
+        os.mkdir(cls.path("drivers"))
+        shutil.copy(os.environ["DRIVERHOST"], cls.host)
+        shutil.copy(os.environ["PLUGIN"], cls.path("drivers"))
+        cls.slave = Slave(os.environ["SLAVESIM"])
+        tags = ["HR7", "HR5", "HR6", "DO3", "1-DO4", "2-DO5", "HR9.3", "HR5"]
+        cls.run_host("project", "create", *(word for tag in tags for word in ("--tag", tag)))
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.slave.stop()
+        cls.folder.cleanup()
+
+    @classmethod
+    def path(cls, name):
+        return os.path.join(cls.folder.name, name)
+
+    @classmethod
+    def run_host(cls, *arguments, environment=None):
+        return subprocess.run([cls.host, *arguments], capture_output=True, text=True, timeout=60,
+                              stdin=subprocess.DEVNULL, env=environment)
+
+    def watch(self, *arguments, slave=None):
+        return self.run_host("--device", (slave or self.slave).device, "watch", *arguments)
+
+    def screen(self, *arguments, slave=None, columns=100, lines=24, environment=None):
+        terminal = Terminal([self.host, "--device", (slave or self.slave).device, "watch", *arguments],
+                            columns, lines, environment)
+        self.addCleanup(terminal.close)
+        return terminal
+
+    def rows(self, name):
+        with open(self.path(name), newline="", encoding="utf-8") as file:
+            return list(csv.DictReader(file))
+
+    @staticmethod
+    def bytes_of(name):
+        with open(name, "rb") as file:
+            return file.read()
+
+    @staticmethod
+    def number(terminal, what):
+        """The number in front of a word of the status lines."""
+        found = re.search(rf"(\d+) {re.escape(what)}", terminal.text())
+        return int(found[1]) if found else -1
+
+    def wait_samples(self, terminal, count):
+        terminal.wait_until(lambda t: self.number(t, "sample(s)") >= count, f"{count} samples")
+
+    def row(self, terminal, address):
+        """The cells of a line of the table, by its address."""
+        return next((line.split() for line in terminal.lines() if line.split()[:1] == [address]), [])
+
+    # The screen
+
+    def test_table(self):
+        terminal = self.screen(*CONSTANT, "HR65536:word:2", "--interval", "20")
+        self.wait_samples(terminal, 30)
+        self.assertRegex(terminal.lines()[0], rf"driverhost watch +{self.slave.device} +station 1 +every 20 ms")
+        self.assertEqual(terminal.lines()[1].split(),
+                         "ADDRESS VALUE MIN MAX TREND AGE COMMANDS FAILED LAST ERROR".split())
+        for address, value, trend in [("HR100", "100", "▅"), ("IR101", "65434", "▅"), ("DO3", "1", "█"),
+                                      ("DO4", "0", "▁")]:
+            cells = self.row(terminal, address)
+            self.assertEqual(cells[:4], [address, value, value, value])
+            self.assertEqual(set(cells[4]), {trend})
+        failing = next(line for line in terminal.lines() if line.startswith("HR65536"))
+        self.assertRegex(failing, r"HR65536 +- +- +(\d+) +\1 +can't read any word")
+        self.assertRegex(terminal.text(), r"link +connected  0 reconnection\(s\)")
+        self.assertRegex(terminal.text(), r"round trip  median \d+\.\d\d ms  95 % within \d+\.\d\d ms")
+        self.assertRegex(terminal.text(), r"last error  \d\d:\d\d:\d\d UTC  read 2 word\(s\) from 1-HR65536> can't")
+        terminal.send("q")
+        self.assertEqual(terminal.wait_end(), 0)
+        self.assertRegex(terminal.text(), r"\d+ sample\(s\), \d+ command\(s\), \d+ failed, \d+ slot\(s\) missed")
+
+    def test_moving_values(self):
+        with Slave(os.environ["SLAVESIM"], "--moving") as slave:
+            terminal = self.screen("IR3", "DI1", "HR4:dword", "--as", "float", "--interval", "50", slave=slave)
+            terminal.wait_until(lambda t: len(set(self.row(t, "IR3")[4:5] and self.row(t, "IR3")[4])) >= 5,
+                                "a trend of five heights")
+            self.assertLess(int(self.row(terminal, "IR3")[2]), int(self.row(terminal, "IR3")[3]))
+            terminal.wait_until(lambda t: set(self.row(t, "DI1")[4]) == {"▁", "█"}, "a bit that blinks")
+            self.assertTrue(-1 <= float(self.row(terminal, "HR4")[1]) <= 1)
+
+    def test_pause(self):
+        terminal = self.screen("HR1", "--interval", "20")
+        self.wait_samples(terminal, 3)
+        terminal.send("p")
+        terminal.wait_for("PAUSED")
+        terminal.wait_until(lambda t: float(self.row(t, "HR1")[5]) > 0.5, "the age to grow")
+        held = self.number(terminal, "sample(s)")
+        terminal.wait_until(lambda t: float(self.row(t, "HR1")[5]) > 1.0, "the age to grow further")
+        self.assertEqual(self.number(terminal, "sample(s)"), held)
+        missed = self.number(terminal, "missed")
+        terminal.send("p")
+        self.wait_samples(terminal, held + 3)
+        self.assertNotIn("PAUSED", terminal.text())
+        self.assertLess(self.number(terminal, "missed") - missed, 20)  # a second of pause is 50 slots
+
+    def test_resize_and_scroll(self):
+        terminal = self.screen("HR1:word:40", "HR65536:word:2", "--interval", "20", columns=100, lines=24)
+        terminal.wait_for("of 42")
+        for columns, lines, gone in [(60, 12, "COMMANDS"), (30, 8, "TREND"), (130, 30, None), (12, 3, "VALUE")]:
+            terminal.resize(columns, lines)
+            terminal.wait_until(lambda t: t.lines()[1].startswith("ADDRESS") and self.row(t, "HR1"), "the table")
+            terminal.wait_until(lambda t: gone is None or gone not in t.text(), f"{gone} to go")
+        terminal.resize(80, 24)
+        terminal.send("\x1b[B\x1b[B")
+        terminal.wait_until(lambda t: t.lines()[2].startswith("HR3 "), "two lines down")
+        terminal.send("\x1b[4~")
+        terminal.wait_for("HR65537")
+        terminal.wait_for("-42 of 42")
+
+    def test_slave_goes_and_comes_back(self):
+        with Slave(os.environ["SLAVESIM"]) as slave:
+            terminal = self.screen("HR5", "DO3", "--interval", "50", "--timeout", "500", "--retry", "0", slave=slave)
+            terminal.wait_for("connected")
+            slave.stop()
+            terminal.wait_for("no connection")
+            terminal.wait_for(f"connection refused by {slave.device}")
+            self.assertEqual(self.row(terminal, "HR5")[:2], ["HR5", "5"])  # the last value stays
+            slave.start()
+            terminal.wait_for("1 reconnection(s)")
+            terminal.wait_for(" connected")
+            good = self.number(terminal, "sample(s)")
+            self.wait_samples(terminal, good + 5)
+            terminal.send("\x03")
+            self.assertEqual(terminal.wait_end(), 130)
+
+    def test_keys_work_while_the_device_is_silent(self):
+        with Slave(os.environ["SLAVESIM"], "--fault", "drop", "--fault-every", "1") as slave:
+            terminal = self.screen("HR5", "--timeout", "600000", slave=slave)
+            terminal.wait_for("connecting")
+            terminal.send("q")
+            self.assertEqual(terminal.wait_end(), 0)
+
+    def test_colours_and_characters(self):
+        for environment, colours, trend in [({}, {"default", "cyan", "green"}, "▅"),
+                                            ({"NO_COLOR": "1"}, {"default"}, "▅"),
+                                            ({"NO_COLOR": "", "LC_ALL": "C"}, {"default", "cyan", "green"}, "~")]:
+            with self.subTest(environment):
+                variables = {name: value for name, value in environment.items() if name != "LC_ALL"}
+                terminal = self.screen_in_locale(environment.get("LC_ALL", "C.UTF-8"), variables)
+                self.wait_samples(terminal, 5)
+                cells = [cell for line in terminal.screen.buffer.values() for cell in line.values()]
+                self.assertEqual({cell.fg for cell in cells}, colours)
+                self.assertIn(trend, self.row(terminal, "HR5")[4])
+
+    def screen_in_locale(self, locale, environment):
+        """env(1) sets what Terminal has settled for its program otherwise."""
+        terminal = Terminal(["/usr/bin/env", f"LC_ALL={locale}", self.host, "--device", self.slave.device, "watch",
+                             "HR5", "--interval", "20"], 80, 24, environment)
+        self.addCleanup(terminal.close)
+        return terminal
+
+    # Records
+
+    def test_record(self):
+        done = self.watch(*CONSTANT, "HR4:dword", "HR65536:word:2", "--interval", "20", "--samples", "5", "--csv",
+                          self.path("record.csv"))
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual(len(done.stdout.splitlines()), 5)
+        rows = self.rows("record.csv")
+        self.assertEqual(",".join(rows[0]),
+                         "time,HR100,IR100,IR101,DO3,DO4,HR4:dword,HR65536,HR65537,milliseconds,error")
+        self.assertEqual(len(rows), 5)
+        for row, line in zip(rows, done.stdout.splitlines()):
+            self.assertRegex(row["time"], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z$")
+            self.assertTrue(line.startswith(row["time"] + "  HR100=100  IR100=65435  "), line)
+            self.assertEqual(list(row.values())[1:9], ["100", "65435", "65434", "1", "0", str(5 * 65536 + 4), "", ""])
+            self.assertGreater(float(row["milliseconds"]), 0)
+            self.assertEqual(row["error"],
+                             "HR65536: read 2 word(s) from 1-HR65536> can't read any word from HR65536")
+
+    def test_record_is_continued_or_left_alone(self):
+        file = self.path("continued.csv")
+        self.watch("HR5", "--samples", "2", "--interval", "10", "--csv", file)
+        with open(file, "a", encoding="utf-8") as record:
+            record.write("2026-11-2")  # the power went here
+        self.watch("HR5", "--samples", "1", "--csv", file)
+        self.assertEqual([row["HR5"] for row in self.rows("continued.csv")], ["5"] * 3)
+        before = self.bytes_of(file)
+        other = self.watch("HR6", "--samples", "1", "--csv", file)
+        self.assertEqual(other.returncode, 2)
+        self.assertIn("does not have the columns of this record", other.stderr)
+        self.assertEqual(self.bytes_of(file), before)
+
+    def test_full_disk(self):
+        done = self.watch("HR5", "--samples", "3", "--interval", "10", "--csv", "/dev/full")
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual(len(done.stdout.splitlines()), 3)
+        self.assertEqual(done.stderr.count("No space left on device; polling goes on"), 1)
+        self.assertIn("3 row(s) are missing in /dev/full", done.stderr)
+        terminal = self.screen("HR5", "--interval", "20", "--csv", "/dev/full")
+        terminal.wait_until(lambda t: re.search(r"/dev/full  0 row\(s\)  \d\d+ lost  No space left on device", t.text()),
+                            "lost rows")
+        self.assertIn(" connected", terminal.text())
+        terminal.send("q")
+        self.assertEqual(terminal.wait_end(), 1)
+
+    def test_interrupted_in_a_pipe(self):
+        file = self.path("interrupted.csv")
+        process = subprocess.Popen([self.host, "--device", self.slave.device, "watch", "HR5", "--interval", "10",
+                                    "--csv", file], stdout=subprocess.PIPE, text=True)
+        lines = [process.stdout.readline() for _ in range(10)]
+        process.send_signal(2)
+        lines += process.communicate(timeout=30)[0].splitlines()
+        self.assertEqual(process.returncode, 130)
+        self.assertEqual(len(self.rows("interrupted.csv")), len(lines))
+
+    # Time
+
+    def test_intervals_do_not_drift(self):
+        interval, seconds = 50, 4
+        self.watch("HR5", "--interval", str(interval), "--for", str(seconds), "--csv", self.path("drift.csv"))
+        times = [datetime.fromisoformat(row["time"].replace("Z", "+00:00")).timestamp() * 1000
+                 for row in self.rows("drift.csv")]
+        self.assertLessEqual(len(times), seconds * 1000 // interval)
+        self.assertGreater(len(times), seconds * 1000 // interval * 0.6)
+        late = [(time - times[0] + interval / 2) % interval - interval / 2 for time in times]
+        self.assertLess(abs(statistics.median(late[-20:]) - statistics.median(late[:20])), interval / 5)
+
+    def test_slow_device_misses_slots(self):
+        options = ["--fault", "late", "--fault-every", "1", "--late-ms", "110", "--stats"]
+        with Slave(os.environ["SLAVESIM"], *options) as slave:
+            done = self.watch("HR5", "--interval", "50", "--samples", "8", "--format", "json", slave=slave)
+            samples = [json.loads(line) for line in done.stdout.splitlines()]
+            times = [datetime.fromisoformat(sample["time"].replace("Z", "+00:00")).timestamp() for sample in samples]
+            self.assertEqual([sample["sample"] for sample in samples], list(range(1, 9)))
+            self.assertGreaterEqual(times[-1] - times[0], 7 * 0.150 - 0.025)  # every third slot
+            self.assertIn("slavesim: 8 requests, ", slave.stop())
+
+    # JSON, tags, wrong command lines
+
+    def test_json_and_tags(self):
+        done = self.watch("--tags", "--samples", "2", "--interval", "10", "--format", "json")
+        self.assertEqual(done.stderr, "note: 1 tag(s) of other stations than 1 are left out\n")
+        samples = [json.loads(line) for line in done.stdout.splitlines()]
+        self.assertEqual([sample["sample"] for sample in samples], [1, 2])
+        self.assertEqual([(r["address"], r["type"], r["values"]) for r in samples[1]["readings"]],
+                         [("DO3", "bit", [1, 0]), ("HR5", "word", [5, 6, 7]), ("HR9.3", "bit", [1])])
+
+    def test_refused(self):
+        for arguments, status, error in [
+                ([], 2, "watch needs either addresses or --tags"),
+                (["HR1", "--tags"], 2, "watch needs either addresses or --tags"),
+                (["HR1:wrd"], 2, '"wrd" is none of bit, byte, word'),
+                (["HR1:word:0"], 2, "the count must be a whole number from 1 to 10000"),
+                (["HR1:word:1:2"], 2, "is not ADDRESS[:TYPE[:COUNT]]"),
+                (["HR1", "--as", "float"], 2, "float needs --type dword, not word"),
+                (["HR1", "--interval", "0"], 2, "--interval"),
+                (["HR1", "--samples", "1", "--for", "1"], 2, "--for"),
+                (["HR1", "--csv", "/nonexistent/x.csv"], 2, "can not write /nonexistent/x.csv"),
+                (["--tags", "--link", "7"], 1, "station 1 of link 7 has no tags"),
+                (["QX1:qword", "--samples", "1"], 1, "does not read qword")]:
+            with self.subTest(arguments):
+                done = self.watch(*arguments)
+                self.assertEqual(done.returncode, status, done.stderr)
+                self.assertIn(error, done.stderr)
+
+    # Charts
+
+    def test_chart(self):
+        record, picture = self.path("chart.csv"), self.path("chart.svg")
+        self.watch("HR5", "DO3", "--samples", "5", "--interval", "10", "--csv", record)
+        done = self.run_host("chart", record, "--output", picture)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        drawing = self.bytes_of(picture)
+        for text in ["chart", "HR5", "DO3", "value", "bits", "seconds since 20"]:
+            self.assertIn(text.encode(), drawing)
+        self.assertEqual(self.run_host("chart", record, "--output", self.path("chart.png")).returncode, 0)
+        self.assertEqual(self.bytes_of(self.path("chart.png"))[:8], b"\x89PNG\r\n\x1a\n")
+        bare = self.run_host("chart", record, "--output", picture, environment={"PATH": self.folder.name})
+        self.assertEqual(bare.returncode, 1)
+        self.assertIn("gnuplot, which draws the charts, is not installed", bare.stderr)
+        self.assertEqual(self.bytes_of(picture), drawing)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
