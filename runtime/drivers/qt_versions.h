@@ -15,4 +15,9 @@
 #define DRIVER_DEFINES_PLUGIN_INSTANCE
 #endif
 
+/// Qt 4.8 has it only when it was itself built with hidden symbols.
+#ifndef Q_DECL_HIDDEN
+#define Q_DECL_HIDDEN
+#endif
+
 #endif

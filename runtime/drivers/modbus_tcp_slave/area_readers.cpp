@@ -1,5 +1,6 @@
 #include "modbus_tcp_slave.h"
 
+#include "error_text.h"
 #include "tools.h"
 
 #include <cstring>
@@ -40,9 +41,9 @@ bool fitsRequest(unsigned short address, quint64 quantity, int limit)
     return quantity <= static_cast<quint64>(limit) && address + quantity <= AddressSpace;
 }
 
-QString place(const QByteArray& prefix, unsigned short address)
+QString latin1(const QByteArray& prefix)
 {
-    return QString::fromLatin1(prefix.constData(), prefix.size()) + QString::number(address + 1);
+    return QString::fromLatin1(prefix.constData(), prefix.size());
 }
 
 } // namespace
@@ -62,7 +63,7 @@ QByteArray DriverModbusTcpSlave::readWords(AbstractDeviceInterface* device, cons
                                            unsigned short address, int count)
 {
     if (!fitsRequest(address, elements(count), MaxReadRegisters)) {
-        setCommError(QLatin1String("can't read any word from ") + place(prefix, address));
+        setCommError(ErrorText("can't read any word from ") << latin1(prefix) << address + 1);
         return QByteArray();
     }
 
@@ -82,7 +83,7 @@ QByteArray DriverModbusTcpSlave::readDWords(AbstractDeviceInterface* device, con
 {
     const quint64 quantity = 2 * elements(count);
     if (!fitsRequest(address, quantity, MaxReadRegisters)) {
-        setCommError(QLatin1String("can't read any double word from ") + place(prefix, address));
+        setCommError(ErrorText("can't read any double word from ") << latin1(prefix) << address + 1);
         return QByteArray();
     }
 
@@ -103,7 +104,7 @@ QByteArray DriverModbusTcpSlave::readBytes(AbstractDeviceInterface* device, cons
 {
     const quint64 quantity = (elements(count) + 1) / 2;
     if (!fitsRequest(address, quantity, MaxReadRegisters)) {
-        setCommError(QLatin1String("can't read any byte from ") + place(prefix, address));
+        setCommError(ErrorText("can't read any byte from ") << latin1(prefix) << address + 1);
         return QByteArray();
     }
 
@@ -127,8 +128,7 @@ QByteArray DriverModbusTcpSlave::readDIDOs(AbstractDeviceInterface* device, cons
                                            unsigned short address, int count)
 {
     if (!fitsRequest(address, elements(count), MaxReadBits)) {
-        setCommError(QLatin1String("can't read ") + QString::number(count) + QLatin1String(" bits from ") +
-                     place(prefix, address));
+        setCommError(ErrorText("can't read ") << count << " bits from " << latin1(prefix) << address + 1);
         return QByteArray();
     }
 

@@ -1,5 +1,6 @@
 #include "modbus_tcp_slave.h"
 
+#include "error_text.h"
 #include "tools.h"
 
 #include <cstring>
@@ -36,26 +37,21 @@ bool DriverModbusTcpSlave::coilsFitRequest(unsigned short address, int count, in
     const quint64 coils = static_cast<quint32>(count);
     if (coils <= MaxWriteBits && address + coils <= AddressSpace && dataLength <= MaxWriteBits / 8)
         return true;
-    setCommError(QLatin1String("can't write ") + QString::number(count) + QLatin1String(" bits to DO") +
-                 QString::number(address + 1));
-    return false;
+    return fail(ErrorText("can't write ") << count << " bits to DO" << address + 1);
 }
 
 bool DriverModbusTcpSlave::wordsFitRequest(unsigned short address, quint64 words)
 {
     if (words <= MaxWriteRegisters && address + words <= AddressSpace)
         return true;
-    setCommError(QLatin1String("can't write ") + QString::number(words) + QLatin1String(" words to HR") +
-                 QString::number(address + 1));
-    return false;
+    return fail(ErrorText("can't write ") << words << " words to HR" << address + 1);
 }
 
 bool DriverModbusTcpSlave::wordsFitFN6Requests(unsigned short address, quint64 words)
 {
     if (words <= MaxWriteRegisters && address + words <= AddressSpace)
         return true;
-    setCommError(QLatin1String("can't write any word to HR") + QString::number(address + 1));
-    return false;
+    return fail(ErrorText("can't write any word to HR") << address + 1);
 }
 
 /// A request that the link did not take whole leaves the device with half a frame: start afresh.

@@ -1,6 +1,7 @@
 #include "modbus_tcp_slave.h"
 
 #include "device_setting.h"
+#include "error_text.h"
 #include "tools.h"
 
 using namespace modbus_tcp;
@@ -229,8 +230,7 @@ bool DriverModbusTcpSlave::writeBits(AbstractDeviceInterface* device, const Comm
         return writeHRbit(device, address, bit, data, command.count);
     if (beginsWith(prefix, "FN6HR"))
         return writeHRbitWithFN6(device, address, bit, data, command.count);
-    setCommError(QLatin1String("can't write any bit to ") + command.address);
-    return false;
+    return fail(ErrorText("can't write any bit to ") << command.address);
 }
 
 /// Writes bytes, words or double words. A command that no request can carry is refused before its data is
@@ -245,9 +245,7 @@ bool DriverModbusTcpSlave::writeRegisters(AbstractDeviceInterface* device, const
     if (beginsWith(prefix, "FN6HR"))
         return wordsFitFN6Requests(address, words) &&
                writeWordsWithFN6(device, address, inDeviceOrder(command, data));
-    setCommError(QLatin1String("can't write any ") + QLatin1String(elementName) + QLatin1String(" to ") +
-                 command.address);
-    return false;
+    return fail(ErrorText("can't write any ") << elementName << " to " << command.address);
 }
 
 void DriverModbusTcpSlave::appendCmdToReadCommError(unsigned char station, const CommunicatorCommand& command)
@@ -268,11 +266,10 @@ void DriverModbusTcpSlave::describeCommand(const char* verb, const char* preposi
         return;
 
     static const char* const elementNames[] = {"bit(s)", "byte(s)", "word(s)", "dword(s)"};
-    QString description = QLatin1String(verb) + QLatin1Char(' ');
+    ErrorText description(verb);
     if (command.dataType >= Bit && command.dataType <= DoubleWord)
-        description += QString::number(static_cast<quint32>(command.count)) + QLatin1Char(' ') +
-                       QLatin1String(elementNames[command.dataType]) + QLatin1Char(' ') +
-                       QLatin1String(preposition) + QLatin1Char(' ');
-    description += QString::number(station) + QLatin1Char('-') + command.address + QLatin1String("> ");
-    lastError.prepend(description);
+        description << " " << quint64(static_cast<quint32>(command.count)) << " "
+                    << elementNames[command.dataType] << " " << preposition;
+    description << " " << int(station) << "-" << command.address << "> " << lastError;
+    lastError = description;
 }

@@ -128,6 +128,17 @@ void DriverModbusTcpSlave::setCommError(const QString& text)
     lastError = text;
 }
 
+bool DriverModbusTcpSlave::fail(const QString& text)
+{
+    setCommError(text);
+    return false;
+}
+
+bool DriverModbusTcpSlave::fail(const char* latin1)
+{
+    return fail(QString(QLatin1String(latin1)));
+}
+
 void DriverModbusTcpSlave::clearError()
 {
     hasCommError = false;

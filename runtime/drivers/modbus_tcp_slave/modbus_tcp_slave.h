@@ -226,43 +226,49 @@ public:
                              int& received);
 
 private:
+    // Nothing but the module itself calls these: hidden, they take no room in its table of symbols.
+
     template<typename Attempt>
     bool runAttempts(AbstractDeviceInterface* device, Attempt attempt);
-    bool loadProject(AbstractDeviceInterface* device);
-    void reopenChangedProject();
-    void insertQualifiedTag();
-    void describeCommand(const char* verb, const char* preposition, unsigned char station,
-                         const CommunicatorCommand& command);
+    Q_DECL_HIDDEN bool loadProject(AbstractDeviceInterface* device);
+    Q_DECL_HIDDEN void reopenChangedProject();
+    Q_DECL_HIDDEN void insertQualifiedTag();
+    Q_DECL_HIDDEN void describeCommand(const char* verb, const char* preposition, unsigned char station,
+                                       const CommunicatorCommand& command);
 
-    QByteArray readArea(AbstractDeviceInterface* device, const CommunicatorCommand& command,
-                        const QByteArray& prefix, unsigned short address, unsigned char bit);
-    bool writeArea(AbstractDeviceInterface* device, const CommunicatorCommand& command,
-                   const QByteArray& data, const QByteArray& prefix, unsigned short address,
-                   unsigned char bit);
-    bool writeBits(AbstractDeviceInterface* device, const CommunicatorCommand& command,
-                   const QByteArray& data, const QByteArray& prefix, unsigned short address,
-                   unsigned char bit);
-    bool writeRegisters(AbstractDeviceInterface* device, const CommunicatorCommand& command,
-                        const QByteArray& data, const QByteArray& prefix, unsigned short address,
-                        const char* elementName);
+    Q_DECL_HIDDEN QByteArray readArea(AbstractDeviceInterface* device, const CommunicatorCommand& command,
+                                      const QByteArray& prefix, unsigned short address, unsigned char bit);
+    Q_DECL_HIDDEN bool writeArea(AbstractDeviceInterface* device, const CommunicatorCommand& command,
+                                 const QByteArray& data, const QByteArray& prefix, unsigned short address,
+                                 unsigned char bit);
+    Q_DECL_HIDDEN bool writeBits(AbstractDeviceInterface* device, const CommunicatorCommand& command,
+                                 const QByteArray& data, const QByteArray& prefix, unsigned short address,
+                                 unsigned char bit);
+    Q_DECL_HIDDEN bool writeRegisters(AbstractDeviceInterface* device, const CommunicatorCommand& command,
+                                      const QByteArray& data, const QByteArray& prefix,
+                                      unsigned short address, const char* elementName);
 
-    bool requestRead(AbstractDeviceInterface* device, unsigned char functionCode, unsigned short address,
-                     quint64 quantity);
-    QByteArray readSparseBits(AbstractDeviceInterface* device, unsigned short address, int count,
-                              UShortVector ModbusBitSet::*tags, const char* area);
+    Q_DECL_HIDDEN bool requestRead(AbstractDeviceInterface* device, unsigned char functionCode,
+                                   unsigned short address, quint64 quantity);
+    Q_DECL_HIDDEN QByteArray readSparseBits(AbstractDeviceInterface* device, unsigned short address,
+                                            int count, UShortVector ModbusBitSet::*tags, const char* area);
 
-    bool coilsFitRequest(unsigned short address, int count, int dataLength);
-    bool wordsFitRequest(unsigned short address, quint64 words);
-    bool wordsFitFN6Requests(unsigned short address, quint64 words);
-    bool failedToSend(AbstractDeviceInterface* device);
-    QByteArray changedRegisters(AbstractDeviceInterface* device, unsigned short address, unsigned char bit,
-                                const QByteArray& data, int count);
+    Q_DECL_HIDDEN bool coilsFitRequest(unsigned short address, int count, int dataLength);
+    Q_DECL_HIDDEN bool wordsFitRequest(unsigned short address, quint64 words);
+    Q_DECL_HIDDEN bool wordsFitFN6Requests(unsigned short address, quint64 words);
+    Q_DECL_HIDDEN bool failedToSend(AbstractDeviceInterface* device);
+    Q_DECL_HIDDEN QByteArray changedRegisters(AbstractDeviceInterface* device, unsigned short address,
+                                              unsigned char bit, const QByteArray& data, int count);
 
-    bool sendRequest(AbstractDeviceInterface* device, const QByteArray& data, int& written,
-                     const char* pduFormat, ...);
-    bool receiveResponse(AbstractDeviceInterface* device, unsigned char functionCode, char* buffer,
-                         int expectedLength, int& received);
-    bool failAndClose(AbstractDeviceInterface* device, const QString& text);
+    Q_DECL_HIDDEN bool sendRequest(AbstractDeviceInterface* device, const QByteArray& data, int& written,
+                                   const char* pduFormat, ...);
+    Q_DECL_HIDDEN bool receiveResponse(AbstractDeviceInterface* device, unsigned char functionCode,
+                                       char* buffer, int expectedLength, int& received);
+    Q_DECL_HIDDEN bool failAndClose(AbstractDeviceInterface* device, const QString& text);
+
+    // Set the error text and return false.
+    Q_DECL_HIDDEN bool fail(const QString& text);
+    Q_DECL_HIDDEN bool fail(const char* latin1);
 
     /// What tells one state of the project database file from another.
     struct FileStamp

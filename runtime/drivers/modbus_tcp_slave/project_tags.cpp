@@ -59,23 +59,17 @@ bool DriverModbusTcpSlave::readDB(AbstractDeviceInterface* device, const QString
         reopenChangedProject();
     if (!databaseOpened) {
         databaseOpened = createDBConnection();
-        if (!databaseOpened) {
-            setCommError(QLatin1String("can not open database"));
-            return false;
-        }
+        if (!databaseOpened)
+            return fail("can not open database");
     }
 
     const DeviceSetting* setting = device->deviceSetting();
     QList<LinkIdStationId> stations;
-    if (!setting || !GetLinkIdAndDefaultStationId(connectionName, setting->linkID, stations)) {
-        setCommError(QLatin1String("failed to get default station id"));
-        return false;
-    }
+    if (!setting || !GetLinkIdAndDefaultStationId(connectionName, setting->linkID, stations))
+        return fail("failed to get default station id");
     // The tables of each default station replace those of the one before, so only the last ones are made.
-    if (!initValidBitAddressesMap(stations.last().linkId, stations.last().defaultStationId)) {
-        setCommError(QLatin1String("failed to initialize valid bit addresses table"));
-        return false;
-    }
+    if (!initValidBitAddressesMap(stations.last().linkId, stations.last().defaultStationId))
+        return fail("failed to initialize valid bit addresses table");
 
     databaseLoaded = true;
     QSqlDatabase::database(connectionName, false).close();

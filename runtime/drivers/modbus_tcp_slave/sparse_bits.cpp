@@ -1,5 +1,6 @@
 #include "modbus_tcp_slave.h"
 
+#include "error_text.h"
 #include "tools.h"
 
 #include <algorithm>
@@ -91,15 +92,14 @@ QByteArray DriverModbusTcpSlave::readSparseBits(AbstractDeviceInterface* device,
     const std::map<unsigned char, ModbusBitSet>::const_iterator entry =
         validBitAddressesMap.find(static_cast<unsigned char>(station));
     if (entry == validBitAddressesMap.end()) {
-        setCommError(QLatin1String("invalid address ") + QString::number(station) + QLatin1Char('-') +
-                     QLatin1String(area));
+        setCommError(ErrorText("invalid address ") << station << "-" << area);
         return QByteArray();
     }
     if (count <= 0)
         return QByteArray();
     if (count > INT_MAX / 8) {
-        setCommError(QLatin1String("can't read ") + QString::number(Q_INT64_C(8) * count) +
-                     QLatin1String(" bits from ") + QLatin1String(area) + QString::number(address + 1));
+        setCommError(ErrorText("can't read ")
+                     << quint64(8) * static_cast<quint32>(count) << " bits from " << area << address + 1);
         return QByteArray();
     }
 

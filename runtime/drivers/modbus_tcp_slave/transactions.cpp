@@ -1,5 +1,6 @@
 #include "modbus_tcp_slave.h"
 
+#include "error_text.h"
 #include "tools.h"
 
 #include <QVarLengthArray>
@@ -91,18 +92,12 @@ bool DriverModbusTcpSlave::checkMBAP(const char* response, unsigned short expect
     quint8 unit = 0;
     DataUnpack(bytesAt(response, 0), "nnnC", &transaction, &protocol, &length, &unit);
 
-    if (transaction != getTID()) {
-        setCommError(QLatin1String("invalid transaction ID"));
-        return false;
-    }
-    if (protocol != 0 || (length != expectedLength && length != ExceptionReplyMbapLength)) {
-        setCommError(QLatin1String("invalid response"));
-        return false;
-    }
-    if (unit != unitId) {
-        setCommError(QLatin1String("invalid station id"));
-        return false;
-    }
+    if (transaction != getTID())
+        return fail("invalid transaction ID");
+    if (protocol != 0 || (length != expectedLength && length != ExceptionReplyMbapLength))
+        return fail("invalid response");
+    if (unit != unitId)
+        return fail("invalid station id");
     return true;
 }
 
@@ -146,8 +141,7 @@ bool DriverModbusTcpSlave::receiveResponse(AbstractDeviceInterface* device, unsi
         if (!isException)
             return failAndClose(device, QLatin1String("invalid response"));
         const QString code = QString::number(exceptionCode, 16).toUpper().rightJustified(2, QLatin1Char('0'));
-        setCommError(QLatin1String("exception code:") + code);
-        return false;
+        return fail(ErrorText("exception code:") << code);
     }
 
     received += device->readData(buffer + ReplyStartLength, expectedLength - ReplyStartLength);
@@ -171,14 +165,10 @@ bool DriverModbusTcpSlave::recvWrite1CoilRsp(AbstractDeviceInterface* device, un
     quint16 echoedAddress = 0;
     quint16 echoedValue = 0;
     DataUnpack(bytesAt(buffer, MbapLength), "xnn", &echoedAddress, &echoedValue);
-    if (echoedAddress != address) {
-        setCommError(QLatin1String("wrong device address from response"));
-        return false;
-    }
-    if (echoedValue != (on ? 0xFF00 : 0x0000)) {
-        setCommError(QLatin1String("failed to write DO") + QString::number(address + 1));
-        return false;
-    }
+    if (echoedAddress != address)
+        return fail("wrong device address from response");
+    if (echoedValue != (on ? 0xFF00 : 0x0000))
+        return fail(ErrorText("failed to write DO") << address + 1);
     return true;
 }
 
@@ -191,15 +181,11 @@ bool DriverModbusTcpSlave::recvWrite1WordRsp(AbstractDeviceInterface* device, un
     quint16 echoedAddress = 0;
     quint8 echoedValue[2] = {0, 0};
     DataUnpack(bytesAt(buffer, MbapLength), "xnCC", &echoedAddress, &echoedValue[0], &echoedValue[1]);
-    if (echoedAddress != address) {
-        setCommError(QLatin1String("wrong device address from response"));
-        return false;
-    }
+    if (echoedAddress != address)
+        return fail("wrong device address from response");
     const QByteArray echo(reinterpret_cast<const char*>(echoedValue), 2);
-    if (value.left(2) != echo) {
-        setCommError(QLatin1String("failed to write HR") + QString::number(address + 1));
-        return false;
-    }
+    if (value.left(2) != echo)
+        return fail(ErrorText("failed to write HR") << address + 1);
     return true;
 }
 
@@ -213,13 +199,9 @@ bool DriverModbusTcpSlave::recvWriteDevicesRsp(AbstractDeviceInterface* device, 
     quint16 echoedAddress = 0;
     quint16 echoedQuantity = 0;
     DataUnpack(bytesAt(buffer, MbapLength), "xnn", &echoedAddress, &echoedQuantity);
-    if (echoedAddress != startAddress) {
-        setCommError(QLatin1String("wrong device address from response"));
-        return false;
-    }
-    if (echoedQuantity != quantity) {
-        setCommError(QLatin1String("wrong quantity from response"));
-        return false;
-    }
+    if (echoedAddress != startAddress)
+        return fail("wrong device address from response");
+    if (echoedQuantity != quantity)
+        return fail("wrong quantity from response");
     return true;
 }

@@ -1,0 +1,15 @@
+# The panel's memory is small. docs/panel.md has what each of these steps saves.
+
+# keep_small(target sources...): builds the target for speed, but without what makes code larger and no command
+# faster, and those of its sources that run rarely for size. Nothing in a driver throws or catches, so no call needs
+# code that cleans up behind it.
+function(keep_small target)
+  set(for_speed -O2 -fno-exceptions -fno-align-functions)
+  target_compile_options(${target} PRIVATE "$<$<CONFIG:Release>:${for_speed}>")
+  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "$<$<CONFIG:Release>:-Os>")
+endfunction()
+
+# link_small(module): calls inside the module go straight to their target, and its parts lie side by side in the file.
+function(link_small module)
+  target_link_options(${module} PRIVATE -Wl,-Bsymbolic-functions -Wl,-z,noseparate-code -Wl,--as-needed)
+endfunction()
