@@ -1,6 +1,7 @@
 #include "watch/csv_recorder.h"
 
 #include <QFile>
+#include <QFileInfo>
 
 #include <cerrno>
 #include <cstring>
@@ -35,6 +36,18 @@ qint64 endOfLastLine(int descriptor, qint64 size)
             return begin + feed + 1;
     }
     return 0;
+}
+
+/// A new file is there after a power cut only when its folder has been brought to the disk too. A system that
+/// can not do so for folders does it by itself.
+void syncFolder(const QString& fileName)
+{
+    const QByteArray folder = QFile::encodeName(QFileInfo(fileName).absolutePath());
+    const int descriptor = ::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return;
+    ::fsync(descriptor);
+    ::close(descriptor);
 }
 
 } // namespace
@@ -77,6 +90,9 @@ QString CsvRecorder::begin(const QByteArray& header)
         return QStringLiteral("%1 is no record of watch; name another file").arg(m_fileName);
     m_headerDue = header;
     m_problem = write(header);
+    sync();
+    if (m_isRegular)
+        syncFolder(m_fileName);
     return QString();
 }
 
