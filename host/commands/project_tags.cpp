@@ -7,11 +7,12 @@
 #include "tools/project_database.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 #include <QSet>
 
 #include <algorithm>
-#include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -96,19 +97,33 @@ void writeTags(ProjectReader& reader, int linkId, QTextStream& out)
     });
 }
 
-/// Returns why the file could not be written, empty when it was. Until then an old one stays.
-QString writeTagFile(ProjectReader& reader, const ProjectExportOptions& options)
+/// Writes the tags to an open file and brings them out of its buffer. Returns whether that worked.
+bool writeTagsTo(QFileDevice& file, ProjectReader& reader, int linkId)
 {
-    QSaveFile file(options.file);
-    if (file.open(QIODevice::WriteOnly)) {
-        QTextStream out(&file);
-        out.setCodec("UTF-8");
-        writeTags(reader, options.link.linkId, out);
-    }
-    if (!reader.error().isEmpty())
-        return reader.error();
-    return file.commit() ? QString()
-                         : QStringLiteral("can not write %1: %2").arg(options.file, file.errorString());
+    QTextStream out(&file);
+    out.setCodec("UTF-8");
+    writeTags(reader, linkId, out);
+    out.flush();
+    return out.status() == QTextStream::Ok && file.flush();
+}
+
+/// A regular file is replaced when the new one is complete; a device or a pipe is written to, and never put
+/// aside for a file.
+bool writeTagFile(ProjectReader& reader, const ProjectExportOptions& options, QString& problem)
+{
+    const QFileInfo target(options.file);
+    const bool isSpecial = target.exists() && !target.isFile() && !target.isDir();
+    const std::unique_ptr<QFileDevice> file(isSpecial ? static_cast<QFileDevice*>(new QFile(options.file))
+                                                      : new QSaveFile(options.file));
+    bool written = file->open(QIODevice::WriteOnly) && writeTagsTo(*file, reader, options.link.linkId) &&
+                   reader.error().isEmpty();
+    if (const auto replacement = dynamic_cast<QSaveFile*>(file.get()))
+        written = written && replacement->commit();
+    if (!written)
+        problem = reader.error().isEmpty()
+                      ? QStringLiteral("can not write %1: %2").arg(options.file, file->errorString())
+                      : reader.error();
+    return written;
 }
 
 } // namespace
@@ -146,9 +161,14 @@ int runProjectExport(const ProjectExportOptions& options, Console& console)
     if (!problem.isEmpty())
         return reportError(console, reader.error().isEmpty() ? WrongCommandLine : Refused, problem);
     if (!options.file.isEmpty()) {
-        const QString failure = writeTagFile(reader, options);
-        return failure.isEmpty() ? int(Done) : reportError(console, Refused, failure);
+        QString failure;
+        return writeTagFile(reader, options, failure) ? int(Done) : reportError(console, Refused, failure);
     }
     writeTags(reader, options.link.linkId, console.out);
-    return reader.error().isEmpty() ? int(Done) : reportError(console, Refused, reader.error());
+    console.out.flush();
+    if (!reader.error().isEmpty())
+        return reportError(console, Refused, reader.error());
+    if (console.out.status() != QTextStream::Ok)
+        return reportError(console, Refused, QStringLiteral("can not write to the standard output"));
+    return Done;
 }

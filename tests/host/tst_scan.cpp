@@ -1,0 +1,358 @@
+#include "progress_bar.h"
+#include "scan/device_scan.h"
+#include "scan/number_list.h"
+
+#include <QtTest>
+
+using scan::Answer;
+
+namespace {
+
+bool holds(const QVector<int>& numbers, int first, int count)
+{
+    for (int number = first; number < first + count; ++number) {
+        if (!numbers.contains(number))
+            return false;
+    }
+    return true;
+}
+
+/// A device that serves some elements, says nothing about some others, and keeps count.
+struct Device
+{
+    QVector<int> served;
+    QVector<int> silent;
+    int mostInRequest = scan::largestNumber;
+    int exceptionCode = 2;
+    int stopAfter = -1; ///< requests until the user has enough
+    int requests = 0;
+    int elementsAsked = 0;
+
+    Answer read(int first, int count)
+    {
+        if (requests == stopAfter)
+            return {Answer::Stopped, 0, QStringLiteral("interrupted")};
+        ++requests;
+        elementsAsked += count;
+        for (int number = first; number < first + count; ++number) {
+            if (silent.contains(number))
+                return {Answer::Silence, 0, QStringLiteral("no answer")};
+        }
+        if (count > mostInRequest)
+            return {Answer::Exception, 3, QStringLiteral("03")};
+        if (!holds(served, first, count))
+            return {Answer::Exception, exceptionCode, QStringLiteral("0%1").arg(exceptionCode)};
+        return Answer();
+    }
+};
+
+/// "1-10 ok, 11-12 02, 13 silent, 14-20 unasked"
+QString textOf(const scan::AreaFindings& findings)
+{
+    QStringList texts;
+    for (const scan::Range& range : findings.ranges) {
+        const char* const states[] = {"ok", nullptr, "silent", "unasked"};
+        QVector<int> numbers;
+        for (int number = range.first; number <= range.last; ++number)
+            numbers += number;
+        texts += scan::numberListText(numbers) + QLatin1Char(' ') +
+                 (range.state == scan::Range::Refused ? range.reason : QLatin1String(states[range.state]));
+    }
+    return texts.join(QStringLiteral(", "));
+}
+
+QVector<int> numbers(const char* list)
+{
+    return *list ? scan::parseNumberList(QLatin1String(list), 1, scan::largestNumber) : QVector<int>();
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(scan::AreaPlan)
+
+class tst_scan : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void area_data();
+    void area();
+    void settledElementsAddUp();
+    void smallerRequests();
+    void silentArea();
+    void illegalFunction();
+    void interrupted();
+    void stations();
+    void retries_data();
+    void retries();
+    void answers_data();
+    void answers();
+    void numberLists_data();
+    void numberLists();
+    void progress();
+};
+
+void tst_scan::area_data()
+{
+    QTest::addColumn<QVector<int>>("served");
+    QTest::addColumn<scan::AreaPlan>("plan");
+    QTest::addColumn<QString>("expected");
+    QTest::addColumn<int>("mostRequests");
+    // Each refused element costs a request of its own and, in groups of 8 and more, a quarter of one.
+    const auto row = [](const char* served, const scan::AreaPlan& plan, const char* expected, int requests) {
+        QTest::addRow("%s of %d-%d by %d, finest %d", served, plan.first, plan.last, plan.mostInRequest,
+                      plan.finest)
+            << numbers(served) << plan << QString::fromLatin1(expected) << requests;
+    };
+    row("1-1000", {1, 1000, 125, 1}, "1-1000 ok", 8);
+    row("1-1000", {5, 1000, 125, 1}, "5-1000 ok", 8);
+    row("1-200", {1, 500, 125, 1}, "1-200 ok, 201-500 02", 384);
+    row("201-400", {1, 500, 125, 1}, "1-200 02, 201-400 ok, 401-500 02", 389);
+    row("1-62,64-500", {1, 500, 125, 1}, "1-62 ok, 63 02, 64-500 ok", 25);
+    row("7", {1, 10, 125, 1}, "1-6 02, 7 ok, 8-10 02", 13);
+    row("1,3,5,7", {1, 8, 8, 1}, "1 ok, 2 02, 3 ok, 4 02, 5 ok, 6 02, 7 ok, 8 02", 9);
+    row("", {1, 125, 125, 1}, "1-125 02", 156);
+    row("65536", {65530, 65536, 125, 1}, "65530-65535 02, 65536 ok", 8);
+    row("9", {9, 9, 2000, 1}, "9 ok", 1);
+    // Coarse: borders are exact all the same, islands may be overlooked.
+    row("1-200", {1, 1000, 125, 16}, "1-200 ok, 201-1000 02", 130);
+    row("300-777", {1, 1000, 125, 16}, "1-299 02, 300-777 ok, 778-1000 02", 90);
+    row("500", {1, 1000, 125, 16}, "1-1000 02", 120);
+    row("", {1, 2000, 2000, 2000}, "1-2000 02", 1);
+}
+
+void tst_scan::area()
+{
+    QFETCH(QVector<int>, served);
+    QFETCH(scan::AreaPlan, plan);
+    Device device;
+    device.served = served;
+    const auto findings = scan::scanArea(
+        plan, [&](int first, int count) { return device.read(first, count); }, [](int) {});
+    QTEST(textOf(findings), "expected");
+    QCOMPARE(findings.mostInRequest, plan.mostInRequest);
+    QFETCH(int, mostRequests);
+    QVERIFY2(device.requests <= mostRequests, qPrintable(QString::number(device.requests)));
+}
+
+void tst_scan::settledElementsAddUp()
+{
+    Device device;
+    device.served = numbers("1-30,60-61");
+    int settled = 0;
+    scan::scanArea(
+        {1, 400, 100, 1}, [&](int first, int count) { return device.read(first, count); },
+        [&](int elements) { settled += elements; });
+    QCOMPARE(settled, 400);
+}
+
+// A station that carries less than the standard allows is asked for too much once, not each time.
+void tst_scan::smallerRequests()
+{
+    Device device;
+    device.served = numbers("1-1000");
+    device.mostInRequest = 50;
+    const auto findings = scan::scanArea(
+        {1, 1000, 125, 1}, [&](int first, int count) { return device.read(first, count); }, [](int) {});
+    QCOMPARE(textOf(findings), QStringLiteral("1-1000 ok"));
+    QCOMPARE(findings.mostInRequest, 31); // 125 is 63 and 62, 62 is twice 31
+    QCOMPARE(device.requests, 7 + 29);    // the first 125 elements, then the other 875 by 31
+}
+
+void tst_scan::silentArea()
+{
+    Device device;
+    device.served = numbers("1-100");
+    device.silent = numbers("101-1000");
+    const auto read = [&](int first, int count) { return device.read(first, count); };
+    QCOMPARE(textOf(scan::scanArea({1, 1000, 100, 1}, read, [](int) {})),
+             QStringLiteral("1-100 ok, 101-300 silent, 301-1000 unasked"));
+    QCOMPARE(device.requests, 3);
+    // Single silent ranges between answers are no reason to give up.
+    device.served = numbers("1-1000");
+    device.silent = numbers("150,350");
+    QCOMPARE(textOf(scan::scanArea({1, 500, 100, 1}, read, [](int) {})),
+             QStringLiteral("1-100 ok, 101-200 silent, 201-300 ok, 301-400 silent, 401-500 ok"));
+}
+
+void tst_scan::illegalFunction()
+{
+    Device device;
+    device.exceptionCode = scan::illegalFunction;
+    const auto findings = scan::scanArea(
+        {1, 65536, 125, 1}, [&](int first, int count) { return device.read(first, count); }, [](int) {});
+    QCOMPARE(textOf(findings), QStringLiteral("1-65536 01"));
+    QCOMPARE(device.requests, 1);
+}
+
+void tst_scan::interrupted()
+{
+    Device device;
+    device.served = numbers("1-150");
+    device.stopAfter = 3;
+    const auto findings = scan::scanArea(
+        {1, 400, 100, 1}, [&](int first, int count) { return device.read(first, count); }, [](int) {});
+    QCOMPARE(textOf(findings), QStringLiteral("1-150 ok, 151-400 unasked"));
+}
+
+namespace {
+
+/// Stations 1 and 3 are there; 1 serves HR 1 to 10 and answers IR with an exception, 3 answers nothing but
+/// the first request. All others are silent.
+struct TwoStations : scan::Requester
+{
+    QStringList asked;
+    bool isUnreachable = false;
+    int silences = 0; ///< of station 1 before it answers each request
+
+    Answer ask(const scan::Request& request) override
+    {
+        asked += QStringLiteral("%1-%2%3x%4")
+                     .arg(request.station)
+                     .arg(request.area.name)
+                     .arg(request.first)
+                     .arg(request.count);
+        if (isUnreachable)
+            return {Answer::Unreachable, 0, QStringLiteral("connection refused")};
+        const bool isFirstOf3 = request.station == 3 && asked.filter(QStringLiteral("3-")).size() == 1;
+        if (asked.count(asked.last()) <= silences || (request.station != 1 && !isFirstOf3))
+            return {Answer::Silence, 0, QStringLiteral("no answer")};
+        return request.area.name == QLatin1String("HR")
+                   ? Answer()
+                   : Answer{Answer::Exception, scan::illegalFunction, QStringLiteral("01")};
+    }
+};
+
+scan::DevicePlan planOf(const QVector<int>& stations)
+{
+    scan::DevicePlan plan;
+    plan.stations = stations;
+    for (const char* name : {"HR", "IR", "XR"})
+        plan.areas.append({QLatin1String(name), Word, 5});
+    plan.last = 10;
+    return plan;
+}
+
+} // namespace
+
+void tst_scan::stations()
+{
+    TwoStations device;
+    qint64 lastDone = 0;
+    const auto findings =
+        scan::scanDevice(planOf({1, 2, 3}), device, [&](const QString& label, qint64 done, qint64 total) {
+            lastDone = label.contains(QLatin1String("R")) ? done : lastDone;
+            QVERIFY(done <= total);
+        });
+    QCOMPARE(device.asked.join(QLatin1Char(' ')),
+             QStringLiteral("1-HR1x1 2-HR1x1 3-HR1x1 1-HR1x5 1-HR6x5 1-IR1x5 1-XR1x5 "
+                            "3-HR1x5 3-HR6x5 3-IR1x5 3-IR6x5")); // two silent areas: no third one
+    QCOMPARE(findings.requests, device.asked.size());
+    QVERIFY(findings.stopped.isEmpty());
+    QCOMPARE(findings.stations.size(), 3);
+    QVERIFY(findings.stations.at(1).areas.isEmpty());
+    QCOMPARE(textOf(findings.stations.at(0).areas.at(1).findings), QStringLiteral("1-10 01"));
+    QCOMPARE(textOf(findings.stations.at(2).areas.at(2).findings), QStringLiteral("1-10 unasked"));
+    QCOMPARE(lastDone, qint64(45)); // of 60, before the request for the last 5 that were asked for
+}
+
+void tst_scan::retries_data()
+{
+    QTest::addColumn<int>("silences");
+    QTest::addColumn<bool>("isUnreachable");
+    QTest::addColumn<QString>("asked");
+    QTest::addColumn<QString>("stopped");
+    QTest::newRow("silence, then an answer") << 1 << false << "1-HR1x1 1-HR1x1 1-HR1x5 1-HR1x5"
+                                             << "";
+    QTest::newRow("silence too often") << 9 << false << "1-HR1x1 1-HR1x1"
+                                       << "";
+    QTest::newRow("no connection") << 0 << true << "1-HR1x1 1-HR1x1 1-HR1x1"
+                                   << "connection refused";
+}
+
+void tst_scan::retries()
+{
+    QFETCH(int, silences);
+    QFETCH(bool, isUnreachable);
+    TwoStations device;
+    device.silences = silences;
+    device.isUnreachable = isUnreachable;
+    scan::DevicePlan plan = planOf({1});
+    plan.areas.resize(1);
+    plan.last = 5;
+    plan.probeRetries = 1;
+    plan.retries = 2;
+    const auto findings = scan::scanDevice(plan, device, [](const QString&, qint64, qint64) {});
+    QTEST(device.asked.join(QLatin1Char(' ')), "asked");
+    QTEST(findings.stopped, "stopped");
+}
+
+void tst_scan::answers_data()
+{
+    QTest::addColumn<int>("kind");
+    QTest::addColumn<int>("code");
+    QTest::addColumn<QString>("text");
+    QTest::newRow("") << int(Answer::Data) << 0 << "";
+    QTest::newRow("read 1 word(s) from 1-HR1> exception code:02")
+        << int(Answer::Exception) << 2 << "exception code:02";
+    QTest::newRow("read 1 word(s) from 1-HR1> exception code:0A")
+        << int(Answer::Silence) << 0 << "exception code:0A";
+    QTest::newRow("read 1 word(s) from 1-HR1> exception code:06")
+        << int(Answer::Silence) << 0 << "exception code:06";
+    QTest::newRow("read 1 word(s) from 1-HR1> no answer from d:1 within 9 ms")
+        << int(Answer::Silence) << 0 << "no answer from d:1 within 9 ms";
+    QTest::newRow("can not open database") << int(Answer::Silence) << 0 << "can not open database";
+}
+
+void tst_scan::answers()
+{
+    const Answer answer = scan::answerFromError(QString::fromLatin1(QTest::currentDataTag()));
+    QTEST(int(answer.kind), "kind");
+    QTEST(answer.code, "code");
+    QTEST(answer.text, "text");
+}
+
+void tst_scan::numberLists_data()
+{
+    QTest::addColumn<QString>("again"); ///< empty: the text is wrong
+    QTest::newRow("1-247") << "1-247";
+    QTest::newRow("7,5-6,1,5") << "1,5-7";
+    QTest::newRow("0,255") << "0,255";
+    for (const char* wrong : {"", "256", "3-1", "1-", "-1", "1,,2", "a", "1 ", "99999999999"})
+        QTest::newRow(wrong) << "";
+}
+
+void tst_scan::numberLists()
+{
+    QTEST(scan::numberListText(scan::parseNumberList(QString::fromLatin1(QTest::currentDataTag()), 0, 255)),
+          "again");
+}
+
+void tst_scan::progress()
+{
+    QCOMPARE(progressLine(QStringLiteral("HR"), 1, 4, 10, 80),
+             QStringLiteral("[######..................]  25 %     0:30 left  HR"));
+    QCOMPARE(progressLine(QStringLiteral("HR"), 1, 2, 3725, 80),
+             QStringLiteral("[############............]  50 %  1:02:05 left  HR"));
+    QCOMPARE(progressLine(QStringLiteral("HR"), 0, 0, 0, 80).size(),
+             progressLine(QStringLiteral("HR"), 4, 4, 9, 80).size());
+    QCOMPARE(progressLine(QStringLiteral("HR"), 1, 4, 10, 20).size(), 19);
+
+    QString screen;
+    QTextStream err(&screen);
+    {
+        ProgressBar none(err, 0);
+        none.show(QStringLiteral("HR"), 1, 2);
+    }
+    QVERIFY(screen.isEmpty());
+    {
+        ProgressBar bar(err, 60);
+        bar.show(QStringLiteral("HR"), 1, 2);
+        bar.show(QStringLiteral("HR"), 2, 2); // too soon to be drawn
+    }
+    QCOMPARE(screen.count(QLatin1Char('\r')), 3);
+    QVERIFY(screen.endsWith(QLatin1Char('\r') + QString(59, QLatin1Char(' ')) + QLatin1Char('\r')));
+}
+
+QTEST_APPLESS_MAIN(tst_scan)
+#include "tst_scan.moc"

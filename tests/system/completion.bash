@@ -1,0 +1,71 @@
+#!/usr/bin/env bash
+# completion.bash DRIVERHOST SCRIPT: sources the completion script and compares what it offers for command
+# lines, the last word being the one that is completed. Words are separated by blanks, "_" is an empty one.
+set -uo pipefail
+driverhost=$1
+source "$2"
+cd "$(mktemp -d)" || exit 1
+touch tags.csv watch.csv
+
+failures=0
+
+# offers LINE EXPECTED: the words after "driverhost" in LINE, and all that must be offered, in any order.
+offers() {
+    local words found expected
+    read -ra words <<<"$1"
+    COMP_WORDS=("$driverhost" "${words[@]/#_/}")
+    COMP_CWORD=${#words[@]}
+    COMPREPLY=()
+    _driverhost
+    found=$(printf '%s\n' "${COMPREPLY[@]}" | sort -u | xargs)
+    expected=$(printf '%s\n' $2 | sort -u | xargs)
+    if [ "$found" != "$expected" ]; then
+        echo "driverhost $1: offers '$found', not '$expected'"
+        failures=$((failures + 1))
+    fi
+}
+
+# begins LINE WORDS: the same, but more may be offered.
+includes() {
+    local word
+    read -ra COMP_WORDS <<<"driverhost $1"
+    COMP_WORDS=("$driverhost" "${COMP_WORDS[@]:1}")
+    COMP_WORDS=("${COMP_WORDS[@]/#_/}")
+    COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+    COMPREPLY=()
+    _driverhost
+    for word in $2; do
+        if ! printf '%s\n' "${COMPREPLY[@]}" | grep -qxF -- "$word"; then
+            echo "driverhost $1: does not offer '$word'"
+            failures=$((failures + 1))
+        fi
+    done
+}
+
+includes "_" "info read write project scan help"
+offers "rea" "read"
+offers "nothing" ""
+offers "project _" "create show import export"
+offers "--station 3 project sh" "show"
+offers "help _" "$("$driverhost" --help | sed -n '/^Subcommands:/,/^$/ s/^  \([a-z]*\) .*/\1/p')"
+offers "help project im" "import"
+offers "--form" "--format"
+offers "--format _" "text json"
+offers "--format = j" "json"
+offers "read HR1 --format _" "text json"
+offers "read HR1 --type b" "bit byte block bitblock"
+offers "read HR1 --count _" ""
+offers "--trace rea" "read"
+offers "--trace read _" "DI DO FN5DO FN6HR HR IR"
+offers "write F" "FN5DO FN6HR"
+offers "scan --area _" "HR IR DO DI"
+offers "scan --area HR,D" "HR,DO HR,DI"
+offers "scan --f" "--format --from --finest"
+includes "scan --" "--stations --area --from --to --finest --device --station --help"
+offers "project import t" "tags.csv"
+offers "project create --tags t" "tags.csv"
+offers "--driver _" "tags.csv watch.csv"
+offers "project show --a" "--all"
+
+[ "$failures" -eq 0 ] && echo "completion: all as expected"
+exit "$failures"

@@ -1,0 +1,448 @@
+#include "host_program.h"
+#include "slave_process.h"
+
+#include <QElapsedTimer>
+#include <QRegularExpression>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QtTest>
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+
+namespace {
+
+#ifdef __SANITIZE_ADDRESS__
+constexpr int manyTags = 100000;
+constexpr long mostKilobytes = 1000000;
+#else
+constexpr int manyTags = 1000000;
+constexpr long mostKilobytes = 100000;
+#endif
+
+/// "1 HR 1-200 readable", one for each range of a scan with --format json.
+QStringList rangesOf(const ProgramRun& run)
+{
+    QStringList texts;
+    for (const QJsonObject& object : run.json()) {
+        if (object.contains(QStringLiteral("area")))
+            texts += QStringLiteral("%1 %2 %3-%4 %5")
+                         .arg(object.value(QStringLiteral("station")).toInt())
+                         .arg(object.value(QStringLiteral("area")).toString())
+                         .arg(object.value(QStringLiteral("from")).toInt())
+                         .arg(object.value(QStringLiteral("to")).toInt())
+                         .arg(object.value(QStringLiteral("state")).toString());
+    }
+    return texts;
+}
+
+} // namespace
+
+/// scan, import, export, show and help as they run for a user, against slavesim.
+class tst_commissioning : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void scanText();
+    void scanRanges_data();
+    void scanRanges();
+    void scanOfSilentStations();
+    void scanWithoutDevice_data();
+    void scanWithoutDevice();
+    void scanInterrupted_data();
+    void scanInterrupted();
+    void wrong_data();
+    void wrong();
+    void importAndExport();
+    void importKeepsOtherLinks();
+    void badImportKeepsTheProject_data();
+    void badImportKeepsTheProject();
+    void manyTagsInBoundedMemory();
+    void interruptedImport();
+    void progressOnATerminal();
+    void showWarnsOfLongRuns();
+    void examples();
+
+private:
+    QString device() const { return QStringLiteral("--device %1 ").arg(m_slave.device()); }
+    bool writeManyTags();
+
+    HostProgram m_host;
+    SlaveProcess m_slave;
+};
+
+void tst_commissioning::initTestCase()
+{
+    QVERIFY(m_host.install());
+    QVERIFY2(
+        m_slave.start(QStringLiteral("--stations 1,3-4 --serve HR=1-200 --serve HR=301-310 --serve IR=1-20 "
+                                     "--serve DO=17-100")
+                          .split(QLatin1Char(' '))),
+        m_slave.problem());
+}
+
+void tst_commissioning::init()
+{
+    QCOMPARE(m_host.run(QStringLiteral("project create --tag DO1 --tag DO2 --tag DO9 --tag 3-DI7")).status,
+             0);
+}
+
+void tst_commissioning::scanText()
+{
+    const ProgramRun run =
+        m_host.run(device() + QStringLiteral("scan --stations 1-2 --timeout 300 --area DO,HR --to 400"));
+    QCOMPARE(run.status, 0);
+    QCOMPARE(run.err, QString());
+    QCOMPARE(run.out.section(QLatin1String("\n\n"), 0, 1),
+             QStringLiteral("answering stations  1\n"
+                            "silent stations     2\n"
+                            "\n"
+                            "STATION  AREA  FROM   TO     COUNT  STATE     REASON\n"
+                            "      1  DO    DO1    DO16      16  refused   exception code:02\n"
+                            "      1  DO    DO17   DO100     84  readable\n"
+                            "      1  DO    DO101  DO400    300  refused   exception code:02\n"
+                            "      1  HR    HR1    HR200    200  readable\n"
+                            "      1  HR    HR201  HR300    100  refused   exception code:02\n"
+                            "      1  HR    HR301  HR310     10  readable\n"
+                            "      1  HR    HR311  HR400     90  refused   exception code:02"));
+    QVERIFY(run.out.contains(QRegularExpression(QStringLiteral("\n[0-9]+ request\\(s\\) in [0-9.]+ s\n$"))));
+}
+
+void tst_commissioning::scanRanges_data()
+{
+    QTest::addColumn<QStringList>("ranges");
+    QTest::newRow("scan --to 20 --area ir,hr")
+        << QStringList{QStringLiteral("1 IR 1-20 readable"), QStringLiteral("1 HR 1-20 readable")};
+    QTest::newRow("scan --station 3 --from 200 --to 201 --area HR")
+        << QStringList{QStringLiteral("3 HR 200-200 readable"), QStringLiteral("3 HR 201-201 refused")};
+    QTest::newRow("scan --area DI") << QStringList{QStringLiteral("1 DI 1-65536 readable")};
+    QTest::newRow("scan --area HR --finest 125 --to 65536")
+        << QStringList{QStringLiteral("1 HR 1-200 readable"), QStringLiteral("1 HR 201-65536 refused")};
+}
+
+void tst_commissioning::scanRanges()
+{
+    const ProgramRun run =
+        m_host.run(device() + QStringLiteral("--format json ") + QLatin1String(QTest::currentDataTag()));
+    QCOMPARE(run.status, 0);
+    QTEST(rangesOf(run), "ranges");
+    QVERIFY(run.json().last().value(QStringLiteral("complete")).toBool());
+}
+
+void tst_commissioning::scanOfSilentStations()
+{
+    QElapsedTimer timer;
+    timer.start();
+    const ProgramRun run =
+        m_host.run(device() + QStringLiteral("scan --stations 5-24 --timeout 100 --format json"));
+    QCOMPARE(run.status, 1);
+    QVERIFY2(run.err.startsWith(QLatin1String("error: no station answers: no answer from 127.0.0.1:")),
+             qPrintable(run.err));
+    QCOMPARE(run.json().size(), 21);
+    QCOMPARE(run.json().last().value(QStringLiteral("requests")).toInt(), 20);
+    QVERIFY(timer.elapsed() >= 2000);
+}
+
+void tst_commissioning::scanWithoutDevice_data()
+{
+    QTest::addColumn<bool>("hasProject");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("refused") << true << "error: connection refused by 127.0.0.1:1\n";
+    QTest::newRow("no project") << false << "error: can not open database\n";
+}
+
+void tst_commissioning::scanWithoutDevice()
+{
+    QFETCH(bool, hasProject);
+    if (!hasProject)
+        QVERIFY(QFile::remove(m_host.projectFile()));
+    const ProgramRun run = m_host.run(QStringLiteral("--device 127.0.0.1:1 scan --stations 1-247"));
+    QCOMPARE(run.status, 1);
+    QCOMPARE(run.out, QString());
+    QTEST(run.err.section(QLatin1Char('\n'), 0, 0) + QLatin1Char('\n'), "error");
+}
+
+void tst_commissioning::scanInterrupted_data()
+{
+    QTest::addColumn<QString>("options");
+    QTest::addColumn<QString>("lastRange");
+    QTest::newRow("between requests") << "--area HR --delay 5"
+                                      << "-65536 not asked";
+    QTest::newRow("in a pause") << "--area HR,IR --delay 30000"
+                                << "";
+    QTest::newRow("in a wait") << "--stations 1-3 --area HR --timeout 30000"
+                               << "1 HR 1-65536 not asked";
+}
+
+// The trace tells when the scan has begun.
+void tst_commissioning::scanInterrupted()
+{
+    QFETCH(QString, options);
+    QFETCH(QString, lastRange);
+    const bool isSlow = options.contains(QLatin1String("30000"));
+    m_host.start(QStringLiteral("exec ./driverhost --trace --format json ") + device() +
+                 QStringLiteral("scan ") + options);
+    if (!options.contains(QLatin1String("--delay 30000")))
+        QVERIFY(m_host.waitForError("->"));
+    QTest::qWait(300);
+    QElapsedTimer timer;
+    timer.start();
+    m_host.interrupt();
+    const ProgramRun run = m_host.finish();
+    QVERIFY(!isSlow || timer.elapsed() < 10000);
+    QCOMPARE(run.status, 130);
+    QVERIFY(run.err.contains(QLatin1String("error: interrupted\n")));
+    const QStringList ranges = rangesOf(run);
+    QVERIFY2(ranges.value(ranges.size() - 1, QStringLiteral("none")).endsWith(lastRange),
+             qPrintable(ranges.join(QStringLiteral(", "))));
+    QVERIFY(ranges.isEmpty() || !run.json().last().value(QStringLiteral("complete")).toBool(true));
+}
+
+void tst_commissioning::wrong_data()
+{
+    QTest::addColumn<QString>("error");
+    QTest::newRow("scan --stations 0-256")
+        << "--stations: must be numbers and ranges from 0 to 255, as 1,5-7";
+    QTest::newRow("scan --area HR,XR") << "--area: must be one of HR, IR, DO, DI, not \"XR\"";
+    QTest::newRow("scan --to 65537") << "--to: must be a whole number from 1 to 65536";
+    QTest::newRow("scan --from 9 --to 8") << "--from: must be at most --to, 8, not 9";
+    QTest::newRow("scan --finest 0") << "--finest: must be a whole number from 1";
+    QTest::newRow("project import") << "FILE is required";
+    QTest::newRow("project import none.csv") << "can not read none.csv: No such file";
+    QTest::newRow("project import .") << "can not read .: ";
+    QTest::newRow("--link 7 project import none.csv") << "--link: the project ";
+    QTest::newRow("--link 7 project export") << " has no link 7; its links are: 1";
+    QTest::newRow("help reed") << "driverhost takes no \"reed\"; did you mean read?";
+    QTest::newRow("help project drop") << "its commands are create, show, import, export";
+}
+
+void tst_commissioning::wrong()
+{
+    QFETCH(QString, error);
+    const ProgramRun run = m_host.run(QLatin1String(QTest::currentDataTag()));
+    QCOMPARE(run.status, 2);
+    QVERIFY2(run.err.startsWith(QLatin1String("error: ")) && run.err.contains(error), qPrintable(run.err));
+}
+
+void tst_commissioning::importAndExport()
+{
+    QVERIFY(m_host.write("in.csv",
+                         "\xEF\xBB\xBF"
+                         "Address,name\r\nDI5,\"pump, left\"\r\n2-do17,\r\nHR7SW,\"a \"\"b\"\"\"\r\n"));
+    const ProgramRun import = m_host.run(QStringLiteral("project import in.csv"));
+    QCOMPARE(import.err, QString());
+    QCOMPARE(import.status, 0);
+    const QString exported = QStringLiteral("address\nDI5\n2-do17\nHR7SW\n");
+    QCOMPARE(m_host.run(QStringLiteral("project export")).out, exported);
+    QCOMPARE(m_host.run(QStringLiteral("project export out.csv")).status, 0);
+    QCOMPARE(m_host.contents(m_host.path("out.csv")), exported.toUtf8());
+    QCOMPARE(m_host.run(QStringLiteral("project import out.csv --format json"))
+                 .json()
+                 .first()
+                 .value(QStringLiteral("tags"))
+                 .toInt(),
+             3);
+    QCOMPARE(m_host.run(QStringLiteral("project export")).out, exported);
+
+    // A full disk: the old file stays. A device is written to, not replaced by a file.
+    for (const char* target : {"/dev/stdout > /dev/full", "> /dev/full", "none/out.csv", "."}) {
+        const ProgramRun full = m_host.run(QStringLiteral("project export ") + QLatin1String(target));
+        QCOMPARE(full.status, 1);
+        QVERIFY2(full.err.startsWith(QLatin1String("error: can not write ")), qPrintable(full.err));
+    }
+    QCOMPARE(m_host.run(QStringLiteral("project export /dev/stdout | cat")).out, exported);
+}
+
+// Tables and rows that are not the link's stay, also those that this program knows nothing of.
+void tst_commissioning::importKeepsOtherLinks()
+{
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
+        database.setDatabaseName(m_host.projectFile());
+        QVERIFY(database.open());
+        for (const char* statement :
+             {"INSERT INTO LINK VALUES (2, 1000)", "INSERT INTO custom_tag_table VALUES (2, 'DI77')",
+              "CREATE TABLE SCREEN (title TEXT)", "INSERT INTO SCREEN VALUES ('Main')"})
+            QVERIFY(QSqlQuery(database).exec(QLatin1String(statement)));
+        database.close();
+    }
+    QVERIFY(m_host.write("in.csv", "DI1\n"));
+    QCOMPARE(m_host.run(QStringLiteral("project import in.csv")).status, 0);
+    QCOMPARE(m_host.run(QStringLiteral("project export")).out, QStringLiteral("address\nDI1\n"));
+    QCOMPARE(m_host.run(QStringLiteral("project export --link 2")).out, QStringLiteral("address\nDI77\n"));
+    QSqlDatabase database = QSqlDatabase::database();
+    QSqlQuery query(QStringLiteral("SELECT title FROM SCREEN"), database);
+    QVERIFY(query.next());
+    QCOMPARE(query.value(0).toString(), QStringLiteral("Main"));
+    database.close();
+}
+
+void tst_commissioning::badImportKeepsTheProject_data()
+{
+    QTest::addColumn<QByteArray>("csv");
+    QTest::addColumn<QString>("prefix"); ///< of the command, for the shell
+    QTest::addColumn<int>("status");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("one line")
+        << QByteArray("DI1\nXY2\nDI3\n") << "" << 2
+        << "in.csv:2: \"XY2\" is in no area of the driver (DI, DO, FN5DO, HR, FN6HR, IR)\n"
+           "error: 1 line(s) of in.csv are wrong; the project is as it was\n";
+    QByteArray bad = "DI1\n";
+    for (int i = 0; i < 50; ++i)
+        bad += "DI1\n";
+    QTest::newRow("fifty lines")
+        << bad << "" << 2
+        << "in.csv:21: the address is that of line 1\n"
+           "error: 50 line(s) of in.csv are wrong, the first 20 are listed; the project "
+           "is as it was\n";
+    QByteArray large;
+    for (int i = 1; i <= 60000; ++i)
+        large += "DI" + QByteArray::number(i) + '\n';
+    // A file may not grow over 200 KiB there, as if the disk were full.
+    QTest::newRow("full disk") << large << "trap '' XFSZ; ulimit -f 200; " << 1
+                               << "error: can not write project ";
+}
+
+void tst_commissioning::badImportKeepsTheProject()
+{
+    QFETCH(QByteArray, csv);
+    QFETCH(QString, prefix);
+    QVERIFY(m_host.write("in.csv", csv));
+    const QByteArray before = m_host.contents(m_host.projectFile());
+    const ProgramRun run = m_host.shell(prefix + QStringLiteral("exec ./driverhost project import in.csv"));
+    QTEST(run.status, "status");
+    QFETCH(QString, error);
+    QVERIFY2(run.err.contains(error), qPrintable(run.err));
+    QCOMPARE(m_host.contents(m_host.projectFile()), before);
+    QCOMPARE(QDir(m_host.path("compile/database")).entryList(QDir::Files),
+             QStringList(QStringLiteral("database")));
+}
+
+bool tst_commissioning::writeManyTags()
+{
+    QByteArray text = "address,name,comment\n";
+    for (int i = 0; i < manyTags; ++i)
+        text += QByteArray::number(1 + i / 5000) + (i % 2 ? "-DI" : "-FN5DO") +
+                QByteArray::number(1 + i % 5000) + ",tag " + QByteArray::number(i) + ",\"some, comment\"\n";
+    return m_host.write("many.csv", text);
+}
+
+void tst_commissioning::manyTagsInBoundedMemory()
+{
+    QVERIFY(writeManyTags());
+    QElapsedTimer timer;
+    timer.start();
+    const QByteArray program = m_host.file().toLocal8Bit();
+    const QByteArray file = m_host.path("many.csv").toLocal8Bit();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::execl(program.constData(), "driverhost", "project", "import", file.constData(), nullptr);
+        ::_exit(127);
+    }
+    int status = -1;
+    rusage usage{};
+    QCOMPARE(::wait4(child, &status, 0, &usage), child);
+    QCOMPARE(status, 0);
+    qInfo("%d tags: %lld ms, %ld MiB at most", manyTags, timer.elapsed(), usage.ru_maxrss / 1024);
+    QVERIFY(usage.ru_maxrss < mostKilobytes);
+
+    timer.restart();
+    const ProgramRun show = m_host.run(QStringLiteral("project show"));
+    qInfo("project show: %lld ms, %d lines", timer.elapsed(), show.out.count(QLatin1Char('\n')));
+    QVERIFY(show.out.contains(QString::number(manyTags)));
+    QVERIFY(show.out.contains(QLatin1String("... and 2480 more")));
+    QVERIFY(show.out.count(QLatin1Char('\n')) < 1000);
+}
+
+void tst_commissioning::interruptedImport()
+{
+    QVERIFY(writeManyTags());
+    const QByteArray before = m_host.contents(m_host.projectFile());
+    const QDir folder(m_host.path("compile/database"));
+    const auto isWriting = [&] {
+        const QFileInfoList files = folder.entryInfoList({QStringLiteral("database.new-*")}, QDir::Files);
+        return !files.isEmpty() && files.first().size() > before.size();
+    };
+    m_host.start(QStringLiteral("exec ./driverhost project import many.csv"));
+    QTRY_VERIFY_WITH_TIMEOUT(isWriting(), 60000);
+    m_host.interrupt();
+    const ProgramRun run = m_host.finish();
+    QCOMPARE(run.err, QStringLiteral("error: interrupted, the project is as it was\n"));
+    QCOMPARE(run.status, 130);
+    QCOMPARE(m_host.contents(m_host.projectFile()), before);
+    QCOMPARE(folder.entryList(QDir::Files), QStringList(QStringLiteral("database")));
+}
+
+// Through script, which gives the program a terminal; stdout goes to a file, so what comes is stderr.
+void tst_commissioning::progressOnATerminal()
+{
+    const ProgramRun run = m_host.shell(
+        QStringLiteral("script -qefc './driverhost %1 scan --area HR --to 2000 --delay 1 > out.txt' "
+                       "/dev/null < /dev/null")
+            .arg(device()));
+    QCOMPARE(run.status, 0);
+    QVERIFY2(run.out.contains(
+                 QRegularExpression(QStringLiteral("\\[#*\\.*\\] +[0-9]+ % +[0-9:]+ left  station 1 HR"))),
+             qPrintable(run.out));
+    QVERIFY(run.out.endsWith(QLatin1String(" \r")));
+    QVERIFY(m_host.contents(m_host.path("out.txt")).contains("HR201  HR300"));
+}
+
+void tst_commissioning::showWarnsOfLongRuns()
+{
+    QByteArray text;
+    for (int i = 1; i <= 2008; ++i)
+        text += "DI" + QByteArray::number(i) + "\nDO" + QByteArray::number(i + 100) + '\n';
+    QVERIFY(m_host.write("in.csv", text + "DO2109\nDO65536\n"));
+    QCOMPARE(m_host.run(QStringLiteral("project import in.csv")).status, 0);
+    const ProgramRun show = m_host.run(QStringLiteral("project show"));
+    QCOMPARE(show.out.section(QLatin1String("LINK  STATION  AREA  FROM"), 1),
+             QStringLiteral(
+                 "     TO       BITS\n"
+                 "   1        1  DI    DI1      DI2008   2008\n"
+                 "   1        1  DO    DO101    DO2109   2009  warning: refused when read at once, more "
+                 "than 2008 bits\n"
+                 "   1        1  DO    DO65536  DO65536     1\n"));
+    // The driver means it.
+    const ProgramRun read = m_host.run(device() + QStringLiteral("read DO97 --type byte --count 252"));
+    QVERIFY2(read.err.contains(QLatin1String("can't read 2009 bits from DO101")), qPrintable(read.err));
+}
+
+// Every example of every command's help does what it promises.
+void tst_commissioning::examples()
+{
+    const auto commandsOf = [this](const QString& command) {
+        static const QRegularExpression line(QStringLiteral("^  ([a-z]+)  "));
+        const QString help = m_host.run(QStringLiteral("help ") + command).out;
+        QStringList names;
+        for (const QString& text : help.section(QLatin1String("Subcommands:\n"), 1).split(QLatin1Char('\n')))
+            if (line.match(text).hasMatch())
+                names += QString(command + QLatin1Char(' ') + line.match(text).captured(1)).trimmed();
+        return names;
+    };
+    QStringList commands;
+    for (const QString& command : commandsOf(QString())) {
+        const QStringList below = commandsOf(command);
+        commands += below.isEmpty() ? QStringList(command) : below;
+    }
+    QVERIFY2(commands.size() >= 9 && commands.contains(QLatin1String("project import")),
+             qPrintable(commands.join(QLatin1Char(','))));
+    QVERIFY(m_host.write("tags.csv", "address\nDO17\nDI5\n"));
+    for (const QString& command : qAsConst(commands)) {
+        const QString help = m_host.run(QStringLiteral("help ") + command).out;
+        const QStringList lines =
+            help.split(QLatin1Char('\n')).filter(QRegularExpression(QStringLiteral("^  driverhost ")));
+        QVERIFY2(!lines.isEmpty(), qPrintable(command + QStringLiteral(" has no example")));
+        for (QString line : lines) {
+            line.replace(QLatin1String("127.0.0.1:1502"), m_slave.device());
+            const ProgramRun run = m_host.shell(QStringLiteral("PATH=.:$PATH;") + line);
+            QVERIFY2(run.status == 0, qPrintable(line + QLatin1Char('\n') + run.err));
+        }
+    }
+}
+
+QTEST_MAIN(tst_commissioning)
+#include "tst_commissioning.moc"
