@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "csv_fields.h"
 #include "interrupt.h"
 #include "json_line.h"
 #include "progress_bar.h"
@@ -92,9 +93,7 @@ int reportImport(const ImportResult& result, const ProjectImportOptions& options
 void writeTags(ProjectReader& reader, int linkId, QTextStream& out)
 {
     out << "address\n";
-    reader.forEachTagOf(linkId, [&out](const ProjectTag& tag) {
-        out << QString::fromUtf8(csvField(tag.address.toUtf8())) << '\n';
-    });
+    reader.forEachTagOf(linkId, [&out](const ProjectTag& tag) { out << csvField(tag.address) << '\n'; });
 }
 
 /// Writes the tags to an open file and brings them out of its buffer. Returns whether that worked.
@@ -165,10 +164,5 @@ int runProjectExport(const ProjectExportOptions& options, Console& console)
         return writeTagFile(reader, options, failure) ? int(Done) : reportError(console, Refused, failure);
     }
     writeTags(reader, options.link.linkId, console.out);
-    console.out.flush();
-    if (!reader.error().isEmpty())
-        return reportError(console, Refused, reader.error());
-    if (console.out.status() != QTextStream::Ok)
-        return reportError(console, Refused, QStringLiteral("can not write to the standard output"));
-    return Done;
+    return reader.error().isEmpty() ? int(Done) : reportError(console, Refused, reader.error());
 }

@@ -3,6 +3,7 @@
 # lines, the last word being the one that is completed. Words are separated by blanks, "_" is an empty one.
 set -uo pipefail
 driverhost=$1
+# shellcheck source=/dev/null
 source "$2"
 cd "$(mktemp -d)" || exit 1
 touch tags.csv watch.csv
@@ -18,14 +19,14 @@ offers() {
     COMPREPLY=()
     _driverhost
     found=$(printf '%s\n' "${COMPREPLY[@]}" | sort -u | xargs)
-    expected=$(printf '%s\n' $2 | sort -u | xargs)
+    expected=$(xargs -n 1 <<<"$2" | sort -u | xargs)
     if [ "$found" != "$expected" ]; then
         echo "driverhost $1: offers '$found', not '$expected'"
         failures=$((failures + 1))
     fi
 }
 
-# begins LINE WORDS: the same, but more may be offered.
+# includes LINE WORDS: the same, but more may be offered.
 includes() {
     local word
     read -ra COMP_WORDS <<<"driverhost $1"
@@ -60,6 +61,9 @@ offers "--trace read _" "DI DO FN5DO FN6HR HR IR"
 offers "write F" "FN5DO FN6HR"
 offers "scan --area _" "HR IR DO DI"
 offers "scan --area HR,D" "HR,DO HR,DI"
+offers "watch HR1 : b" "bit byte block bitblock"
+offers "watch HR1 :" "bit byte word dword qword block bitblock"
+offers "watch --csv w" "watch.csv"
 offers "scan --f" "--format --from --finest"
 includes "scan --" "--stations --area --from --to --finest --device --station --help"
 offers "project import t" "tags.csv"

@@ -251,7 +251,8 @@ void tst_commissioning::importAndExport()
     for (const char* target : {"/dev/stdout > /dev/full", "> /dev/full", "none/out.csv", "."}) {
         const ProgramRun full = m_host.run(QStringLiteral("project export ") + QLatin1String(target));
         QCOMPARE(full.status, 1);
-        QVERIFY2(full.err.startsWith(QLatin1String("error: can not write ")), qPrintable(full.err));
+        QVERIFY2(full.err.contains(QRegularExpression(QStringLiteral("^error: .*can not (be )?writ"))),
+                 qPrintable(full.err));
     }
     QCOMPARE(m_host.run(QStringLiteral("project export /dev/stdout | cat")).out, exported);
 }
