@@ -22,7 +22,6 @@ const Example examples[] = {
     {"project export", "driverhost project export tags.csv"},
     {"scan", "driverhost --device 127.0.0.1:1502 scan --area HR,DO --to 1000"},
     {"scan", "driverhost --device 127.0.0.1:1502 --timeout 200 scan --stations 1-5 --area HR --to 10"},
-    {"watch", "driverhost --device 127.0.0.1:1502 watch HR100 DO5:bit:8 --interval 500 --samples 4"},
     {"help", "driverhost help project import"},
 };
 

@@ -1,5 +1,4 @@
 #include "commands/commands.h"
-#include "csv_fields.h"
 #include "interrupt.h"
 #include "json_line.h"
 #include "progress_bar.h"
@@ -93,7 +92,9 @@ int reportImport(const ImportResult& result, const ProjectImportOptions& options
 void writeTags(ProjectReader& reader, int linkId, QTextStream& out)
 {
     out << "address\n";
-    reader.forEachTagOf(linkId, [&out](const ProjectTag& tag) { out << csvField(tag.address) << '\n'; });
+    reader.forEachTagOf(linkId, [&out](const ProjectTag& tag) {
+        out << QString::fromUtf8(csvField(tag.address.toUtf8())) << '\n';
+    });
 }
 
 /// Writes the tags to an open file and brings them out of its buffer. Returns whether that worked.

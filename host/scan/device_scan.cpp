@@ -99,7 +99,7 @@ private:
 
     Answer askOnce(const Request& request)
     {
-        const Answer answer = m_requester.ask(request);
+        Answer answer = m_requester.ask(request);
         if (answer.isThere() || answer.kind == Answer::Silence)
             ++m_findings.requests;
         return answer;

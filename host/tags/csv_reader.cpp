@@ -141,3 +141,15 @@ void CsvReader::skipRestOfLine()
     while (peek() != EndOfFile && take() != '\n') {
     }
 }
+
+QByteArray csvField(const QByteArray& text)
+{
+    bool needsQuotes = text.isEmpty();
+    for (const char character : text)
+        needsQuotes =
+            needsQuotes || character == ',' || character == '"' || character == '\n' || character == '\r';
+    if (!needsQuotes)
+        return text;
+    QByteArray doubled = text;
+    return '"' + doubled.replace('"', "\"\"") + '"';
+}

@@ -51,4 +51,7 @@ private:
     qint64 m_line = 1;
 };
 
+/// A field as it must stand in a row: in quotes when it needs them.
+QByteArray csvField(const QByteArray& text);
+
 #endif
