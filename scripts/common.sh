@@ -52,3 +52,22 @@ need_packages() {
 sources() {
     git ls-files --cached --others --exclude-standard -- '*.h' '*.cpp'
 }
+
+# in_lanes FUNCTION ITEM...: calls FUNCTION ITEM for each item, as many at a time as there are processors; fails when
+# one of the calls did.
+in_lanes() {
+    local work=$1 lanes item failures status=0
+    shift
+    lanes=$(nproc)
+    failures=$(mktemp)
+    for item in "$@"; do
+        while [ "$(jobs -rp | wc -l)" -ge "$lanes" ]; do
+            wait -n || true
+        done
+        { "$work" "$item" || echo "$item" >>"$failures"; } &
+    done
+    wait
+    [ ! -s "$failures" ] || status=1
+    rm -f "$failures"
+    return $status
+}

@@ -42,6 +42,12 @@ static QStringList statements(const char* one, const char* other = "")
     return QStringList() << QLatin1String(one) << QLatin1String(other);
 }
 
+/// Whether to be content with little, on a machine where everything is slow, such as valgrind's.
+static bool isSlowMachine()
+{
+    return !qgetenv("SMALL_PROJECTS").isEmpty();
+}
+
 /// A driver at work on whatever project there is.
 class Panel
 {
@@ -281,6 +287,8 @@ void tst_bad_databases::rowsWithoutEnd()
     QFETCH(QString, table);
     QFETCH(QString, columns);
     QFETCH(QString, error);
+    if (isSlowMachine())
+        return; // the driver goes on for four million rows
     const QString view = QLatin1String("CREATE VIEW %1 AS WITH RECURSIVE n(x) AS (SELECT 1 UNION ALL "
                                        "SELECT 1 FROM n) SELECT %2 FROM n");
     QVERIFY(ProjectFixture::run(ProjectFixture::usualPlace(), QStringList()
@@ -296,24 +304,22 @@ void tst_bad_databases::rowsWithoutEnd()
 
 void tst_bad_databases::aMillionTags()
 {
-    QVERIFY(ProjectFixture::run(
-        ProjectFixture::usualPlace(),
-        statements(
-            "INSERT INTO custom_tag_table WITH RECURSIVE n(x) AS (SELECT 0 UNION ALL SELECT x + 1 FROM n "
-            "WHERE x < 999999) SELECT 1, CASE WHEN x % 2 THEN '' ELSE (x % 9) || '-' END || 'DO' || "
-            "(65536 - x % 65536) FROM n",
-            "DELETE FROM custom_tag_table WHERE address = 'DO8'")));
+    const int tags = isSlowMachine() ? 10000 : 1000000;
+    const QString fill = QString::fromLatin1("INSERT INTO custom_tag_table WITH RECURSIVE n(x) AS (SELECT 1 "
+                                             "UNION ALL SELECT x + 1 FROM n WHERE x < %1) "
+                                             "SELECT 1, CASE x % 65536 % 3 WHEN 0 THEN 'HR' WHEN 1 THEN 'DO' "
+                                             "ELSE '1-DI' END || (x % 65536) FROM n");
+    QVERIFY(ProjectFixture::run(ProjectFixture::usualPlace(), QStringList(fill.arg(tags - 1))));
     Panel panel;
     const PeakMemory memory;
     const qint64 start = CurrentMSecsSinceBoot();
     QVERIFY(panel.driver.readDB(&panel.link, QString()));
-    qDebug("a million tags: %d ms, %d KiB more at the peak", int(CurrentMSecsSinceBoot() - start),
+    qDebug("%d tags: %d ms, %d KiB more at the peak", tags, int(CurrentMSecsSinceBoot() - start),
            memory.grownKiB());
 
-    panel.link.answersPdu("0101 7F");
-    const QByteArray data =
-        panel.driver.read(&panel.link, CommunicatorCommand(Byte, 1, QLatin1String("DO1")));
-    QCOMPARE(data.toHex(), QByteArray("7f"));
+    panel.link.answersPdu("0201 01").answersPdu("0201 01").answersPdu("0201 01"); // DI2, DI5, DI8
+    QCOMPARE(panel.driver.read(&panel.link, CommunicatorCommand(Byte, 1, QLatin1String("DI1"))).toHex(),
+             QByteArray("92"));
 }
 
 QTEST_MAIN(tst_bad_databases)
