@@ -154,8 +154,9 @@ QVector<Panel> panelsOf(const Record& record)
     QVector<Panel> panels;
     const Columns numbers = columnsWithValues(record, false);
     const Columns bits = columnsWithValues(record, true);
+    const bool onlyNumbers = bits.isEmpty();
     if (!numbers.isEmpty())
-        panels += {numbers, headHeight, numbersHeight, bits.isEmpty()};
+        panels += {numbers, headHeight, numbersHeight, onlyNumbers};
     if (!bits.isEmpty())
         panels += {bits, numbers.isEmpty() ? headHeight : headHeight + numbersHeight + panelGap,
                    laneHeight * (bits.size() + 1), true};
