@@ -80,11 +80,11 @@ void ModbusTcpSlaveParseAddress(const QString& text, QByteArray& prefix, unsigne
 /// Whether the command's address has the mark "SW" anywhere, in any case.
 bool isHighWordFirst(const CommunicatorCommand& command)
 {
-    const QChar* const text = command.address.constData();
-    for (int i = 0; i + 1 < command.address.size(); ++i)
-        if (upperCase(eightBit(text[i])) == 'S' && upperCase(eightBit(text[i + 1])) == 'W')
-            return true;
-    return false;
+    const QChar* text = command.address.constData();
+    const QChar* const end = text + command.address.size();
+    while (end - text >= 2 && !beginsWith(text, "SW"))
+        ++text;
+    return end - text >= 2;
 }
 
 /// Bytes that the elements of a register command take on the wire, whatever their count.

@@ -32,18 +32,27 @@ enum : int
     AddressSpace = 65536
 };
 
-inline char upperCase(char letter)
+inline unsigned int upperCase(ushort code)
 {
-    return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
+    return code >= 'a' && code <= 'z' ? code - 'a' + 'A' : code;
 }
 
-/// Whether prefix, whatever the case of its letters, begins with area, which is in capitals.
+/// Whether the text, whatever the case of its letters, begins with area, which is in capitals.
 template<std::size_t Size>
-bool beginsWith(const QByteArray& prefix, const char (&area)[Size])
+bool beginsWith(const QByteArray& text, const char (&area)[Size])
 {
-    const char* text = prefix.constData();
     for (std::size_t i = 0; i < Size - 1; ++i)
-        if (upperCase(text[i]) != area[i])
+        if (upperCase(static_cast<unsigned char>(text.constData()[i])) != static_cast<unsigned char>(area[i]))
+            return false;
+    return true;
+}
+
+/// The text ends with a zero character.
+template<std::size_t Size>
+bool beginsWith(const QChar* text, const char (&area)[Size])
+{
+    for (std::size_t i = 0; i < Size - 1; ++i)
+        if (upperCase(text[i].unicode()) != static_cast<unsigned char>(area[i]))
             return false;
     return true;
 }
@@ -232,7 +241,6 @@ private:
     bool runAttempts(AbstractDeviceInterface* device, Attempt attempt);
     Q_DECL_HIDDEN bool loadProject(AbstractDeviceInterface* device);
     Q_DECL_HIDDEN void reopenChangedProject();
-    Q_DECL_HIDDEN void insertQualifiedTag();
     Q_DECL_HIDDEN void describeCommand(const char* verb, const char* preposition, unsigned char station,
                                        const CommunicatorCommand& command);
 

@@ -1,5 +1,6 @@
 #include "modbus_tcp_slave.h"
 
+#include "bit_tag.h"
 #include "device_setting.h"
 #include "tools.h"
 
@@ -87,12 +88,6 @@ void DriverModbusTcpSlave::validBitAddressesMapInsertDI(unsigned char station, u
     validBitAddressesMap[station].DISetPush(address);
 }
 
-/// One-based number of a tag as the zero-based address of its bit.
-static unsigned short bitAddress(int number)
-{
-    return static_cast<unsigned short>(static_cast<unsigned int>(number) - 1);
-}
-
 bool DriverModbusTcpSlave::initValidBitAddressesMap(int linkId, unsigned char defaultStation)
 {
     QSqlQuery query(QSqlDatabase::database(connectionName, true));
@@ -107,15 +102,13 @@ bool DriverModbusTcpSlave::initValidBitAddressesMap(int linkId, unsigned char de
     int rows = 0;
     while (rows < MaxTagRows && query.next()) {
         ++rows;
-        const QString tag = query.value(0).toString();
-        if (tag.startsWith(QLatin1String("FN5DO"), Qt::CaseInsensitive))
-            validBitAddressesMapInsertDO(defaultStation, bitAddress(ExtractPLCDeviceAddress(tag.mid(3), 10)));
-        else if (tag.startsWith(QLatin1String("DI"), Qt::CaseInsensitive))
-            validBitAddressesMapInsertDI(defaultStation, bitAddress(ExtractPLCDeviceAddress(tag, 10)));
-        else if (tag.startsWith(QLatin1String("DO"), Qt::CaseInsensitive))
-            validBitAddressesMapInsertDO(defaultStation, bitAddress(ExtractPLCDeviceAddress(tag, 10)));
-        else if (bitAddressRegExp.indexIn(tag) == 0)
-            insertQualifiedTag();
+        BitTag tag;
+        if (!readBitTag(query.value(0).toString(), defaultStation, bitAddressRegExp, tag))
+            continue;
+        if (tag.isInput)
+            validBitAddressesMapInsertDI(tag.station, tag.address);
+        else
+            validBitAddressesMapInsertDO(tag.station, tag.address);
     }
     if (query.lastError().isValid() || rows == MaxTagRows) {
         // A damaged file can break off between two rows, and the tags behind would read as 0 for ever. Or it
@@ -130,15 +123,4 @@ bool DriverModbusTcpSlave::initValidBitAddressesMap(int linkId, unsigned char de
         station->second.DOSetSort();
     }
     return true;
-}
-
-/// Files the tag that bitAddressRegExp has just matched under the station that it names.
-void DriverModbusTcpSlave::insertQualifiedTag()
-{
-    const unsigned char station = static_cast<unsigned char>(bitAddressRegExp.cap(1).toUInt());
-    const unsigned short address = bitAddress(bitAddressRegExp.cap(3).toInt());
-    if (bitAddressRegExp.cap(2).startsWith(QLatin1String("DI"), Qt::CaseInsensitive))
-        validBitAddressesMapInsertDI(station, address);
-    else
-        validBitAddressesMapInsertDO(station, address);
 }

@@ -1,5 +1,7 @@
 #include "address.h"
 
+#include <climits>
+
 namespace {
 
 bool isLetterUpTo(char c, char lastLower, char lastUpper)
@@ -12,11 +14,59 @@ bool isSymbol(char c)
     return c == '_' || isLetterUpTo(c, 'z', 'Z');
 }
 
-bool isDigit(char c, int base)
+unsigned int codeOf(char c)
 {
-    if (base == 16 && isLetterUpTo(c, 'f', 'F'))
-        return true;
-    return c >= '0' && c <= (base == 8 ? '7' : '9');
+    return static_cast<unsigned char>(c);
+}
+
+unsigned int codeOf(QChar c)
+{
+    return c.unicode();
+}
+
+// -1 for a character that is no digit of the base.
+template<typename Character>
+int digitValue(Character c, int base)
+{
+    const unsigned int code = codeOf(c);
+    int value = -1;
+    if (code >= '0' && code <= '9')
+        value = static_cast<int>(code - '0');
+    else if ((code >= 'a' && code <= 'f') || (code >= 'A' && code <= 'F'))
+        value = static_cast<int>(code % 16 + 9);
+    return value < base ? value : -1;
+}
+
+// The number that the characters write with digits only, 0 when there are none; -1 for anything else.
+template<typename Character>
+int plainNumber(const Character* next, const Character* end, int base)
+{
+    qint64 number = 0;
+    for (; next != end; ++next) {
+        const int digit = digitValue(*next, base);
+        number = number * base + digit;
+        if (digit < 0 || number > INT_MAX)
+            return -1;
+    }
+    return static_cast<int>(number);
+}
+
+// Numbers of digits only, which is most of them, are read in place; the rest is QByteArray's to judge.
+template<typename Character>
+int numberIn(const Character* text, int size, int base)
+{
+    if (base != 8 && base != 10 && base != 16)
+        return -1;
+    const Character* const end = text + size;
+    while (text != end && digitValue(*text, base) < 0)
+        ++text;
+    const int number = plainNumber(text, end, base);
+    if (number >= 0)
+        return number;
+    QByteArray rest;
+    for (; text != end; ++text)
+        rest.append(static_cast<char>(codeOf(*text) < 256 ? codeOf(*text) : '?'));
+    return rest.toInt(nullptr, base);
 }
 
 } // namespace
@@ -36,15 +86,10 @@ QByteArray ExtractPrefixSymbol(const QByteArray& text)
 
 int ExtractPLCDeviceAddress(const QByteArray& text, int base)
 {
-    if (base != 8 && base != 10 && base != 16)
-        return -1;
-    int start = 0;
-    while (start < text.size() && !isDigit(text.at(start), base))
-        ++start;
-    return text.mid(start).toInt(nullptr, base);
+    return numberIn(text.constData(), text.size(), base);
 }
 
 int ExtractPLCDeviceAddress(const QString& text, int base)
 {
-    return ExtractPLCDeviceAddress(text.toLatin1(), base);
+    return numberIn(text.constData(), text.size(), base);
 }
