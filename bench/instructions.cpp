@@ -9,33 +9,19 @@
 //   libmodbus   libmodbus over the same socket
 #include "bench_driver.h"
 #include "memory_link.h"
+#include "wire.h"
 
 #include <QCoreApplication>
 
 #include <modbus.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 namespace {
 
 using Measured = const MeasuredCommand&;
 
-QByteArray requestFrame(Measured measured)
-{
-    QByteArray frame(measured.requestLength, '\0');
-    const bool isBits = measured.command.dataType == BitBlock;
-    const int registers = measured.command.dataType == DoubleWord ? 2 : 1;
-    const int quantity = measured.command.count * registers;
-    frame[6] = 1;
-    frame[7] = static_cast<char>(measured.isWrite ? 16 : isBits ? 1 : 3);
-    frame[10] = static_cast<char>(quantity >> 8);
-    frame[11] = static_cast<char>(quantity & 0xFF);
-    return frame;
-}
-
 void runDriver(Measured measured, int runs)
 {
-    makeProject(QStringList{QStringLiteral("DO1")});
+    makeProject(OneTag());
     const auto plugin = loadDriver();
     MemoryLink link;
     const QByteArray data = measured.data();
@@ -46,7 +32,7 @@ void runDriver(Measured measured, int runs)
 /// The calls of the driver to its link for one command, in their order.
 void callLink(AbstractDeviceInterface& link, const QByteArray& request, int replyLength)
 {
-    char buffer[261] = {};
+    char buffer[261];
     link.commandDelay();
     link.isConnected();
     link.stationId();
@@ -95,13 +81,10 @@ void answer(int socket)
 
 void runBare(int socket, Measured measured, int runs)
 {
+    BareSocket bare(socket);
     const QByteArray request = requestFrame(measured);
-    char reply[261];
-    for (int i = 0; i < runs; ++i) {
-        if (::send(socket, request.constData(), static_cast<std::size_t>(request.size()), MSG_NOSIGNAL) < 0 ||
-            ::recv(socket, reply, sizeof reply, 0) != measured.replyLength)
-            giveUp(QStringLiteral("the bare loop got no answer"));
-    }
+    for (int i = 0; i < runs; ++i)
+        bare.exchange(request, measured.replyLength);
 }
 
 void runLibmodbus(int socket, Measured measured, int runs)
@@ -124,31 +107,35 @@ void runLibmodbus(int socket, Measured measured, int runs)
     modbus_free(context);
 }
 
+void run(const QByteArray& subject, Measured measured, int runs, const char* program)
+{
+    if (subject == "driver")
+        runDriver(measured, runs);
+    else if (subject == "link")
+        runLink(measured, runs);
+    else if (subject == "bare")
+        runBare(socketToSlave(program), measured, runs);
+    else if (subject == "libmodbus")
+        runLibmodbus(socketToSlave(program), measured, runs);
+    else
+        giveUp(QStringLiteral("no such subject: ") + QLatin1String(subject));
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
-    if (argc != 4)
-        giveUp(QStringLiteral("give SUBJECT COMMAND RUNS"));
-    const QByteArray subject = argv[1];
-    if (subject == "answer") {
-        answer(std::atoi(argv[2]));
-        return 0;
-    }
     QCoreApplication application(argc, argv);
-    const MeasuredCommand* const measured = findCommand(argv[2]);
-    const int runs = std::atoi(argv[3]);
-    if (!measured)
-        giveUp(QStringLiteral("no such command: %1").arg(QLatin1String(argv[2])));
-    if (subject == "driver")
-        runDriver(*measured, runs);
-    else if (subject == "link")
-        runLink(*measured, runs);
-    else if (subject == "bare")
-        runBare(socketToSlave(argv[0]), *measured, runs);
-    else if (subject == "libmodbus")
-        runLibmodbus(socketToSlave(argv[0]), *measured, runs);
-    else
-        giveUp(QStringLiteral("no such subject: %1").arg(QLatin1String(argv[1])));
-    return 0;
+    return reportFailure([&] {
+        if (argc != 4)
+            giveUp(QStringLiteral("give SUBJECT COMMAND RUNS"));
+        if (QByteArray(argv[1]) == "answer") {
+            answer(std::atoi(argv[2]));
+            return;
+        }
+        const MeasuredCommand* const measured = findCommand(argv[2]);
+        if (!measured)
+            giveUp(QStringLiteral("no such command: %1").arg(QLatin1String(argv[2])));
+        run(argv[1], *measured, std::atoi(argv[3]), argv[0]);
+    });
 }

@@ -243,20 +243,12 @@ void printFigures(const std::string& command, const Samples& samples)
     printFigure("roundtrip_driver_" + command, driver, "us");
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+void measureAll(int rounds, int commands)
 {
-    QCoreApplication application(argc, argv);
-    const int rounds = argc == 3 ? std::atoi(argv[1]) : 0;
-    const int commands = argc == 3 ? std::atoi(argv[2]) : 0;
-    if (rounds < 1 || commands < 1)
-        giveUp(QStringLiteral("give ROUNDS COMMANDS, both 1 or more"));
-
     SlaveProcess slave;
     if (!slave.start())
         giveUp(QStringLiteral("slavesim does not start: ") + QString::fromLocal8Bit(slave.problem()));
-    makeProject(QStringList{QStringLiteral("DO1")});
+    makeProject(OneTag());
     const quint16 port = slave.port();
     const ProcessorTime time(slave.processId());
     const std::map<std::string, Client> clients = {
@@ -272,5 +264,18 @@ int main(int argc, char** argv)
         all.insert(all.end(), ratio.begin(), ratio.end());
     }
     printFigure("roundtrip_ratio_bare", all, "ratio", "bare socket loop");
-    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    return reportFailure([&] {
+        const int rounds = argc == 3 ? std::atoi(argv[1]) : 0;
+        const int commands = argc == 3 ? std::atoi(argv[2]) : 0;
+        if (rounds < 1 || commands < 1)
+            giveUp(QStringLiteral("give ROUNDS COMMANDS, both 1 or more"));
+        measureAll(rounds, commands);
+    });
 }

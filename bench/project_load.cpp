@@ -1,0 +1,123 @@
+// The load of the project database, which the first command of a driver makes, against a bare sqlite3 loop
+// over the same rows.
+//
+//   project_load TAGS ROUNDS
+//
+// Times are processor times of this process.
+#include "bench_driver.h"
+#include "figures.h"
+#include "memory_link.h"
+
+#include <QCoreApplication>
+
+#include <ctime>
+#include <sqlite3.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+double processorSeconds()
+{
+    timespec time = {};
+    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &time);
+    return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
+}
+
+/// Tags of all kinds that a project has: bits with and without a station, registers, in no order.
+class MixedTags
+{
+public:
+    explicit MixedTags(int count) : m_count(count) {}
+
+    template<typename Visit>
+    void forEach(Visit visit) const
+    {
+        static const char* const forms[] = {"DI%1", "DO%1",   "FN5DO%1", "2-DI%1",  "HR%1",
+                                            "IR%1", "3-DO%1", "1-HR%1",  "FN6HR%1", "di%1"};
+        for (int i = 0; i < m_count; ++i)
+            visit(QString::fromLatin1(forms[i % 10]).arg(1 + (i * 7919LL) % 65536));
+    }
+
+private:
+    const int m_count;
+};
+
+void loadWithSqlite(int tags)
+{
+    sqlite3* database = nullptr;
+    sqlite3_stmt* statement = nullptr;
+    const QByteArray file = GetDatabaseName().toUtf8();
+    if (sqlite3_open_v2(file.constData(), &database, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK ||
+        sqlite3_prepare_v2(database, "SELECT address FROM custom_tag_table WHERE connector_id = 1", -1,
+                           &statement, nullptr) != SQLITE_OK)
+        giveUp(QString::fromUtf8(sqlite3_errmsg(database)));
+    int rows = 0;
+    std::size_t bytes = 0;
+    while (sqlite3_step(statement) == SQLITE_ROW) {
+        const unsigned char* const address = sqlite3_column_text(statement, 0);
+        bytes += address[0] != 0 ? static_cast<std::size_t>(sqlite3_column_bytes(statement, 0)) : 0;
+        ++rows;
+    }
+    sqlite3_finalize(statement);
+    sqlite3_close(database);
+    if (rows != tags || bytes == 0)
+        giveUp(QStringLiteral("sqlite3 read %1 of %2 rows").arg(rows).arg(tags));
+}
+
+void loadWithDriver()
+{
+    const auto plugin = loadDriver();
+    MemoryLink link;
+    runCommand(plugin->driver(), link, measuredCommands().first(), QByteArray());
+}
+
+/// Peak resident memory in kB of a process that does nothing but this.
+double peakMemory(void (*work)())
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        work();
+        ::_exit(0);
+    }
+    int status = 0;
+    rusage usage = {};
+    if (::wait4(child, &status, 0, &usage) != child || status != 0)
+        giveUp(QStringLiteral("the load in a process of its own failed"));
+    return static_cast<double>(usage.ru_maxrss);
+}
+
+void doNothing()
+{
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication application(argc, argv);
+    return reportFailure([&] {
+        const int tags = argc == 3 ? std::atoi(argv[1]) : 0;
+        const int rounds = argc == 3 ? std::atoi(argv[2]) : 0;
+        if (tags < 1 || rounds < 1)
+            giveUp(QStringLiteral("give TAGS ROUNDS, both 1 or more"));
+        makeProject(MixedTags(tags));
+        const double peak = peakMemory(loadWithDriver) - peakMemory(doNothing);
+
+        std::vector<double> driver;
+        std::vector<double> sqlite;
+        for (int round = 0; round < rounds; ++round) {
+            const double start = processorSeconds();
+            loadWithSqlite(tags);
+            const double middle = processorSeconds();
+            loadWithDriver();
+            sqlite.push_back(1e9 * (middle - start) / tags);
+            driver.push_back(1e9 * (processorSeconds() - middle) / tags);
+        }
+        const std::string size = "_" + std::to_string(tags);
+        printFigure("load_ratio_sqlite" + size, ratios(driver, sqlite), "ratio", "sqlite3 loop");
+        printFigure("load_time_per_tag" + size, driver, "ns");
+        printFigure("load_peak_memory" + size, {peak}, "kB");
+    });
+}
