@@ -2,8 +2,9 @@
 #include "hex_bytes.h"
 #include "tools/checksum.h"
 
-#include <QThread>
 #include <QtTest>
+#include <thread>
+#include <vector>
 
 template<typename Crc>
 static Crc steps(Crc (*step)(Crc, unsigned char), uint start, const QByteArray& bytes)
@@ -42,16 +43,11 @@ static uint division1021(uint crc, const QByteArray& bytes)
     return crc;
 }
 
-class FirstUse : public QThread
+static void firstUse(uint* dnp, uint* block)
 {
-public:
-    void run()
-    {
-        dnp = steps(update_crc_dnp, 0, "123456789");
-        block = CRC16Calculate(bytesOf("123456789"), 9);
-    }
-    uint dnp, block;
-};
+    *dnp = steps(update_crc_dnp, 0, "123456789");
+    *block = CRC16Calculate(bytesOf("123456789"), 9);
+}
 
 class tst_crc : public QObject
 {
@@ -60,13 +56,15 @@ class tst_crc : public QObject
 private slots:
     void firstUseByManyThreads()
     {
-        FirstUse threads[8];
+        uint dnp[8], block[8];
+        std::vector<std::thread> threads;
         for (int i = 0; i < 8; ++i)
-            threads[i].start();
+            threads.push_back(std::thread(firstUse, &dnp[i], &block[i]));
+        for (size_t i = 0; i < threads.size(); ++i)
+            threads[i].join();
         for (int i = 0; i < 8; ++i) {
-            QVERIFY(threads[i].wait());
-            QCOMPARE(threads[i].dnp, 0x157Du);
-            QCOMPARE(threads[i].block, 0xBB3Du);
+            QCOMPARE(dnp[i], 0x157Du);
+            QCOMPARE(block[i], 0xBB3Du);
         }
     }
 
