@@ -29,23 +29,36 @@ struct Place
     int address;
 };
 
-/// The number of a text of decimal digits, 0 for any other text and for numbers beyond 31 bits. Blanks behind
-/// the digits are no harm to Qt.
-int numberOf(const QByteArray& digits)
+/// The value of a digit, 99 for what is none.
+int digitValue(char c)
 {
-    const QByteArray text = QByteArray(digits.constData()).trimmed();
-    qint64 number = 0;
-    for (int i = 0; i < text.size() && number >= 0; ++i)
-        number = std::isdigit(static_cast<unsigned char>(text.at(i))) && number <= 0x7FFFFFFF
-                     ? number * 10 + text.at(i) - '0'
-                     : -1;
-    return number > 0x7FFFFFFF ? 0 : static_cast<int>(qMax<qint64>(0, number));
+    return c >= '0' && c <= '9'   ? c - '0'
+           : c >= 'A' && c <= 'F' ? c - 'A' + 10
+           : c >= 'a' && c <= 'f' ? c - 'a' + 10
+                                  : 99;
 }
 
-int firstDigit(const QByteArray& text)
+/// The number of a text of digits, 0 for any other text and for numbers beyond 31 bits. Blanks behind the
+/// digits and the "0x" of a hexadecimal number are no harm to Qt.
+int numberOf(const QByteArray& digits, int base = 10)
 {
-    return static_cast<int>(
-        std::find_if(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; }) - text.begin());
+    QByteArray text = QByteArray(digits.constData()).trimmed();
+    if (base == 16 && text.size() > 2 && text.toLower().startsWith("0x"))
+        text.remove(0, 2);
+    qint64 number = 0;
+    for (const char c : text) {
+        number = number * base + digitValue(c);
+        if (digitValue(c) >= base || number > 0x7FFFFFFF)
+            return 0;
+    }
+    return static_cast<int>(number);
+}
+
+int firstDigit(const QByteArray& text, int base = 10)
+{
+    const auto found =
+        std::find_if(text.begin(), text.end(), [base](char c) { return digitValue(c) < base; });
+    return static_cast<int>(found - text.begin());
 }
 
 int addressOf(int number)
@@ -110,9 +123,9 @@ void checkFunctions(const QString& text)
     for (int base = -1; base <= 37; ++base) {
         const int number = ExtractPLCDeviceAddress(text, base);
         CHECK(number == ExtractPLCDeviceAddress(bytes, base));
-        CHECK(base == 8 || base == 10 || base == 16 ? number >= 0 : number == -1);
+        const bool isKnown = base == 8 || base == 10 || base == 16;
+        CHECK(number == (isKnown ? numberOf(bytes.mid(firstDigit(bytes, base)), base) : -1));
     }
-    CHECK(ExtractPLCDeviceAddress(bytes, 10) == numberOf(bytes.mid(firstDigit(bytes))));
     DevStrToHmiPort(text);
 }
 

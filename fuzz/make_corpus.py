@@ -73,6 +73,7 @@ def commands():
     tries = {
         "words": session(words, good(7)),
         "most-words": session(command(WORD, 125, IR, 65412), good(9)),
+        "words-past-the-last-address": session(command(WORD, 125, IR, 65413), good(9)),
         "most-coils": session(command(BIT, 2008, DO), good(3)),
         "double-words-in-both-orders": session(
             command(DWORD, 2, HR), good(5), command(DWORD, 2, IR, high_word_first=True), good(5)),
@@ -147,6 +148,7 @@ def texts():
         "number-0": "DO0", "number-beyond-31-bits": "DO2147483648", "register": "1-HR10", "free-text": "Motor_1 on",
         "arabic-digits": "\u0661-DO1", "blank-behind-the-number": "DO5 ", "tab-behind-the-number": "1\t",
         "zero-byte": "DO5\0x", "serial-port": "COM2147483000", "dotless-i": "D\u01315", "symbol": "DI_X3",
+        "octal-and-a-9": "X91", "hexadecimal": "X1F", "hexadecimal-prefix": "0x1F",
     }
     for target, table in (("addresses", addresses), ("tags", tags)):
         for name, content in table.items():
