@@ -34,6 +34,7 @@ private slots:
     void limits_data();
     void limits();
     void slaveRestartsBetweenTwoCommands();
+    void outputThatCanNotBeWritten();
     void interruptEndsAWait_data();
     void interruptEndsAWait();
 
@@ -240,6 +241,16 @@ void tst_driverhost::slaveRestartsBetweenTwoCommands()
     }
     QCOMPARE(session->link().connectionsMade(), 3);
     QVERIFY(QDir(home.filePath(QStringLiteral("compile"))).removeRecursively());
+}
+
+void tst_driverhost::outputThatCanNotBeWritten()
+{
+    QProcess process;
+    process.setStandardOutputFile(QStringLiteral("/dev/full"));
+    process.start(m_program, words(QStringLiteral("info")));
+    QVERIFY(process.waitForFinished());
+    QCOMPARE(process.exitCode(), 1);
+    QCOMPARE(process.readAllStandardError(), QByteArray("error: the output can not be written\n"));
 }
 
 void tst_driverhost::interruptEndsAWait_data()
