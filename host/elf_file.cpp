@@ -69,7 +69,7 @@ bool isCutOff(QFile& file)
     if (file.read(reinterpret_cast<char*>(&head), sizeof head) != sizeof head)
         return true;
     for (unsigned i = 0; i < head.e_phnum; ++i) {
-        file.seek(static_cast<qint64>(head.e_phoff + i * sizeof segment));
+        file.seek(static_cast<qint64>(head.e_phoff) + static_cast<qint64>(i * sizeof segment));
         if (file.read(reinterpret_cast<char*>(&segment), sizeof segment) != sizeof segment)
             return true;
         const auto size = static_cast<ElfW(Off)>(file.size());
