@@ -7,8 +7,10 @@
 //   link        that link alone: the calls that the driver makes to it
 //   bare        send and recv on a socket, with the frames of the command
 //   libmodbus   libmodbus over the same socket
+//   sparse      the plug-in over a link in memory; COMMAND is BITS-PERCENT, a byte read over so many coils
 #include "bench_driver.h"
 #include "memory_link.h"
+#include "sparse.h"
 #include "wire.h"
 
 #include <QCoreApplication>
@@ -27,6 +29,17 @@ void runDriver(Measured measured, int runs)
     const QByteArray data = measured.data();
     for (int i = 0; i < runs; ++i)
         runCommand(plugin->driver(), link, measured, data);
+}
+
+void runSparse(const QList<QByteArray>& bitsAndPercent, int runs)
+{
+    const SparseRead sparse = {bitsAndPercent.value(0).toInt(), bitsAndPercent.value(1).toInt()};
+    makeProject(sparse);
+    const auto plugin = loadDriver();
+    MemoryLink link;
+    const MeasuredCommand measured = {"sparse read", sparse.command(), false, 0, 0};
+    for (int i = 0; i < runs; ++i)
+        runCommand(plugin->driver(), link, measured, QByteArray());
 }
 
 /// The calls of the driver to its link for one command, in their order.
@@ -131,6 +144,10 @@ int main(int argc, char** argv)
             giveUp(QStringLiteral("give SUBJECT COMMAND RUNS"));
         if (QByteArray(argv[1]) == "answer") {
             answer(std::atoi(argv[2]));
+            return;
+        }
+        if (QByteArray(argv[1]) == "sparse") {
+            runSparse(QByteArray(argv[2]).split('-'), std::atoi(argv[3]));
             return;
         }
         const MeasuredCommand* const measured = findCommand(argv[2]);
