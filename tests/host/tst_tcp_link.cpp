@@ -8,7 +8,8 @@
 namespace {
 
 constexpr int timeoutMs = 150;
-constexpr int toleranceMs = 120; // of a busy machine; sanitizers and valgrind included
+constexpr int generousMs = 20000;
+constexpr int toleranceMs = 1000; // of a busy machine; sanitizers and valgrind included
 
 const QByteArray request = QByteArray::fromHex("000100000006010300630001");
 const QByteArray reply = QByteArray::fromHex("0001000000050103020007");
@@ -33,7 +34,8 @@ int writeTo(TcpLink& link, const QByteArray& bytes)
 /// A link that is connected to a peer, and both of them ready for a request.
 struct Connection
 {
-    Connection() : link(QStringLiteral("127.0.0.1"), peer.port(), settingOf(timeoutMs), 1)
+    explicit Connection(int timeout = timeoutMs)
+        : link(QStringLiteral("127.0.0.1"), peer.port(), settingOf(timeout), 1)
     {
         ready = link.open() && peer.accept();
     }
@@ -106,7 +108,10 @@ void tst_tcp_link::replies()
     QFETCH(QByteArray, first);
     QFETCH(QByteArray, second);
     QFETCH(QString, error);
-    Connection c;
+    // Only rows that wait for the deadline have a short one, so that a busy machine does not spoil the
+    // others.
+    const bool waits = error.contains(QLatin1String("within"));
+    Connection c(waits ? timeoutMs : generousMs);
     QVERIFY(c.ready);
     QCOMPARE(writeTo(c.link, request), request.size());
     QCOMPARE(c.peer.receive(request.size()), request);
@@ -127,7 +132,7 @@ void tst_tcp_link::replies()
     QCOMPARE(readFrom(c.link, 9).toHex(), first);
     if (first.size() == 18)
         QCOMPARE(readFrom(c.link, 4).toHex(), second);
-    QVERIFY(timer.elapsed() < timeoutMs + toleranceMs);
+    QVERIFY(!waits || timer.elapsed() < timeoutMs + toleranceMs);
     if (!error.isEmpty())
         QCOMPARE(c.link.errorString(), error.arg(c.peer.name()));
 }
@@ -147,7 +152,7 @@ void tst_tcp_link::deadlineIsForTheWholeCall()
     const QByteArray got = readFrom(c.link, 9);
     QVERIFY(timer.elapsed() >= timeoutMs - 1);
     QVERIFY(timer.elapsed() < timeoutMs + toleranceMs);
-    QVERIFY(got.size() >= 2 && got.size() < 9);
+    QVERIFY(!got.isEmpty() && got.size() < 9);
 }
 
 void tst_tcp_link::staleBytesAreDropped_data()
@@ -316,8 +321,9 @@ void tst_tcp_link::stopFlagEndsAWait()
     action.sa_handler = [](int) {};
     ::sigaction(SIGUSR1, &action, nullptr);
     std::atomic<bool> stop{false};
+    std::atomic<bool> ended{false};
     Peer peer;
-    TcpLink link(QStringLiteral("127.0.0.1"), peer.port(), settingOf(10000), 1);
+    TcpLink link(QStringLiteral("127.0.0.1"), peer.port(), settingOf(generousMs), 1);
     link.setStopFlag(&stop);
     QVERIFY(link.open() && peer.accept());
     QCOMPARE(link.retryCount(), 3);
@@ -325,12 +331,16 @@ void tst_tcp_link::stopFlagEndsAWait()
     peer.later([&] {
         Peer::pause(30);
         stop = true;
-        ::pthread_kill(waiting, SIGUSR1);
+        // The first signal may come just before the wait begins.
+        for (int i = 0; i < 500 && !ended; ++i, Peer::pause(20))
+            ::pthread_kill(waiting, SIGUSR1);
     });
     QElapsedTimer timer;
     timer.start();
-    QCOMPARE(readFrom(link, 9), QByteArray());
-    QVERIFY(timer.elapsed() < 2000);
+    const QByteArray got = readFrom(link, 9);
+    ended = true;
+    QCOMPARE(got, QByteArray());
+    QVERIFY(timer.elapsed() < generousMs / 2);
     QCOMPARE(link.errorString(), QStringLiteral("interrupted while waiting for ") + peer.name());
     QCOMPARE(link.retryCount(), 0);
     QVERIFY(!link.open());
