@@ -22,7 +22,7 @@ public:
     QByteArray bytes(int count)
     {
         const int taken = std::min(count, length);
-        const QByteArray result(left, taken);
+        QByteArray result(left, taken);
         left += taken;
         length -= taken;
         return result;

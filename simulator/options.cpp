@@ -213,7 +213,7 @@ static std::string explanations()
 
 static std::string sentenceOf(const CLI::ParseError& error)
 {
-    const std::string text = error.what();
+    std::string text = error.what();
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&error))
         return text.substr(0, text.find(':')) + ": exactly one value is needed";
     return text;
