@@ -5,7 +5,6 @@
 #include <QFile>
 #include <QLibrary>
 #include <QPluginLoader>
-#include <QProcess>
 #include <QScopedPointer>
 #include <QtTest>
 
