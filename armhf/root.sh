@@ -1,0 +1,66 @@
+# shellcheck shell=bash
+# The Debian 12 root for 32-bit ARM: headers and libraries to build against, and to run with under qemu.
+# Source scripts/common.sh and scripts/debian_root.sh first; everything is run from the project's folder.
+
+TOOLS=(debootstrap fakeroot qemu-user-static g++-arm-linux-gnueabihf binutils-arm-linux-gnueabihf)
+ROOT=build/armhf-root
+ROOT_PACKAGES=$(printf '%s\n' "${BUILD_PACKAGES[@]}" | grep -E '^(lib|qt)' | paste -sd ,)
+HOST_QT_TOOLS=/usr/lib/qt5/bin
+
+# unpack_everything FOLDER: the files of every package that debootstrap fetched, and in FOLDER/shlibs what they say of
+# the libraries in them. Nothing in there is ever run by itself, so none of the packages has to be configured.
+unpack_everything() {
+    local folder=$1 package
+    for package in "$folder"/var/cache/apt/archives/*.deb; do
+        basename "$package"
+        "${AS_ROOT[@]}" dpkg-deb --extract "$package" "$folder"
+        dpkg-deb --info "$package" shlibs >>"$folder/shlibs" 2>/dev/null || true
+        rm "$package"
+    done
+}
+
+# use_host_tools FOLDER: CMake looks for moc beside the target's Qt, but it has to run here.
+use_host_tools() {
+    local tool
+    for tool in moc rcc uic; do
+        ln -sf "$HOST_QT_TOOLS/$tool" "$1/usr/lib/qt5/bin/$tool"
+    done
+}
+
+make_root() {
+    local log=build/armhf-root.log
+    if [ "$(cat "$ROOT/complete" 2>/dev/null)" = "$ROOT_PACKAGES" ]; then
+        return
+    fi
+    step "make $ROOT, which is kept for later runs"
+    mkdir -p build
+    rm -rf "$ROOT" "$ROOT.new"
+    if ! debootstrapped "$ROOT.new" "$log" --foreign --arch=armhf --include="$ROOT_PACKAGES"; then
+        tail -3 "$log" >&2
+        skip armhf "no armhf root could be made from the package mirror; $log has all that was said"
+    fi
+    counted "packages unpacked" "$log" unpack_everything "$ROOT.new"
+    use_host_tools "$ROOT.new"
+    echo "$ROOT_PACKAGES" >"$ROOT.new/complete"
+    mv "$ROOT.new" "$ROOT"
+}
+
+# qt_versions_agree: what moc writes here must be what the Qt over there understands.
+qt_versions_agree() {
+    local here there
+    here=$("$HOST_QT_TOOLS/moc" -v | grep -oE '[0-9.]+$')
+    there=$(grep -oE '[0-9]+\.[0-9]+\.[0-9]+' \
+        "$ROOT/usr/lib/arm-linux-gnueabihf/cmake/Qt5Core/Qt5CoreConfigVersion.cmake" | head -1)
+    [ "$here" = "$there" ] || skip armhf "Qt is $here on this machine, $there in $ROOT"
+}
+
+# prepare_armhf: everything that a cross-build needs, or the end of the run with the reason.
+prepare_armhf() {
+    if [ "${ARMHF:-on}" = off ]; then
+        skip armhf "turned off by ARMHF=off"
+    fi
+    need_packages "${BUILD_PACKAGES[@]}" "${TOOLS[@]}" python3 ||
+        skip armhf "packages that it needs can not be installed"
+    make_root
+    qt_versions_agree
+}
