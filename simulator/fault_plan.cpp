@@ -67,7 +67,7 @@ std::optional<FaultKind> FaultPlan::kindFor(std::uint64_t request)
     }
     if (request % schedule.every != 0)
         return std::nullopt;
-    return kinds[(request / schedule.every - 1) % kinds.size()];
+    return kinds[static_cast<std::size_t>((request / schedule.every - 1) % kinds.size())];
 }
 
 std::optional<Fault> FaultPlan::next()
