@@ -44,6 +44,14 @@ QString synchronize(const QString& path, int flags)
     return problem;
 }
 
+/// Opens a file for writing, or makes it. Returns the system's message, which is better than SQLite's "unable
+/// to open database file"; empty on success.
+QString writingProblem(const QString& fileName)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::ReadWrite) ? QString() : file.errorString();
+}
+
 /// SQLite would apply the journal of an old database to whatever stands in its place.
 QString journalBeside(const QString& fileName)
 {
@@ -145,6 +153,8 @@ QString ProjectWriter::copyOldProject()
 
 void ProjectWriter::prepare(Beginning beginning)
 {
+    if (!check(writingProblem(m_newName)))
+        return;
     m_database = std::make_unique<ScopedDatabase>(m_newName, true);
     if (!check(messageOf(m_database->database().lastError())))
         return;
