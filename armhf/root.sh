@@ -2,9 +2,10 @@
 # The Debian 12 root for 32-bit ARM: headers and libraries to build against, and to run with under qemu.
 # Source scripts/common.sh and scripts/debian_root.sh first; everything is run from the project's folder.
 
-TOOLS=(debootstrap fakeroot qemu-user-static g++-arm-linux-gnueabihf binutils-arm-linux-gnueabihf)
+CROSS_TOOLS=(debootstrap fakeroot qemu-user-static g++-arm-linux-gnueabihf binutils-arm-linux-gnueabihf)
 ROOT=build/armhf-root
 ROOT_PACKAGES=$(printf '%s\n' "${BUILD_PACKAGES[@]}" | grep -E '^(lib|qt)' | paste -sd ,)
+ROOT_RECIPE="$ROOT_PACKAGES $(cksum armhf/root.sh)" # a root made otherwise is made anew
 HOST_QT_TOOLS=/usr/lib/qt5/bin
 
 # unpack_everything FOLDER: the files of every package that debootstrap fetched, and in FOLDER/shlibs what they say of
@@ -19,6 +20,14 @@ unpack_everything() {
     done
 }
 
+# keep_links_inside FOLDER: an absolute link leads out of the root, and the linker would take a static library then.
+keep_links_inside() {
+    local folder=$1 name
+    find "$folder/usr/lib" -type l -lname '/*' -print0 | while IFS= read -r -d '' name; do
+        ln -snfr "$folder$(readlink "$name")" "$name"
+    done
+}
+
 # use_host_tools FOLDER: CMake looks for moc beside the target's Qt, but it has to run here.
 use_host_tools() {
     local tool
@@ -29,7 +38,7 @@ use_host_tools() {
 
 make_root() {
     local log=build/armhf-root.log
-    if [ "$(cat "$ROOT/complete" 2>/dev/null)" = "$ROOT_PACKAGES" ]; then
+    if [ "$(cat "$ROOT/complete" 2>/dev/null)" = "$ROOT_RECIPE" ]; then
         return
     fi
     step "make $ROOT, which is kept for later runs"
@@ -40,8 +49,9 @@ make_root() {
         skip armhf "no armhf root could be made from the package mirror; $log has all that was said"
     fi
     counted "packages unpacked" "$log" unpack_everything "$ROOT.new"
+    keep_links_inside "$ROOT.new"
     use_host_tools "$ROOT.new"
-    echo "$ROOT_PACKAGES" >"$ROOT.new/complete"
+    echo "$ROOT_RECIPE" >"$ROOT.new/complete"
     mv "$ROOT.new" "$ROOT"
 }
 
@@ -59,7 +69,7 @@ prepare_armhf() {
     if [ "${ARMHF:-on}" = off ]; then
         skip armhf "turned off by ARMHF=off"
     fi
-    need_packages "${BUILD_PACKAGES[@]}" "${TOOLS[@]}" python3 ||
+    need_packages "${BUILD_PACKAGES[@]}" "${CROSS_TOOLS[@]}" python3 ||
         skip armhf "packages that it needs can not be installed"
     make_root
     qt_versions_agree
