@@ -6,12 +6,14 @@
 #include <QString>
 #include <QtGlobal>
 
-/// Collects the debug messages of one scope. Qt 4.8 and Qt 5 hand messages to handlers of different types.
+/// Collects the messages of one type in one scope. Qt 4.8 and Qt 5 hand messages to handlers of different
+/// types.
 class MessageCapture
 {
 public:
-    MessageCapture()
+    explicit MessageCapture(QtMsgType type = QtDebugMsg)
     {
+        wanted() = type;
         messages().clear();
         install();
     }
@@ -26,10 +28,16 @@ public:
 private:
     Q_DISABLE_COPY(MessageCapture)
 
+    static QtMsgType& wanted()
+    {
+        static QtMsgType type;
+        return type;
+    }
+
 #if QT_VERSION >= 0x050000
     static void handle(QtMsgType type, const QMessageLogContext&, const QString& text)
     {
-        if (type == QtDebugMsg)
+        if (type == wanted())
             messages().append(text.toLocal8Bit());
     }
     void install()
@@ -43,7 +51,7 @@ private:
 #else
     static void handle(QtMsgType type, const char* text)
     {
-        if (type == QtDebugMsg)
+        if (type == wanted())
             messages().append(text);
     }
     void install()

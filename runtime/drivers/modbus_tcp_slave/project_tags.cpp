@@ -26,9 +26,10 @@ bool DriverModbusTcpSlave::createDBConnection()
     return database.open();
 }
 
-/// Closes the connection when the project file is another one than at the last try: it may have been mended
-/// by putting a new file in its place, and the open connection would go on reading the old one. The lookup
-/// opens it again.
+/// Opens the connection of a failed load again. It is closed before when the project file is another one than
+/// at the last try: it may have been mended by putting a new file in its place, and the open connection would
+/// go on reading the old one. The lookup would open it too, but with a warning to the log for every command
+/// that fails.
 void DriverModbusTcpSlave::reopenChangedProject()
 {
     const QString name = GetDatabaseName();
@@ -43,6 +44,12 @@ void DriverModbusTcpSlave::reopenChangedProject()
     }
 
     QSqlDatabase database = QSqlDatabase::database(connectionName, false);
+    if (!database.isValid()) {
+        // It belongs to the thread of the earlier command, and Qt 5 gives it to no other.
+        QSqlDatabase::removeDatabase(connectionName);
+        databaseOpened = false;
+        return;
+    }
     if (stamp.inode != projectStamp.inode || stamp.device != projectStamp.device ||
         stamp.size != projectStamp.size || stamp.seconds != projectStamp.seconds ||
         stamp.nanoseconds != projectStamp.nanoseconds || name != database.databaseName()) {
@@ -50,6 +57,8 @@ void DriverModbusTcpSlave::reopenChangedProject()
         database.setDatabaseName(name);
         projectStamp = stamp;
     }
+    if (!database.isOpen())
+        database.open();
 }
 
 bool DriverModbusTcpSlave::readDB(AbstractDeviceInterface* device, const QString&)
@@ -66,7 +75,8 @@ bool DriverModbusTcpSlave::readDB(AbstractDeviceInterface* device, const QString
 
     const DeviceSetting* setting = device->deviceSetting();
     QList<LinkIdStationId> stations;
-    if (!setting || !GetLinkIdAndDefaultStationId(connectionName, setting->linkID, stations))
+    if (!setting || !QSqlDatabase::database(connectionName, false).isOpen() ||
+        !GetLinkIdAndDefaultStationId(connectionName, setting->linkID, stations))
         return fail("failed to get default station id");
     // The tables of each default station replace those of the one before, so only the last ones are made.
     if (!initValidBitAddressesMap(stations.last().linkId, stations.last().defaultStationId))
