@@ -6,6 +6,7 @@
 function(keep_small target)
   set(for_speed -O2 -fno-exceptions -fno-align-functions)
   target_compile_options(${target} PRIVATE "$<$<CONFIG:Release>:${for_speed}>")
+  target_compile_definitions(${target} PRIVATE "$<$<CONFIG:Release>:QT_NO_EXCEPTIONS>")
   set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "$<$<CONFIG:Release>:-Os>")
 endfunction()
 
