@@ -65,8 +65,10 @@ public:
         {
             QSqlDatabase database = QSqlDatabase::addDatabase(QLatin1String("QSQLITE"), name);
             database.setDatabaseName(path(place));
-            done = database.open() && database.transaction();
+            done = database.open();
             QSqlQuery query(database);
+            query.exec(QLatin1String("PRAGMA page_size = 4096")); // of a new file, whichever SQLite makes it
+            done = done && database.transaction();
             for (int i = 0; done && i < statements.size(); ++i)
                 done = query.exec(statements.at(i));
             done = done && database.commit();

@@ -214,7 +214,8 @@ void tst_project::failuresAndRecovery_data()
     QTest::newRow("no node table") << list(QLatin1String("DROP|TABLE|NODE")) << station << station;
     QTest::newRow("no tag table") << list(QLatin1String("DROP|TABLE|custom_tag_table")) << table << table;
     QTest::newRow("column missing") << list(QLatin1String(
-                                           "ALTER|TABLE|custom_tag_table|RENAME|COLUMN|address|TO|adresse"))
+                                           "DROP|TABLE|custom_tag_table "
+                                           "CREATE|TABLE|custom_tag_table(connector_id,adresse)"))
                                     << table << table;
 }
 
