@@ -345,8 +345,7 @@ void tst_bad_databases::aMillionTags()
     const QString fill =
         QLatin1String("INSERT INTO custom_tag_table SELECT 1, CASE x % 65536 % 3 WHEN 0 THEN 'HR' "
                       "WHEN 1 THEN 'DO' ELSE '1-DI' END || (x % 65536) FROM "
-                      "(SELECT a.x * 1024 + b.x AS x FROM numbers a, numbers b) "
-                      "WHERE x BETWEEN 1 AND %1");
+                      "(SELECT a.x * 1024 + b.x + 1 AS x FROM numbers a CROSS JOIN numbers b LIMIT %1)");
     QVERIFY(ProjectFixture::run(ProjectFixture::usualPlace(), numbers() << fill.arg(tags - 1)));
     Panel panel;
     const PeakMemory memory;
