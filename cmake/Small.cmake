@@ -1,10 +1,19 @@
 # The panel's memory is small. docs/panel.md has what each of these steps saves.
 
+include(CheckCXXCompilerFlag)
+
+# Nobody puts a function of his own in the place of one of the module's, so that they may be called and inlined
+# without the detour that would allow it. The panel's compiler may be too old to be told.
+check_cxx_compiler_flag(-fno-semantic-interposition HAVE_NO_SEMANTIC_INTERPOSITION)
+
 # keep_small(target sources...): builds the target for speed, but without what makes code larger and no command
 # faster, and those of its sources that run rarely for size. Nothing in a driver throws or catches, so no call needs
 # code that cleans up behind it.
 function(keep_small target)
   set(for_speed -O2 -fno-exceptions -fno-align-functions)
+  if(HAVE_NO_SEMANTIC_INTERPOSITION)
+    list(APPEND for_speed -fno-semantic-interposition)
+  endif()
   target_compile_options(${target} PRIVATE "$<$<CONFIG:Release>:${for_speed}>")
   target_compile_definitions(${target} PRIVATE "$<$<CONFIG:Release>:QT_NO_EXCEPTIONS>")
   set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "$<$<CONFIG:Release>:-Os>")

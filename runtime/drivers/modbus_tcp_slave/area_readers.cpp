@@ -11,21 +11,26 @@ namespace {
 
 const int DataOffset = 9; ///< of a read response: header, function code, byte count
 
-/// Room for the largest read response, zeroed so that nothing of an earlier one can show through.
+/// Room for the largest read response, of which as much as is expected is zeroed, so that nothing of an
+/// earlier one can show through.
 struct ReadResponse
 {
-    ReadResponse() { memset(bytes, 0, sizeof bytes); }
+    explicit ReadResponse(int dataLength) : length(DataOffset + dataLength)
+    {
+        memset(bytes, 0, static_cast<size_t>(length));
+    }
     const unsigned char* data() const { return reinterpret_cast<const unsigned char*>(bytes) + DataOffset; }
 
+    const int length;
     char bytes[ReceiveBufferLength];
 };
 
-unsigned char registerFunctionCode(const QByteArray& prefix)
+inline unsigned char registerFunctionCode(const QByteArray& prefix)
 {
     return beginsWith(prefix, "HR") || beginsWith(prefix, "FN6HR") ? 3 : 4;
 }
 
-unsigned char bitFunctionCode(const QByteArray& prefix)
+inline unsigned char bitFunctionCode(const QByteArray& prefix)
 {
     return beginsWith(prefix, "DO") || beginsWith(prefix, "FN5DO") ? 1 : 2;
 }
@@ -71,9 +76,9 @@ QByteArray DriverModbusTcpSlave::readWords(AbstractDeviceInterface* device, cons
     if (!requestRead(device, functionCode, address, elements(count)))
         return QByteArray();
 
-    ReadResponse response;
+    ReadResponse response(2 * count);
     int received = 0;
-    if (!recvReadDeviceRsp(device, functionCode, response.bytes, DataOffset + 2 * count, received))
+    if (!recvReadDeviceRsp(device, functionCode, response.bytes, response.length, received))
         return QByteArray();
     return fromBigEndianUShortArray(response.data(), count);
 }
@@ -91,9 +96,9 @@ QByteArray DriverModbusTcpSlave::readDWords(AbstractDeviceInterface* device, con
     if (!requestRead(device, functionCode, address, quantity))
         return QByteArray();
 
-    ReadResponse response;
+    ReadResponse response(4 * count);
     int received = 0;
-    if (!recvReadDeviceRsp(device, functionCode, response.bytes, DataOffset + 4 * count, received))
+    if (!recvReadDeviceRsp(device, functionCode, response.bytes, response.length, received))
         return QByteArray();
     return highWordFirst ? fromBigEndianULongArray(response.data(), count)
                          : fromBigEndianUShortArray(response.data(), 2 * count);
@@ -115,9 +120,9 @@ QByteArray DriverModbusTcpSlave::readBytes(AbstractDeviceInterface* device, cons
     }
 
     const int registers = static_cast<int>(quantity);
-    ReadResponse response;
+    ReadResponse response(2 * registers);
     int received = 0;
-    if (!recvReadDeviceRsp(device, functionCode, response.bytes, DataOffset + 2 * registers, received))
+    if (!recvReadDeviceRsp(device, functionCode, response.bytes, response.length, received))
         return QByteArray();
     QByteArray result = fromBigEndianUShortArray(response.data(), registers);
     result.resize(count);
@@ -139,9 +144,9 @@ QByteArray DriverModbusTcpSlave::readDIDOs(AbstractDeviceInterface* device, cons
     }
 
     const int bytes = (count + 7) / 8;
-    ReadResponse response;
+    ReadResponse response(bytes);
     int received = 0;
-    if (!recvReadDeviceRsp(device, functionCode, response.bytes, DataOffset + bytes, received))
+    if (!recvReadDeviceRsp(device, functionCode, response.bytes, response.length, received))
         return QByteArray();
     QByteArray result(reinterpret_cast<const char*>(response.data()), bytes);
     clearUnnecessaryBits(result, count);

@@ -16,7 +16,7 @@ struct WriteResponse
 {
     WriteResponse() { memset(bytes, 0, sizeof bytes); }
 
-    char bytes[ReceiveBufferLength];
+    char bytes[WriteReplyLength];
 };
 
 quint64 registersOf(const QByteArray& data)

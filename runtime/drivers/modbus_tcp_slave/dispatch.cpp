@@ -13,11 +13,6 @@ bool equals(const QByteArray& prefix, const char* area)
     return qstricmp(prefix.constData(), area) == 0;
 }
 
-char eightBit(QChar character)
-{
-    return static_cast<char>(character.unicode() < 256 ? character.unicode() : '?');
-}
-
 bool isLetter(QChar character)
 {
     const ushort code = character.unicode();
@@ -40,9 +35,15 @@ bool holds(const QByteArray& prefix, const QChar* text, const QChar* end)
     if (prefix.size() != end - text)
         return false;
     const char* known = prefix.constData();
-    while (text != end && *known == eightBit(*text))
+    while (text != end && static_cast<unsigned char>(*known) == text->unicode())
         ++text, ++known;
     return text == end;
+}
+
+/// The first length characters of text. Kept out of the way of commands that do without.
+__attribute__((noinline)) void takePrefix(QByteArray& prefix, const QString& text, int length)
+{
+    prefix = text.left(length).toLatin1();
 }
 
 /// Takes the text of a command's address apart: prefix becomes the area prefix as written, address the
@@ -60,8 +61,7 @@ void ModbusTcpSlaveParseAddress(const QString& text, QByteArray& prefix, unsigne
         next += qMin(text.size(), 3);
     while (next != end && isLetter(*next))
         ++next;
-    if (!holds(prefix, start, next))
-        prefix = text.left(static_cast<int>(next - start)).toLatin1();
+    const QChar* const prefixEnd = next;
 
     if (next != end && isDigit(*next)) {
         unsigned int number = 0;
@@ -70,11 +70,14 @@ void ModbusTcpSlaveParseAddress(const QString& text, QByteArray& prefix, unsigne
         address = static_cast<unsigned short>(number - 1);
     }
 
-    if (next == end || *next != QLatin1Char('.'))
-        return;
-    bit = 0;
-    for (++next; next != end && isDigit(*next); ++next)
-        bit = static_cast<unsigned char>(bit * 10 + digitAt(next));
+    if (next != end && *next == QLatin1Char('.')) {
+        bit = 0;
+        for (++next; next != end && isDigit(*next); ++next)
+            bit = static_cast<unsigned char>(bit * 10 + digitAt(next));
+    }
+
+    if (!holds(prefix, start, prefixEnd))
+        takePrefix(prefix, text, static_cast<int>(prefixEnd - start));
 }
 
 /// Whether the command's address has the mark "SW" anywhere, in any case.

@@ -56,6 +56,7 @@ bool beginsWith(const QChar* text, const char (&area)[Size])
             return false;
     return true;
 }
+struct RequestHead;
 } // namespace modbus_tcp
 
 /// The Modbus TCP driver.
@@ -268,8 +269,9 @@ private:
     Q_DECL_HIDDEN QByteArray changedRegisters(AbstractDeviceInterface* device, unsigned short address,
                                               unsigned char bit, const QByteArray& data, int count);
 
-    Q_DECL_HIDDEN bool sendRequest(AbstractDeviceInterface* device, const QByteArray& data, int& written,
-                                   const char* pduFormat, ...);
+    Q_DECL_HIDDEN bool sendRequest(AbstractDeviceInterface* device, const modbus_tcp::RequestHead& head,
+                                   unsigned char functionCode, unsigned short address, unsigned short value,
+                                   const QByteArray& data, int& written);
     Q_DECL_HIDDEN bool receiveResponse(AbstractDeviceInterface* device, unsigned char functionCode,
                                        char* buffer, int expectedLength, int& received);
     Q_DECL_HIDDEN bool failAndClose(AbstractDeviceInterface* device, const QString& text);

@@ -5,7 +5,6 @@
 
 #include <QVarLengthArray>
 
-#include <cstdarg>
 #include <cstring>
 
 using namespace modbus_tcp;
@@ -13,15 +12,36 @@ using namespace modbus_tcp;
 static const unsigned char ExceptionFlag = 0x80;
 static const int ExceptionReplyMbapLength = 3;
 static const int MbapLengthOffset = 6; ///< the header's length field counts from here
+static const int EchoedAddress = MbapLength + 1;
+static const int EchoedValue = MbapLength + 3; ///< or quantity
+
+/// What stands before the data of a request: MBAP header, function code and fields. As a format it takes from
+/// the front as many as it has of: the header's fields, function code, address, value, number of data bytes.
+struct modbus_tcp::RequestHead
+{
+    const char* format;
+    int length;
+};
+
+static const QByteArray NoData;
+static const RequestHead AddressHead = {"nnnCCn", 10};
+static const RequestHead AddressValueHead = {"nnnCCnn", 12};
+static const RequestHead AddressValueSizeHead = {"nnnCCnnC", 13};
 
 static unsigned char unitIdentifier(AbstractDeviceInterface* device)
 {
     return static_cast<unsigned char>(device->stationId());
 }
 
-static const unsigned char* bytesAt(const char* buffer, int offset)
+static unsigned char byteAt(const char* frame, int offset)
 {
-    return reinterpret_cast<const unsigned char*>(buffer) + offset;
+    return static_cast<unsigned char>(frame[offset]);
+}
+
+/// A field of two bytes, the high one first.
+static unsigned short fieldAt(const char* frame, int offset)
+{
+    return static_cast<unsigned short>(byteAt(frame, offset) << 8 | byteAt(frame, offset + 1));
 }
 
 unsigned short DriverModbusTcpSlave::getTID()
@@ -29,25 +49,20 @@ unsigned short DriverModbusTcpSlave::getTID()
     return transactionId;
 }
 
-/// Sends one request: MBAP header, the fields that pduFormat packs, then data.
-bool DriverModbusTcpSlave::sendRequest(AbstractDeviceInterface* device, const QByteArray& data, int& written,
-                                       const char* pduFormat, ...)
+/// Sends one request: its head, then data.
+bool DriverModbusTcpSlave::sendRequest(AbstractDeviceInterface* device, const RequestHead& head,
+                                       unsigned char functionCode, unsigned short address,
+                                       unsigned short value, const QByteArray& data, int& written)
 {
     ++transactionId;
     const unsigned char unitId = unitIdentifier(device);
 
-    QVarLengthArray<unsigned char, ReceiveBufferLength> frame(MbapLength +
-                                                              6); // "CnnC" is the longest run of fields
-    va_list fields;
-    va_start(fields, pduFormat);
-    const int headLength = MbapLength + VDataPack(frame.data() + MbapLength, pduFormat, fields);
-    va_end(fields);
-    const int length = headLength + data.size();
-    DataPack(frame.data(), "nnnC", transactionId, 0, length - MbapLengthOffset, unitId);
-
-    frame.resize(length);
+    const int length = head.length + data.size();
+    QVarLengthArray<unsigned char, ReceiveBufferLength> frame(length);
+    DataPack(frame.data(), head.format, transactionId, 0, length - MbapLengthOffset, unitId, functionCode,
+             address, value, data.size());
     if (!data.isEmpty())
-        memcpy(frame.data() + headLength, data.constData(), static_cast<size_t>(data.size()));
+        memcpy(frame.data() + head.length, data.constData(), static_cast<size_t>(data.size()));
     written = device->writeData(reinterpret_cast<const char*>(frame.constData()), length);
     return written == length;
 }
@@ -56,41 +71,41 @@ bool DriverModbusTcpSlave::sendReadDevicesCmd(AbstractDeviceInterface* device, u
                                               unsigned short startAddress, unsigned short quantity,
                                               int& written)
 {
-    return sendRequest(device, QByteArray(), written, "Cnn", functionCode, startAddress, quantity);
+    return sendRequest(device, AddressValueHead, functionCode, startAddress, quantity, NoData, written);
 }
 
 bool DriverModbusTcpSlave::sendWrite1CoilCmd(AbstractDeviceInterface* device, unsigned short address, bool on,
                                              int& written)
 {
-    return sendRequest(device, QByteArray(), written, "Cnn", 5, address, on ? 0xFF00 : 0x0000);
+    return sendRequest(device, AddressValueHead, 5, address, on ? 0xFF00 : 0x0000, NoData, written);
 }
 
 bool DriverModbusTcpSlave::sendWrite1WordCmd(AbstractDeviceInterface* device, unsigned short address,
                                              const QByteArray& value, int& written)
 {
-    return sendRequest(device, value, written, "Cn", 6, address);
+    return sendRequest(device, AddressHead, 6, address, 0, value, written);
 }
 
 bool DriverModbusTcpSlave::sendWriteCoilsCmd(AbstractDeviceInterface* device, unsigned short startAddress,
                                              unsigned short quantity, const QByteArray& data, int& written)
 {
-    return sendRequest(device, data, written, "CnnC", 15, startAddress, quantity, data.size());
+    return sendRequest(device, AddressValueSizeHead, 15, startAddress, quantity, data, written);
 }
 
 bool DriverModbusTcpSlave::sendWriteWordsCmd(AbstractDeviceInterface* device, unsigned short startAddress,
                                              const QByteArray& data, int& written)
 {
-    return sendRequest(device, data, written, "CnnC", 16, startAddress, data.size() / 2, data.size());
+    return sendRequest(device, AddressValueSizeHead, 16, startAddress,
+                       static_cast<unsigned short>(data.size() / 2), data, written);
 }
 
 bool DriverModbusTcpSlave::checkMBAP(const char* response, unsigned short expectedLength,
                                      unsigned char unitId)
 {
-    quint16 transaction = 0;
-    quint16 protocol = 0;
-    quint16 length = 0;
-    quint8 unit = 0;
-    DataUnpack(bytesAt(response, 0), "nnnC", &transaction, &protocol, &length, &unit);
+    const unsigned short transaction = fieldAt(response, 0);
+    const unsigned short protocol = fieldAt(response, 2);
+    const unsigned short length = fieldAt(response, 4);
+    const unsigned char unit = byteAt(response, 6);
 
     if (transaction != getTID())
         return fail("invalid transaction ID");
@@ -104,12 +119,12 @@ bool DriverModbusTcpSlave::checkMBAP(const char* response, unsigned short expect
 bool DriverModbusTcpSlave::checkException(const char* response, unsigned char functionCode, bool& isException,
                                           unsigned char& exceptionCode)
 {
-    const unsigned char* reply = bytesAt(response, MbapLength);
-    if (reply[0] == functionCode)
+    const unsigned char reply = byteAt(response, MbapLength);
+    if (reply == functionCode)
         return true;
-    isException = reply[0] == (functionCode | ExceptionFlag);
+    isException = reply == (functionCode | ExceptionFlag);
     if (isException)
-        exceptionCode = reply[1];
+        exceptionCode = byteAt(response, MbapLength + 1);
     return false;
 }
 
@@ -162,12 +177,9 @@ bool DriverModbusTcpSlave::recvWrite1CoilRsp(AbstractDeviceInterface* device, un
     if (!receiveResponse(device, 5, buffer, WriteReplyLength, received))
         return false;
 
-    quint16 echoedAddress = 0;
-    quint16 echoedValue = 0;
-    DataUnpack(bytesAt(buffer, MbapLength), "xnn", &echoedAddress, &echoedValue);
-    if (echoedAddress != address)
+    if (fieldAt(buffer, EchoedAddress) != address)
         return fail("wrong device address from response");
-    if (echoedValue != (on ? 0xFF00 : 0x0000))
+    if (fieldAt(buffer, EchoedValue) != (on ? 0xFF00 : 0x0000))
         return fail(ErrorText("failed to write DO") << address + 1);
     return true;
 }
@@ -178,13 +190,9 @@ bool DriverModbusTcpSlave::recvWrite1WordRsp(AbstractDeviceInterface* device, un
     if (!receiveResponse(device, 6, buffer, WriteReplyLength, received))
         return false;
 
-    quint16 echoedAddress = 0;
-    quint8 echoedValue[2] = {0, 0};
-    DataUnpack(bytesAt(buffer, MbapLength), "xnCC", &echoedAddress, &echoedValue[0], &echoedValue[1]);
-    if (echoedAddress != address)
+    if (fieldAt(buffer, EchoedAddress) != address)
         return fail("wrong device address from response");
-    const QByteArray echo(reinterpret_cast<const char*>(echoedValue), 2);
-    if (value.left(2) != echo)
+    if (value.left(2) != QByteArray::fromRawData(buffer + EchoedValue, 2))
         return fail(ErrorText("failed to write HR") << address + 1);
     return true;
 }
@@ -196,12 +204,9 @@ bool DriverModbusTcpSlave::recvWriteDevicesRsp(AbstractDeviceInterface* device, 
     if (!receiveResponse(device, functionCode, buffer, WriteReplyLength, received))
         return false;
 
-    quint16 echoedAddress = 0;
-    quint16 echoedQuantity = 0;
-    DataUnpack(bytesAt(buffer, MbapLength), "xnn", &echoedAddress, &echoedQuantity);
-    if (echoedAddress != startAddress)
+    if (fieldAt(buffer, EchoedAddress) != startAddress)
         return fail("wrong device address from response");
-    if (echoedQuantity != quantity)
+    if (fieldAt(buffer, EchoedValue) != quantity)
         return fail("wrong quantity from response");
     return true;
 }

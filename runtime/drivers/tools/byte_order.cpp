@@ -12,6 +12,12 @@ namespace {
 template<typename Element>
 inline quint64 swappedInside(quint64 eightBytes);
 
+template<typename Element>
+inline Element swappedInside(Element element)
+{
+    return qbswap<Element>(element);
+}
+
 template<>
 inline quint64 swappedInside<quint16>(quint64 eightBytes)
 {
@@ -26,33 +32,34 @@ inline quint64 swappedInside<quint32>(quint64 eightBytes)
     return reversed >> 32 | reversed << 32;
 }
 
+// Swaps the bytes of the elements in one piece of memory, copied as a Block.
+template<typename Element, typename Block>
+inline void swapBlock(const unsigned char* in, unsigned char* out)
+{
+    Block block;
+    std::memcpy(&block, in, sizeof block);
+    block = swappedInside<Element>(block);
+    std::memcpy(out, &block, sizeof block);
+}
+
 // in and out are the same, or do not overlap.
 template<typename Element>
 void swapElements(const unsigned char* in, unsigned char* out, int count)
 {
-    const unsigned char* const end = in + static_cast<size_t>(count) * sizeof(Element);
-    for (; end - in >= 8; in += 8, out += 8) {
-        quint64 eightBytes;
-        std::memcpy(&eightBytes, in, sizeof eightBytes);
-        eightBytes = swappedInside<Element>(eightBytes);
-        std::memcpy(out, &eightBytes, sizeof eightBytes);
-    }
-    for (; in != end; in += sizeof(Element), out += sizeof(Element)) {
-        Element element;
-        std::memcpy(&element, in, sizeof element);
-        element = qbswap<Element>(element);
-        std::memcpy(out, &element, sizeof element);
-    }
+    size_t left = static_cast<size_t>(count) * sizeof(Element);
+    for (; left >= 8; left -= 8, in += 8, out += 8)
+        swapBlock<Element, quint64>(in, out);
+    for (; left > 0; left -= sizeof(Element), in += sizeof(Element), out += sizeof(Element))
+        swapBlock<Element, Element>(in, out);
 }
 
 template<typename Element>
 QByteArray swappedElements(const unsigned char* data, int count)
 {
     const int width = static_cast<int>(sizeof(Element));
-    QByteArray result;
     if (count <= 0 || count > INT_MAX / width)
-        return result;
-    result.resize(count * width);
+        return QByteArray();
+    QByteArray result(count * width, Qt::Uninitialized);
     swapElements<Element>(data, bytesOf(result), count);
     return result;
 }
@@ -63,8 +70,7 @@ QByteArray swappedAndCompleted(const QByteArray& data)
     const int width = static_cast<int>(sizeof(Element));
     const int whole = data.size() / width;
     const int rest = data.size() % width;
-    QByteArray result;
-    result.resize((rest == 0 ? whole : whole + 1) * width);
+    QByteArray result((rest == 0 ? whole : whole + 1) * width, Qt::Uninitialized);
     swapElements<Element>(bytesOf(data), bytesOf(result), whole);
     if (rest != 0) {
         unsigned char last[sizeof(Element)] = {0};

@@ -7,15 +7,6 @@
 
 namespace {
 
-// A va_list is an array on some machines and a plain value on others; inside a record it is passed on alike.
-struct Arguments
-{
-    va_list list;
-
-    int number() { return va_arg(list, int); }
-    unsigned char* pointer() { return static_cast<unsigned char*>(va_arg(list, void*)); }
-};
-
 // An item of a format that has a count.
 struct ArrayItem
 {
@@ -60,7 +51,7 @@ inline int fieldWidth(char letter)
     return index < sizeof widths ? widths[index] : 0;
 }
 
-bool isArrayLetter(char letter)
+inline bool isArrayLetter(char letter)
 {
     return letter != '\0' && std::strchr("CcnvNV", letter) != nullptr;
 }
@@ -93,8 +84,8 @@ void unpackBigEndian(const unsigned char* in, unsigned char* elements, int lengt
     }
 }
 
-// Bytes packed, -1 on an error.
-int packArray(unsigned char* out, const ArrayItem& item, Arguments& arguments)
+// Bytes packed, -1 on an error. Only an array letter has elements.
+int packArray(unsigned char* out, const ArrayItem& item, const unsigned char* elements)
 {
     if (isFiller(item)) {
         if (item.count > INT_MAX)
@@ -107,16 +98,16 @@ int packArray(unsigned char* out, const ArrayItem& item, Arguments& arguments)
     if (length < 1)
         return -1;
     if (item.letter == 'n')
-        packBigEndian<quint16>(out, arguments.pointer(), length);
+        packBigEndian<quint16>(out, elements, length);
     else if (item.letter == 'N')
-        packBigEndian<quint32>(out, arguments.pointer(), length);
+        packBigEndian<quint32>(out, elements, length);
     else
-        std::memcpy(out, arguments.pointer(), static_cast<size_t>(length));
+        std::memcpy(out, elements, static_cast<size_t>(length));
     return length;
 }
 
-// Bytes consumed, -1 on an error.
-int unpackArray(const unsigned char* in, const ArrayItem& item, Arguments& arguments)
+// Bytes consumed, -1 on an error. Only an array letter has elements.
+int unpackArray(const unsigned char* in, const ArrayItem& item, unsigned char* elements)
 {
     if (isFiller(item))
         return item.count > INT_MAX ? -1 : static_cast<int>(item.count);
@@ -124,122 +115,23 @@ int unpackArray(const unsigned char* in, const ArrayItem& item, Arguments& argum
     if (length < 1)
         return -1;
     if (item.letter == 'n')
-        unpackBigEndian<quint16>(in, arguments.pointer(), length);
+        unpackBigEndian<quint16>(in, elements, length);
     else if (item.letter == 'N')
-        unpackBigEndian<quint32>(in, arguments.pointer(), length);
+        unpackBigEndian<quint32>(in, elements, length);
     else
-        std::memcpy(arguments.pointer(), in, static_cast<size_t>(length));
+        std::memcpy(elements, in, static_cast<size_t>(length));
     return length;
+}
+
+template<typename Number>
+inline void store(Number value, unsigned char* place)
+{
+    std::memcpy(place, &value, sizeof value);
 }
 
 inline quint16 low16(int number)
 {
     return static_cast<quint16>(number & 0xFFFF);
-}
-
-int pack(unsigned char* out, const char* format, Arguments& arguments)
-{
-    unsigned char* next = out;
-    for (; *format != '\0'; ++format) {
-        if (*format == 'n') {
-            qToBigEndian<quint16>(low16(arguments.number()), next);
-            next += 2;
-            continue;
-        }
-        switch (*format) {
-        case 'C':
-        case 'c':
-            *next = static_cast<unsigned char>(arguments.number());
-            next += 1;
-            break;
-        case 'S':
-        case 's':
-        case 'v':
-            qToLittleEndian<quint16>(low16(arguments.number()), next);
-            next += 2;
-            break;
-        case 'N':
-            qToBigEndian<qint32>(arguments.number(), next);
-            next += 4;
-            break;
-        case 'I':
-        case 'i':
-        case 'L':
-        case 'l':
-        case 'V':
-            qToLittleEndian<qint32>(arguments.number(), next);
-            next += 4;
-            break;
-        case 'x':
-            *next = 0;
-            next += 1;
-            break;
-        case 'X':
-            next += 1;
-            break;
-        default:
-            if (!isDigit(*format))
-                return 0;
-            const int written = packArray(next, takeArrayItem(format), arguments);
-            if (written < 0)
-                return -1;
-            next += written;
-        }
-    }
-    return static_cast<int>(next - out);
-}
-
-template<typename Number>
-inline void store(Arguments& arguments, Number value)
-{
-    std::memcpy(arguments.pointer(), &value, sizeof value);
-}
-
-int unpack(const unsigned char* in, const char* format, Arguments& arguments)
-{
-    const unsigned char* next = in;
-    for (; *format != '\0'; ++format) {
-        if (*format == 'n') {
-            store(arguments, qFromBigEndian<quint16>(next));
-            next += 2;
-            continue;
-        }
-        switch (*format) {
-        case 'C':
-        case 'c':
-            *arguments.pointer() = *next;
-            next += 1;
-            break;
-        case 'S':
-        case 's':
-        case 'v':
-            store(arguments, qFromLittleEndian<quint16>(next));
-            next += 2;
-            break;
-        case 'N':
-            store(arguments, qFromBigEndian<quint32>(next));
-            next += 4;
-            break;
-        case 'I':
-        case 'i':
-        case 'L':
-        case 'l':
-        case 'V':
-            store(arguments, qFromLittleEndian<quint32>(next));
-            next += 4;
-            break;
-        case 'x':
-        case 'X':
-            next += 1;
-            break;
-        default:
-            const int consumed = isDigit(*format) ? unpackArray(next, takeArrayItem(format), arguments) : -1;
-            if (consumed < 0)
-                return -1;
-            next += consumed;
-        }
-    }
-    return static_cast<int>(next - in);
 }
 
 // Bytes that an array packed with the format has, 0 on an error.
@@ -255,68 +147,151 @@ int packedLength(const char* format)
     return length > INT_MAX ? 0 : static_cast<int>(length);
 }
 
-// The size is worked out first, so that the array is allocated once.
-QByteArray packNew(const char* format, Arguments& arguments)
-{
-    QByteArray bytes(packedLength(format), '\0');
-    if (!bytes.isEmpty())
-        pack(bytesOf(bytes), format, arguments);
-    return bytes;
-}
-
 } // namespace
 
 int VDataPack(unsigned char* out, const char* format, va_list args)
 {
-    Arguments arguments;
-    va_copy(arguments.list, args);
-    const int written = pack(out, format, arguments);
-    va_end(arguments.list);
-    return written;
+    unsigned char* next = out;
+    for (; *format != '\0'; ++format) {
+        // What frames are made of comes first, before the switch's jump.
+        if (*format == 'n') {
+            qToBigEndian<quint16>(low16(va_arg(args, int)), next);
+            next += 2;
+            continue;
+        }
+        if (*format == 'C') {
+            *next = static_cast<unsigned char>(va_arg(args, int));
+            next += 1;
+            continue;
+        }
+        switch (*format) {
+        case 'c':
+            *next = static_cast<unsigned char>(va_arg(args, int));
+            next += 1;
+            break;
+        case 'S':
+        case 's':
+        case 'v':
+            qToLittleEndian<quint16>(low16(va_arg(args, int)), next);
+            next += 2;
+            break;
+        case 'N':
+            qToBigEndian<qint32>(va_arg(args, int), next);
+            next += 4;
+            break;
+        case 'I':
+        case 'i':
+        case 'L':
+        case 'l':
+        case 'V':
+            qToLittleEndian<qint32>(va_arg(args, int), next);
+            next += 4;
+            break;
+        case 'x':
+            *next = 0;
+            next += 1;
+            break;
+        case 'X':
+            next += 1;
+            break;
+        default:
+            if (!isDigit(*format))
+                return 0;
+            const ArrayItem item = takeArrayItem(format);
+            const int written =
+                packArray(next, item, isArrayLetter(item.letter) ? va_arg(args, unsigned char*) : nullptr);
+            if (written < 0)
+                return -1;
+            next += written;
+        }
+    }
+    return static_cast<int>(next - out);
+}
+
+int VDataUnpack(const unsigned char* in, const char* format, va_list args)
+{
+    const unsigned char* next = in;
+    for (; *format != '\0'; ++format) {
+        if (*format == 'n') {
+            store(qFromBigEndian<quint16>(next), va_arg(args, unsigned char*));
+            next += 2;
+            continue;
+        }
+        switch (*format) {
+        case 'C':
+        case 'c':
+            *va_arg(args, unsigned char*) = *next;
+            next += 1;
+            break;
+        case 'S':
+        case 's':
+        case 'v':
+            store(qFromLittleEndian<quint16>(next), va_arg(args, unsigned char*));
+            next += 2;
+            break;
+        case 'N':
+            store(qFromBigEndian<quint32>(next), va_arg(args, unsigned char*));
+            next += 4;
+            break;
+        case 'I':
+        case 'i':
+        case 'L':
+        case 'l':
+        case 'V':
+            store(qFromLittleEndian<quint32>(next), va_arg(args, unsigned char*));
+            next += 4;
+            break;
+        case 'x':
+        case 'X':
+            next += 1;
+            break;
+        default:
+            if (!isDigit(*format))
+                return -1;
+            const ArrayItem item = takeArrayItem(format);
+            const int consumed =
+                unpackArray(next, item, isArrayLetter(item.letter) ? va_arg(args, unsigned char*) : nullptr);
+            if (consumed < 0)
+                return -1;
+            next += consumed;
+        }
+    }
+    return static_cast<int>(next - in);
 }
 
 int DataPack(unsigned char* out, const char* format, ...)
 {
-    Arguments arguments;
-    va_start(arguments.list, format);
-    const int written = pack(out, format, arguments);
-    va_end(arguments.list);
+    va_list args;
+    va_start(args, format);
+    const int written = VDataPack(out, format, args);
+    va_end(args);
     return written;
 }
 
+// The size is worked out first, so that the array is allocated once.
 QByteArray VByteArrayPack(const char* format, va_list args)
 {
-    Arguments arguments;
-    va_copy(arguments.list, args);
-    QByteArray bytes = packNew(format, arguments);
-    va_end(arguments.list);
+    QByteArray bytes(packedLength(format), '\0');
+    if (!bytes.isEmpty())
+        VDataPack(bytesOf(bytes), format, args);
     return bytes;
 }
 
 QByteArray ByteArrayPack(const char* format, ...)
 {
-    Arguments arguments;
-    va_start(arguments.list, format);
-    QByteArray bytes = packNew(format, arguments);
-    va_end(arguments.list);
+    va_list args;
+    va_start(args, format);
+    QByteArray bytes = VByteArrayPack(format, args);
+    va_end(args);
     return bytes;
-}
-
-int VDataUnpack(const unsigned char* in, const char* format, va_list args)
-{
-    Arguments arguments;
-    va_copy(arguments.list, args);
-    const int consumed = unpack(in, format, arguments);
-    va_end(arguments.list);
-    return consumed;
 }
 
 int DataUnpack(const unsigned char* in, const char* format, ...)
 {
-    Arguments arguments;
-    va_start(arguments.list, format);
-    const int consumed = unpack(in, format, arguments);
-    va_end(arguments.list);
+    va_list args;
+    va_start(args, format);
+    const int consumed = VDataUnpack(in, format, args);
+    va_end(args);
     return consumed;
 }
 
