@@ -4,6 +4,7 @@
 #include "bench_driver.h"
 
 #include <arpa/inet.h>
+#include <cerrno>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -49,6 +50,22 @@ public:
     BareSocket(const BareSocket&) = delete;
     BareSocket& operator=(const BareSocket&) = delete;
     ~BareSocket() { ::close(m_socket); }
+
+    /// From here on no receive lasts longer.
+    void limitTime(int seconds)
+    {
+        const timeval limit = {seconds, 0};
+        if (::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) != 0)
+            giveUp(QStringLiteral("a receive can not be limited"));
+    }
+
+    /// Takes what lies unread, which is nothing, and notices a hang-up.
+    void dropUnread()
+    {
+        char unread[261];
+        if (::recv(m_socket, unread, sizeof unread, MSG_DONTWAIT) >= 0 || errno != EAGAIN)
+            giveUp(QStringLiteral("there was something to read on the bare socket"));
+    }
 
     void exchange(const QByteArray& request, int replyLength)
     {
