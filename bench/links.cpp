@@ -2,6 +2,9 @@
 // same number of bare socket loops.
 //
 //   links ROUNDS MILLISECONDS
+//
+// Each client shares a core with its slave, the cores in turn: where a system puts them by itself differs
+// from one moment to the next, and makes more of a difference than all that is compared here.
 #include "figures.h"
 #include "slave_process.h"
 #include "tcp_link.h"
@@ -13,12 +16,24 @@
 #include <deque>
 #include <exception>
 #include <functional>
+#include <sched.h>
 #include <thread>
 
 namespace {
 
 /// What one thread does until it is told to stop. Returns the number of commands.
 using Loop = std::function<long(const std::atomic<bool>& stop)>;
+
+/// Keeps a process, or with 0 the calling thread, and what it starts later on one core.
+void pin(qint64 process, std::size_t pair)
+{
+    const auto cores = static_cast<std::size_t>(::sysconf(_SC_NPROCESSORS_ONLN));
+    cpu_set_t core;
+    CPU_ZERO(&core);
+    CPU_SET(pair % cores, &core);
+    if (::sched_setaffinity(static_cast<pid_t>(process), sizeof core, &core) != 0)
+        giveUp(QStringLiteral("can not choose a core"));
+}
 
 /// All loops at once for this long. Commands a second, all together.
 double commandsPerSecond(const std::vector<Loop>& loops, int milliseconds)
@@ -29,10 +44,11 @@ double commandsPerSecond(const std::vector<Loop>& loops, int milliseconds)
     std::atomic<bool> failed{false};
     std::vector<std::thread> threads;
     const Clock::time_point start = Clock::now();
-    for (const Loop& loop : loops) {
-        threads.emplace_back([&] {
+    for (std::size_t i = 0; i < loops.size(); ++i) {
+        threads.emplace_back([&, i] {
             try {
-                commands += loop(stop);
+                pin(0, i);
+                commands += loops[i](stop);
             } catch (...) {
                 if (!failed.exchange(true))
                     failure = std::current_exception();
@@ -94,6 +110,7 @@ void measure(int links, int rounds, int milliseconds)
         if (!slaves.back().start())
             giveUp(QStringLiteral("slavesim does not start: ") +
                    QString::fromLocal8Bit(slaves.back().problem()));
+        pin(slaves.back().processId(), static_cast<std::size_t>(i));
         bareLoops.push_back(bareLoop(sockets.emplace_back(slaves.back().port())));
         driverLoops.push_back(driverLoop(drivers.emplace_back(slaves.back().port())));
     }
