@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
@@ -50,6 +51,19 @@ QString writingProblem(const QString& fileName)
 {
     QFile file(fileName);
     return file.open(QIODevice::ReadWrite) ? QString() : file.errorString();
+}
+
+/// Removes what writers have left that were killed, or lost their power, before they had finished.
+void removeLeftovers(const QString& fileName)
+{
+    const QString prefix = QFileInfo(fileName).fileName() + QLatin1String(".new-");
+    QDir folder = QFileInfo(fileName).dir();
+    for (const QString& name : folder.entryList({prefix + QLatin1Char('*')}, QDir::Files)) {
+        bool isNumber = false;
+        const int process = name.mid(prefix.size()).toInt(&isNumber);
+        if (isNumber && process > 0 && ::kill(process, 0) != 0 && errno == ESRCH)
+            folder.remove(name);
+    }
 }
 
 /// SQLite would apply the journal of an old database to whatever stands in its place.
@@ -131,6 +145,7 @@ ProjectWriter::ProjectWriter(const QString& fileName, Beginning beginning)
       m_newName(QStringLiteral("%1.new-%2").arg(fileName).arg(QCoreApplication::applicationPid()))
 {
     QFile::remove(m_newName);
+    removeLeftovers(fileName);
     const QString journal = journalBeside(fileName);
     if (!journal.isEmpty())
         check(

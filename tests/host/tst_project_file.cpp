@@ -46,6 +46,7 @@ private slots:
     void init();
     void writtenAndRead();
     void oldProjectStaysWithoutCommit();
+    void leftoversOfKilledWritersGo();
     void fullDiskKeepsTheOldProject();
     void refusals();
     void damagedProjects_data();
@@ -97,6 +98,18 @@ void tst_project_file::oldProjectStaysWithoutCommit()
     QCOMPARE(tagsOf(m_file), QStringLiteral("DO1"));
     QCOMPARE(writeProject(m_file, {QStringLiteral("DO2")}), QString());
     QCOMPARE(tagsOf(m_file), QStringLiteral("DO2"));
+}
+
+void tst_project_file::leftoversOfKilledWritersGo()
+{
+    const QString ofNobody = m_file + QStringLiteral(".new-2147483647");
+    const QString ofSomebodyAtWork = m_file + QStringLiteral(".new-1");
+    const QString notOurs = m_file + QStringLiteral(".new-idea");
+    for (const QString& name : {ofNobody, ofSomebodyAtWork, notOurs})
+        QVERIFY(QFile(name).open(QIODevice::WriteOnly));
+    QCOMPARE(writeProject(m_file, {QStringLiteral("DO1")}), QString());
+    QCOMPARE(files(), QStringList({QStringLiteral("database"), QStringLiteral("database.new-1"),
+                                   QStringLiteral("database.new-idea")}));
 }
 
 void tst_project_file::fullDiskKeepsTheOldProject()
