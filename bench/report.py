@@ -79,7 +79,8 @@ def processor():
 
 
 def machine():
-    commit = subprocess.run(["git", "rev-parse", "--short", "HEAD"], capture_output=True, text=True, check=False)
+    commit = subprocess.run(["git", "describe", "--always", "--dirty", "--exclude=*"], capture_output=True, text=True,
+                            check=False)
     compiler = subprocess.run(["c++", "--version"], capture_output=True, text=True, check=False)
     cores = len([line for line in pathlib.Path("/proc/cpuinfo").read_text().splitlines() if line.startswith("processor")])
     return {"value": cores, "unit": "cores", "processor": processor(), "kernel": platform.release(),
