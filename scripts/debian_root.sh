@@ -3,6 +3,7 @@
 
 DEBIAN_RELEASE=bookworm
 SKIPPED=77 # exit status of a run that could not be made, through no fault of the project
+PATH=$PATH:/usr/sbin # debootstrap is there, which is not on the path of every user
 
 # skip NAME REASON: ends the run and says why.
 skip() {
