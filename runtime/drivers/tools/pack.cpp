@@ -84,43 +84,39 @@ void unpackBigEndian(const unsigned char* in, unsigned char* elements, int lengt
     }
 }
 
-// Bytes packed, -1 on an error. Only an array letter has elements.
-int packArray(unsigned char* out, const ArrayItem& item, const unsigned char* elements)
-{
-    if (isFiller(item)) {
-        if (item.count > INT_MAX)
-            return -1;
-        if (item.letter == 'x' && item.count > 0)
-            std::memset(out, 0, item.count);
-        return static_cast<int>(item.count);
-    }
-    const int length = arrayLength(item);
-    if (length < 1)
-        return -1;
-    if (item.letter == 'n')
-        packBigEndian<quint16>(out, elements, length);
-    else if (item.letter == 'N')
-        packBigEndian<quint32>(out, elements, length);
-    else
-        std::memcpy(out, elements, static_cast<size_t>(length));
-    return length;
-}
-
-// Bytes consumed, -1 on an error. Only an array letter has elements.
-int unpackArray(const unsigned char* in, const ArrayItem& item, unsigned char* elements)
+// Bytes that an item with a count stands for in a frame, -1 when that is an error.
+int lengthInFrame(const ArrayItem& item)
 {
     if (isFiller(item))
         return item.count > INT_MAX ? -1 : static_cast<int>(item.count);
     const int length = arrayLength(item);
-    if (length < 1)
-        return -1;
-    if (item.letter == 'n')
+    return length < 1 ? -1 : length;
+}
+
+void packFiller(unsigned char* out, char letter, int length)
+{
+    if (letter == 'x')
+        std::memset(out, 0, static_cast<size_t>(length));
+}
+
+void packArray(unsigned char* out, char letter, const unsigned char* elements, int length)
+{
+    if (letter == 'n')
+        packBigEndian<quint16>(out, elements, length);
+    else if (letter == 'N')
+        packBigEndian<quint32>(out, elements, length);
+    else
+        std::memcpy(out, elements, static_cast<size_t>(length));
+}
+
+void unpackArray(const unsigned char* in, char letter, unsigned char* elements, int length)
+{
+    if (letter == 'n')
         unpackBigEndian<quint16>(in, elements, length);
-    else if (item.letter == 'N')
+    else if (letter == 'N')
         unpackBigEndian<quint32>(in, elements, length);
     else
         std::memcpy(elements, in, static_cast<size_t>(length));
-    return length;
 }
 
 template<typename Number>
@@ -198,11 +194,14 @@ int VDataPack(unsigned char* out, const char* format, va_list args)
             if (!isDigit(*format))
                 return 0;
             const ArrayItem item = takeArrayItem(format);
-            const int written =
-                packArray(next, item, isArrayLetter(item.letter) ? va_arg(args, unsigned char*) : nullptr);
-            if (written < 0)
+            const int length = lengthInFrame(item);
+            if (length < 0)
                 return -1;
-            next += written;
+            if (isFiller(item))
+                packFiller(next, item.letter, length);
+            else
+                packArray(next, item.letter, va_arg(args, unsigned char*), length);
+            next += length;
         }
     }
     return static_cast<int>(next - out);
@@ -249,11 +248,12 @@ int VDataUnpack(const unsigned char* in, const char* format, va_list args)
             if (!isDigit(*format))
                 return -1;
             const ArrayItem item = takeArrayItem(format);
-            const int consumed =
-                unpackArray(next, item, isArrayLetter(item.letter) ? va_arg(args, unsigned char*) : nullptr);
-            if (consumed < 0)
+            const int length = lengthInFrame(item);
+            if (length < 0)
                 return -1;
-            next += consumed;
+            if (!isFiller(item))
+                unpackArray(next, item.letter, va_arg(args, unsigned char*), length);
+            next += length;
         }
     }
     return static_cast<int>(next - in);
