@@ -7,14 +7,13 @@
 #include "bench_driver.h"
 #include "figures.h"
 #include "memory_link.h"
+#include "peak_memory.h"
 
 #include <QCoreApplication>
+#include <QProcess>
 
 #include <ctime>
 #include <sqlite3.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -73,23 +72,23 @@ void loadWithDriver()
     runCommand(plugin->driver(), link, measuredCommands().first(), QByteArray());
 }
 
-/// Peak resident memory in kB of a process that does nothing but this.
-double peakMemory(void (*work)())
+/// By how many kB the memory of a process rises at its highest when it does nothing but load the project.
+/// This one would have memory at hand from making it.
+double peakMemory()
 {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        work();
-        ::_exit(0);
-    }
-    int status = 0;
-    rusage usage = {};
-    if (::wait4(child, &status, 0, &usage) != child || status != 0)
-        giveUp(QStringLiteral("the load in a process of its own failed"));
-    return static_cast<double>(usage.ru_maxrss);
+    QProcess once;
+    once.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--once")});
+    if (!once.waitForFinished(-1) || once.exitCode() != 0)
+        giveUp(QStringLiteral("the load in a process of its own failed: ") +
+               QString::fromLocal8Bit(once.readAllStandardError()));
+    return once.readAllStandardOutput().toDouble();
 }
 
-void doNothing()
+void loadOnce()
 {
+    const PeakMemory memory;
+    loadWithDriver();
+    std::printf("%d\n", memory.grownKiB());
 }
 
 } // namespace
@@ -98,12 +97,16 @@ int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     return reportFailure([&] {
+        if (argc == 2 && QByteArray(argv[1]) == "--once") {
+            loadOnce();
+            return;
+        }
         const int tags = argc == 3 ? std::atoi(argv[1]) : 0;
         const int rounds = argc == 3 ? std::atoi(argv[2]) : 0;
         if (tags < 1 || rounds < 1)
             giveUp(QStringLiteral("give TAGS ROUNDS, both 1 or more"));
         makeProject(MixedTags(tags));
-        const double peak = peakMemory(loadWithDriver) - peakMemory(doNothing);
+        const double peak = peakMemory();
 
         std::vector<double> driver;
         std::vector<double> sqlite;
