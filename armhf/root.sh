@@ -14,7 +14,7 @@ unpack_everything() {
     local folder=$1 package
     for package in "$folder"/var/cache/apt/archives/*.deb; do
         basename "$package"
-        "${AS_ROOT[@]}" dpkg-deb --extract "$package" "$folder"
+        "${AS_ROOT[@]}" dpkg-deb --extract "$package" "$folder" || return 1
         dpkg-deb --info "$package" shlibs >>"$folder/shlibs" 2>/dev/null || true
         rm "$package"
     done
@@ -48,7 +48,11 @@ make_root() {
         tail -3 "$log" >&2
         skip armhf "no armhf root could be made from the package mirror; $log has all that was said"
     fi
-    counted "packages unpacked" "$log" unpack_everything "$ROOT.new"
+    if ! counted "packages unpacked" "$log" unpack_everything "$ROOT.new"; then
+        tail -3 "$log" >&2
+        echo "armhf: unpacking into $ROOT.new failed; $log has all that was said" >&2
+        exit 1
+    fi
     keep_links_inside "$ROOT.new"
     use_host_tools "$ROOT.new"
     echo "$ROOT_RECIPE" >"$ROOT.new/complete"

@@ -1,4 +1,4 @@
-# The panel's memory is small. docs/panel.md has what each of these steps saves.
+# The panel's memory is small. docs/panel.md has what each of these steps saves or costs.
 
 include(CheckCXXCompilerFlag)
 
