@@ -95,7 +95,7 @@ int lengthInFrame(const ArrayItem& item)
 
 void packFiller(unsigned char* out, char letter, int length)
 {
-    if (letter == 'x')
+    if (letter == 'x' && length > 0)
         std::memset(out, 0, static_cast<size_t>(length));
 }
 
