@@ -16,6 +16,12 @@
     throw std::runtime_error(reason.toStdString());
 }
 
+/// A whole number of the command line; 0 for anything else.
+inline int countOf(const char* argument)
+{
+    return QByteArray(argument).toInt();
+}
+
 /// Runs the benchmark. Returns the exit status of the program.
 template<typename Benchmark>
 int reportFailure(Benchmark benchmark)

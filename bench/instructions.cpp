@@ -158,16 +158,16 @@ int main(int argc, char** argv)
         if (argc != 4)
             giveUp(QStringLiteral("give SUBJECT COMMAND RUNS"));
         if (QByteArray(argv[1]) == "answer") {
-            answer(std::atoi(argv[2]));
+            answer(countOf(argv[2]));
             return;
         }
         if (QByteArray(argv[1]) == "sparse") {
-            runSparse(QByteArray(argv[2]).split('-'), std::atoi(argv[3]));
+            runSparse(QByteArray(argv[2]).split('-'), countOf(argv[3]));
             return;
         }
         const MeasuredCommand* const measured = findCommand(argv[2]);
         if (!measured)
             giveUp(QStringLiteral("no such command: %1").arg(QLatin1String(argv[2])));
-        run(argv[1], *measured, std::atoi(argv[3]), argv[0]);
+        run(argv[1], *measured, countOf(argv[3]), argv[0]);
     });
 }

@@ -131,8 +131,8 @@ int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     return reportFailure([&] {
-        const int rounds = argc == 3 ? std::atoi(argv[1]) : 0;
-        const int milliseconds = argc == 3 ? std::atoi(argv[2]) : 0;
+        const int rounds = argc == 3 ? countOf(argv[1]) : 0;
+        const int milliseconds = argc == 3 ? countOf(argv[2]) : 0;
         if (rounds < 1 || milliseconds < 1)
             giveUp(QStringLiteral("give ROUNDS MILLISECONDS, both 1 or more"));
         makeProject(OneTag());

@@ -101,8 +101,8 @@ int main(int argc, char** argv)
             loadOnce();
             return;
         }
-        const int tags = argc == 3 ? std::atoi(argv[1]) : 0;
-        const int rounds = argc == 3 ? std::atoi(argv[2]) : 0;
+        const int tags = argc == 3 ? countOf(argv[1]) : 0;
+        const int rounds = argc == 3 ? countOf(argv[2]) : 0;
         if (tags < 1 || rounds < 1)
             giveUp(QStringLiteral("give TAGS ROUNDS, both 1 or more"));
         makeProject(MixedTags(tags));

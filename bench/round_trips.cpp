@@ -251,13 +251,13 @@ void printFigures(const std::string& command, const Samples& samples)
     const std::vector<double>& bare = samples.at("bare");
     for (const auto& [client, times] : samples) {
         if (client != "bare")
-            printFigure("roundtrip_" + client + "_ratio_bare_" + command, ratios(times, bare), "ratio",
-                        "bare socket loop");
+            printFigure(std::string("roundtrip_").append(client).append("_ratio_bare_").append(command),
+                        ratios(times, bare), "ratio", "bare socket loop");
     }
     for (const auto& [client, times] : samples) {
         if (client == "libmodbus" || client == "qmodbus")
-            printFigure("roundtrip_driver_ratio_" + client + "_" + command, ratios(driver, times), "ratio",
-                        client);
+            printFigure(std::string("roundtrip_driver_ratio_").append(client).append("_").append(command),
+                        ratios(driver, times), "ratio", client);
     }
     printFigure("roundtrip_bare_" + command, bare, "us");
     printFigure("roundtrip_driver_" + command, driver, "us");
@@ -292,8 +292,8 @@ int main(int argc, char** argv)
 {
     QCoreApplication application(argc, argv);
     return reportFailure([&] {
-        const int rounds = argc == 3 ? std::atoi(argv[1]) : 0;
-        const int commands = argc == 3 ? std::atoi(argv[2]) : 0;
+        const int rounds = argc == 3 ? countOf(argv[1]) : 0;
+        const int commands = argc == 3 ? countOf(argv[2]) : 0;
         if (rounds < 1 || commands < 1)
             giveUp(QStringLiteral("give ROUNDS COMMANDS, both 1 or more"));
         measureAll(rounds, commands);

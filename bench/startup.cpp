@@ -64,7 +64,7 @@ int main(int argc, char** argv)
             readOnce(QByteArray(argv[2]).toUShort());
             return;
         }
-        const int rounds = argc == 2 ? std::atoi(argv[1]) : 0;
+        const int rounds = argc == 2 ? countOf(argv[1]) : 0;
         if (rounds < 1)
             giveUp(QStringLiteral("give ROUNDS, 1 or more"));
         measure(rounds);
