@@ -101,6 +101,7 @@ private slots:
     void contents();
     void failingCostsNothingThatStays();
     void mendedWhileAnotherThreadIsAtWork();
+    void connectionOfSomebodyElse();
     void directoryInItsPlace();
     void unreadable();
     void lockedByAWriter();
@@ -208,6 +209,22 @@ void tst_bad_databases::mendedWhileAnotherThreadIsAtWork()
     }).join();
     QCOMPARE(before, QString::fromLatin1(noStation));
     QCOMPARE(after, QString());
+}
+
+void tst_bad_databases::connectionOfSomebodyElse()
+{
+    const QString elsewhere = projectFile() + QLatin1String(".elsewhere");
+    QVERIFY(QFile::rename(projectFile(), elsewhere));
+    qsrand(20261123); // the driver's name for its connection is the next number
+    const QString name = QString::number(qrand());
+    qsrand(20261123);
+    Panel panel;
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase(QLatin1String("QSQLITE"), name);
+        database.setDatabaseName(elsewhere);
+    }
+    QCOMPARE(panel.fails(), QString());
+    QVERIFY(QFile::remove(elsewhere));
 }
 
 void tst_bad_databases::directoryInItsPlace()

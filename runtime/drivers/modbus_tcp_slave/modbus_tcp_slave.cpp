@@ -29,7 +29,7 @@ static QString takeConnectionName()
 DriverModbusTcpSlave::DriverModbusTcpSlave()
     : hasCommError(false), debugMode(false), databaseOpened(false), databaseLoaded(false), transactionId(0),
       bitAddressRegExp(QLatin1String("^(\\d+)-((?:FN5)?DO|DI)(\\d+)"), Qt::CaseInsensitive),
-      connectionName(takeConnectionName()), projectStamp()
+      connectionName(takeConnectionName()), madeConnection(false), projectStamp()
 {
 }
 

@@ -297,6 +297,7 @@ private:
     QString connectionName;
     std::map<unsigned char, ModbusBitSet> validBitAddressesMap;
     QByteArray areaPrefix;  ///< of the command at hand; kept so that the next one need not make it again
+    bool madeConnection;    ///< it is the driver's own, not one that somebody registered under its name
     FileStamp projectStamp; ///< of the project file when it was last looked into without success
 };
 

@@ -21,6 +21,7 @@ bool DriverModbusTcpSlave::createDBConnection()
         return true;
 
     QSqlDatabase database = QSqlDatabase::addDatabase(QLatin1String("QSQLITE"), connectionName);
+    madeConnection = true;
     database.setDatabaseName(GetDatabaseName());
     database.setConnectOptions(QLatin1String("QSQLITE_OPEN_READONLY"));
     return database.open();
@@ -65,7 +66,7 @@ bool DriverModbusTcpSlave::readDB(AbstractDeviceInterface* device, const QString
 {
     if (databaseLoaded)
         return true;
-    if (QSqlDatabase::contains(connectionName))
+    if (madeConnection && QSqlDatabase::contains(connectionName))
         reopenChangedProject();
     if (!databaseOpened) {
         databaseOpened = createDBConnection();
@@ -75,8 +76,8 @@ bool DriverModbusTcpSlave::readDB(AbstractDeviceInterface* device, const QString
 
     const DeviceSetting* setting = device->deviceSetting();
     QList<LinkIdStationId> stations;
-    if (!setting || !QSqlDatabase::database(connectionName, false).isOpen() ||
-        !GetLinkIdAndDefaultStationId(connectionName, setting->linkID, stations))
+    const bool isOpen = !madeConnection || QSqlDatabase::database(connectionName, false).isOpen();
+    if (!setting || !isOpen || !GetLinkIdAndDefaultStationId(connectionName, setting->linkID, stations))
         return fail("failed to get default station id");
     // The tables of each default station replace those of the one before, so only the last ones are made.
     if (!initValidBitAddressesMap(stations.last().linkId, stations.last().defaultStationId))
