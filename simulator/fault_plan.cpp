@@ -53,35 +53,32 @@ std::optional<FaultKind> faultNamed(std::string_view name)
     return std::nullopt;
 }
 
-FaultPlan::FaultPlan(FaultSchedule faultSchedule) : schedule(std::move(faultSchedule)), random(schedule.seed)
+FaultPlan::FaultPlan(FaultSchedule schedule) : m_schedule(std::move(schedule)), m_random(m_schedule.seed)
 {
 }
 
-/// request counts from 1.
-std::optional<FaultKind> FaultPlan::kindFor(std::uint64_t request)
+std::optional<FaultKind> FaultPlan::kindForThisRequest()
 {
-    const std::vector<FaultKind>& kinds = schedule.kinds;
-    if (schedule.rate > 0) {
-        const double drawn = static_cast<std::uint32_t>(random()) / 4294967296.0;
-        return drawn < schedule.rate ? std::optional(kinds[random() % kinds.size()]) : std::nullopt;
-    }
-    if (request % schedule.every != 0)
+    const std::vector<FaultKind>& kinds = m_schedule.kinds;
+    if (kinds.empty())
         return std::nullopt;
-    return kinds[static_cast<std::size_t>((request / schedule.every - 1) % kinds.size())];
+    if (m_schedule.rate > 0) {
+        const double drawn = static_cast<std::uint32_t>(m_random()) / 4294967296.0;
+        return drawn < m_schedule.rate ? std::optional(kinds[m_random() % kinds.size()]) : std::nullopt;
+    }
+    if (m_requests % m_schedule.every != 0)
+        return std::nullopt;
+    return kinds[static_cast<std::size_t>((m_requests / m_schedule.every - 1) % kinds.size())];
 }
 
 std::optional<Fault> FaultPlan::next()
 {
-    if (schedule.kinds.empty()) {
-        ++requestCount;
-        return std::nullopt;
-    }
-    const std::lock_guard<std::mutex> lock(mutex);
-    const auto kind = kindFor(++requestCount);
+    ++m_requests;
+    const auto kind = kindForThisRequest();
     if (!kind)
         return std::nullopt;
-    ++faultCounts[static_cast<std::size_t>(*kind)];
-    return Fault{*kind, static_cast<std::uint32_t>(random())};
+    ++m_faults[static_cast<std::size_t>(*kind)];
+    return Fault{*kind, static_cast<std::uint32_t>(m_random())};
 }
 
 } // namespace slavesim

@@ -2,9 +2,7 @@
 #define SLAVESIM_FAULT_PLAN_H
 
 #include <array>
-#include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <optional>
 #include <random>
 #include <string_view>
@@ -58,7 +56,7 @@ struct Fault
 };
 
 /// Counts the requests of all clients and says which get a fault. The same schedule gives the same faults for
-/// the same requests in the same order. Any thread may call it at any time.
+/// the same requests in the same order.
 class FaultPlan
 {
 public:
@@ -68,17 +66,16 @@ public:
     std::optional<Fault> next();
 
     /// Requests and faults so far.
-    std::uint64_t requests() const { return requestCount; }
-    std::uint64_t faults(FaultKind kind) const { return faultCounts[static_cast<std::size_t>(kind)]; }
+    std::uint64_t requests() const { return m_requests; }
+    std::uint64_t faults(FaultKind kind) const { return m_faults[static_cast<std::size_t>(kind)]; }
 
 private:
-    std::optional<FaultKind> kindFor(std::uint64_t request);
+    std::optional<FaultKind> kindForThisRequest();
 
-    const FaultSchedule schedule;
-    std::mutex mutex; ///< of random and of the order of requests
-    std::mt19937 random;
-    std::atomic<std::uint64_t> requestCount{0};
-    std::array<std::atomic<std::uint64_t>, FaultKindCount> faultCounts{};
+    FaultSchedule m_schedule;
+    std::mt19937 m_random;
+    std::uint64_t m_requests = 0;
+    std::array<std::uint64_t, FaultKindCount> m_faults{};
 };
 
 } // namespace slavesim

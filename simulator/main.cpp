@@ -1,9 +1,12 @@
 #include "options.h"
 #include "server.h"
 
+#include <fcntl.h>
 #include <iostream>
+#include <new>
 #include <stdexcept>
 #include <string>
+#include <unistd.h>
 
 /// "slavesim: 300 requests, 30 faults (late 15, drop 15)"
 static std::string statsLine(const slavesim::FaultPlan& counts)
@@ -23,8 +26,18 @@ static std::string statsLine(const slavesim::FaultPlan& counts)
            " faults" + kinds;
 }
 
+/// Where standard input, output or error is closed, what is written there must not go to a client.
+static void openStandardDescriptors()
+{
+    int opened = ::open("/dev/null", O_RDWR);
+    while (opened >= 0 && opened <= STDERR_FILENO)
+        opened = ::open("/dev/null", O_RDWR);
+    ::close(opened);
+}
+
 int main(int argc, char* argv[])
 {
+    openStandardDescriptors();
     int exitStatus = 0;
     const auto options = slavesim::parseCommandLine(argc, argv, exitStatus);
     if (!options)
@@ -38,6 +51,8 @@ int main(int argc, char* argv[])
         return 0;
     } catch (const std::runtime_error& error) {
         std::cerr << "slavesim: " << error.what() << '\n';
-        return 2;
+    } catch (const std::bad_alloc&) {
+        std::cerr << "slavesim: cannot start: not enough memory\n";
     }
+    return 2;
 }

@@ -206,8 +206,9 @@ static std::string explanations()
            "  Where nothing else is said, the request is executed and only the answer spoilt:\n"
            "  the values of a write have been written.\n"
            "\nWhen it is ready it prints one line, \"slavesim: listening on 127.0.0.1:40123\".\n"
-           "It serves up to 256 clients at once, and closes the connection of any more and of\n"
-           "what is not Modbus TCP. SIGTERM and SIGINT end it.\n"
+           "It serves up to 256 clients at once; when one more comes, the one that has been\n"
+           "silent for longest is closed, and so is what does not speak Modbus TCP. SIGTERM\n"
+           "and SIGINT end it.\n"
            "Exit status: 0 ended by a signal, 2 could not start.\n";
 }
 

@@ -39,8 +39,8 @@ static std::size_t indexAmongAlike(Area area)
 
 ProcessImage::ProcessImage()
 {
-    bitAreas.fill(std::vector<std::uint8_t>(CellsPerArea));
-    registerAreas.fill(std::vector<std::uint16_t>(CellsPerArea));
+    m_bitAreas.fill(std::vector<std::uint8_t>(CellsPerArea));
+    m_registerAreas.fill(std::vector<std::uint16_t>(CellsPerArea));
 }
 
 ProcessImage ProcessImage::numbered()
@@ -58,18 +58,18 @@ ProcessImage ProcessImage::numbered()
 
 std::vector<std::uint8_t>& ProcessImage::bits(Area area)
 {
-    return bitAreas[indexAmongAlike(area)];
+    return m_bitAreas[indexAmongAlike(area)];
 }
 
 std::vector<std::uint16_t>& ProcessImage::registers(Area area)
 {
-    return registerAreas[indexAmongAlike(area)];
+    return m_registerAreas[indexAmongAlike(area)];
 }
 
 std::uint16_t ProcessImage::value(Area area, std::uint32_t number) const
 {
     const std::size_t index = indexAmongAlike(area);
-    return isBitArea(area) ? bitAreas[index].at(number - 1) : registerAreas[index].at(number - 1);
+    return isBitArea(area) ? m_bitAreas[index].at(number - 1) : m_registerAreas[index].at(number - 1);
 }
 
 void ProcessImage::setValue(Area area, std::uint32_t number, std::uint16_t value)

@@ -64,8 +64,8 @@ public:
     std::vector<std::uint16_t>& registers(Area area);
 
 private:
-    std::array<std::vector<std::uint8_t>, 2> bitAreas;
-    std::array<std::vector<std::uint16_t>, 2> registerAreas;
+    std::array<std::vector<std::uint8_t>, 2> m_bitAreas;
+    std::array<std::vector<std::uint16_t>, 2> m_registerAreas;
 };
 
 } // namespace slavesim

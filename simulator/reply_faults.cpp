@@ -1,7 +1,5 @@
 #include "reply_faults.h"
 
-#include "request.h"
-
 #include <random>
 
 namespace slavesim {

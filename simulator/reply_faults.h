@@ -2,13 +2,9 @@
 #define SLAVESIM_REPLY_FAULTS_H
 
 #include "fault_plan.h"
-
-#include <cstdint>
-#include <vector>
+#include "request.h"
 
 namespace slavesim {
-
-using Bytes = std::vector<std::uint8_t>;
 
 /// What fault makes of the bytes of a good reply (at least header and function code): none for drop, the
 /// first half for truncate and reset. A fault that is not in the bytes (late, drip, exception, refuse) leaves

@@ -8,7 +8,8 @@ struct Function
 {
     std::uint8_t code;
     Area area;
-    bool writes;
+    std::size_t length;      ///< of the frame up to the byte count, where there is one
+    bool hasByteCount;       ///< of the values to write, which follow
     std::uint32_t mostCells; ///< by the Modbus standard; 1 where the request has no quantity
 };
 
@@ -16,16 +17,16 @@ constexpr std::uint8_t ReadWriteRegisters = 23;
 constexpr std::uint32_t MostWrittenByReadWrite = 121;
 
 constexpr Function Functions[] = {
-    {1, Area::Coils, false, 2000},
-    {2, Area::DiscreteInputs, false, 2000},
-    {3, Area::HoldingRegisters, false, 125},
-    {4, Area::InputRegisters, false, 125},
-    {5, Area::Coils, true, 1},
-    {6, Area::HoldingRegisters, true, 1},
-    {15, Area::Coils, true, 1968},
-    {16, Area::HoldingRegisters, true, 123},
-    {22, Area::HoldingRegisters, true, 1},
-    {ReadWriteRegisters, Area::HoldingRegisters, true, 125},
+    {1, Area::Coils, 12, false, 2000},
+    {2, Area::DiscreteInputs, 12, false, 2000},
+    {3, Area::HoldingRegisters, 12, false, 125},
+    {4, Area::InputRegisters, 12, false, 125},
+    {5, Area::Coils, 12, false, 1},
+    {6, Area::HoldingRegisters, 12, false, 1},
+    {15, Area::Coils, 13, true, 1968},
+    {16, Area::HoldingRegisters, 13, true, 123},
+    {22, Area::HoldingRegisters, 14, false, 1},
+    {ReadWriteRegisters, Area::HoldingRegisters, 17, true, 125},
 };
 
 const Function* functionOf(std::uint8_t code)
@@ -42,38 +43,40 @@ bool isLegal(std::uint32_t quantity, std::uint32_t most)
     return quantity >= 1 && quantity <= most;
 }
 
-} // namespace
-
-Request::Request(const std::uint8_t* frameBytes, int frameLength) : frame(frameBytes), length(frameLength)
-{
-}
-
-std::uint32_t Request::word(int offset) const
+std::uint32_t wordAt(const std::uint8_t* frame, std::size_t offset)
 {
     return static_cast<std::uint32_t>(frame[offset] << 8 | frame[offset + 1]);
+}
+
+/// Whether a frame of a known function may have the length that its header says, by the bytes at hand.
+bool fits(const Function& function, const Bytes& bytes, std::size_t length)
+{
+    if (!function.hasByteCount || length < function.length)
+        return length == function.length;
+    return bytes.size() < function.length || length == function.length + bytes[function.length - 1];
+}
+
+} // namespace
+
+std::size_t requestLength(const Bytes& bytes)
+{
+    if (bytes.size() < UnitOffset)
+        return LongestFrame;
+    const std::size_t length = UnitOffset + wordAt(bytes.data(), 4);
+    if (wordAt(bytes.data(), 2) != 0 || length <= FunctionOffset || length > LongestFrame)
+        return 0;
+    const Function* function = bytes.size() > FunctionOffset ? functionOf(bytes[FunctionOffset]) : nullptr;
+    return !function || fits(*function, bytes, length) ? length : 0;
+}
+
+std::uint32_t Request::word(std::size_t offset) const
+{
+    return wordAt(m_frame, offset);
 }
 
 bool Request::isKnown() const
 {
     return functionOf(function()) != nullptr;
-}
-
-bool Request::writes() const
-{
-    const Function* known = functionOf(function());
-    return known && known->writes;
-}
-
-bool Request::isWellFormed() const
-{
-    const int whole = UnitOffset + static_cast<int>(word(4));
-    const bool lengthIsRight = isKnown() ? whole == length : whole >= length && whole <= LongestFrame;
-    return word(2) == 0 && lengthIsRight;
-}
-
-int Request::missing() const
-{
-    return UnitOffset + static_cast<int>(word(4)) - length;
 }
 
 Cells Request::cells() const

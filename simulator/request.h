@@ -4,13 +4,13 @@
 #include "process_image.h"
 
 #include <cstdint>
+#include <vector>
 
 namespace slavesim {
 
-constexpr int MbapLength = 7;              ///< transaction, protocol, length, unit identifier
-constexpr int FunctionOffset = MbapLength; ///< of the function code in a frame
-constexpr int UnitOffset = 6;     ///< of the unit identifier; the length field counts the bytes from here on
-constexpr int LongestFrame = 260; ///< header and a protocol data unit of 253 bytes
+constexpr std::size_t UnitOffset = 6; ///< of the unit identifier; the length field counts from here on
+constexpr std::size_t FunctionOffset = 7;
+constexpr std::size_t LongestFrame = 260; ///< header of 7 bytes and a protocol data unit of 253
 
 /// count cells from a Modbus address (from 0) on.
 struct Cells
@@ -20,29 +20,27 @@ struct Cells
     std::uint32_t count;
 };
 
-/// A request frame as it came, with its header. It does not copy the frame: that must outlive it.
+using Bytes = std::vector<std::uint8_t>;
+
+/// The length of the request that bytes begin with, and that is more than there are bytes as long as it is
+/// not whole. 0 when they cannot begin a Modbus TCP request: the protocol identifier is not 0, or the length
+/// field is out of range or contradicts what a known function makes of the frame.
+std::size_t requestLength(const Bytes& bytes);
+
+/// A whole request frame, header included. It does not copy the frame: that must outlive it.
 class Request
 {
 public:
-    /// length: bytes at frame; at least header and function code, and all fields of the function when it is
-    /// known.
-    Request(const std::uint8_t* frame, int length);
+    /// length: as requestLength() says.
+    Request(const std::uint8_t* frame, std::size_t length) : m_frame(frame), m_length(length) {}
 
-    std::uint8_t unit() const { return frame[UnitOffset]; }
-    std::uint8_t function() const { return frame[FunctionOffset]; }
+    const std::uint8_t* frame() const { return m_frame; }
+    std::size_t length() const { return m_length; }
+    std::uint8_t unit() const { return m_frame[UnitOffset]; }
+    std::uint8_t function() const { return m_frame[FunctionOffset]; }
 
     /// Functions 1 to 6, 15, 16, 22 and 23.
     bool isKnown() const;
-
-    /// Whether it may change cells. False for an unknown function.
-    bool writes() const;
-
-    /// Protocol identifier 0 and a length field that says what the function makes of the frame. For an
-    /// unknown function: that says a length that a frame can have.
-    bool isWellFormed() const;
-
-    /// Bytes of the frame, by its length field, that are not at hand. 0 for a known function.
-    int missing() const;
 
     /// What it reads (or writes, where it only writes). Only for a known function.
     Cells cells() const;
@@ -54,10 +52,10 @@ public:
     bool quantitiesAreLegal() const;
 
 private:
-    std::uint32_t word(int offset) const;
+    std::uint32_t word(std::size_t offset) const;
 
-    const std::uint8_t* frame;
-    int length;
+    const std::uint8_t* m_frame;
+    std::size_t m_length;
 };
 
 } // namespace slavesim

@@ -6,7 +6,7 @@ namespace slavesim {
 
 void ServedCells::add(Area area, NumberRange numbers)
 {
-    auto& list = ranges[static_cast<std::size_t>(area)];
+    auto& list = m_ranges[static_cast<std::size_t>(area)];
     const auto before = [](const NumberRange& one, const NumberRange& other) {
         return one.first < other.first;
     };
@@ -15,7 +15,7 @@ void ServedCells::add(Area area, NumberRange numbers)
 
 bool ServedCells::contains(const Cells& cells) const
 {
-    const auto& list = ranges[static_cast<std::size_t>(cells.area)];
+    const auto& list = m_ranges[static_cast<std::size_t>(cells.area)];
     if (list.empty())
         return true;
     std::uint32_t next = cells.address + 1;

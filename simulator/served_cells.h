@@ -10,7 +10,8 @@
 
 namespace slavesim {
 
-/// Which cells a slave has: those in the ranges added for an area, or all of an area to which none was added.
+/// Which cells a slave has: those in the m_ranges added for an area, or all of an area to which none was
+/// added.
 class ServedCells
 {
 public:
@@ -21,7 +22,7 @@ public:
     bool contains(const Cells& cells) const;
 
 private:
-    std::array<std::vector<NumberRange>, AreaCount> ranges; ///< sorted by their first number
+    std::array<std::vector<NumberRange>, AreaCount> m_ranges; ///< sorted by their first number
 };
 
 } // namespace slavesim

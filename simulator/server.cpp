@@ -1,23 +1,20 @@
 #include "server.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <csignal>
-#include <poll.h>
+#include <iostream>
+#include <new>
 #include <stdexcept>
-#include <sys/eventfd.h>
 #include <sys/signalfd.h>
 
 namespace slavesim {
 
-static ProcessImage imageFor(const Options& options)
-{
-    if (options.imageFile.empty())
-        return ProcessImage::numbered();
-    try {
-        return ProcessImage::fromFile(options.imageFile);
-    } catch (const std::runtime_error& error) {
-        throw std::runtime_error(std::string("--image: ") + error.what());
-    }
-}
+static constexpr std::size_t SignalsWait = 0;
+static constexpr std::size_t ListenerWait = 1;
+static constexpr std::size_t FirstSessionWait = 2;
+static constexpr std::chrono::milliseconds PauseWhenShort{100}; ///< of memory or descriptors
+static constexpr std::chrono::seconds PauseWhenTaken{1};        ///< when another program has the port
 
 static Descriptor catchSignals()
 {
@@ -25,81 +22,133 @@ static Descriptor catchSignals()
     sigemptyset(&ends);
     sigaddset(&ends, SIGTERM);
     sigaddset(&ends, SIGINT);
-    pthread_sigmask(SIG_BLOCK, &ends, nullptr);
+    sigprocmask(SIG_BLOCK, &ends, nullptr);
     return Descriptor(::signalfd(-1, &ends, SFD_CLOEXEC));
 }
 
-Server::Server(const Options& serverOptions)
-    : options(serverOptions), image(imageFor(options), options.moving),
-      plan(options.faults), slave{options, image, plan,
-                                  [this] {
-                                      refusalIsDue = true;
-                                      wakeUpRun();
-                                  }},
-      signals(catchSignals()), wakeUp(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
-      listener(bindTo(options.endpoint))
+Server::Server(const Options& options)
+    : m_options(options), m_slave(options), m_signals(catchSignals()), m_listener(bindTo(options.endpoint))
 {
-    startListening(listener);
-    endpoint = endpointOf(listener);
+    startListening(m_listener);
+    m_address = endpointOf(m_listener);
+    m_waits.reserve(FirstSessionWait + MostClients);
 }
 
 void Server::run()
 {
-    while (!endIsAskedWithin(0)) {
-        pollfd waits[] = {
-            {signals.number(), POLLIN, 0}, {wakeUp.number(), POLLIN, 0}, {listener.number(), POLLIN, 0}};
-        ::poll(waits, 3, -1);
-        // Before a look at what the sessions ask: what they ask later wakes the next poll.
-        eventfd_t count = 0;
-        ::eventfd_read(wakeUp.number(), &count);
-        if (refusalIsDue)
-            refuseClients();
-        else if (waits[2].revents != 0)
+    for (;;) {
+        waitForWork();
+        if (m_waits[SignalsWait].revents != 0)
+            return;
+        const bool clientHasCome = m_waits[ListenerWait].revents != 0;
+        serveSessions();
+        if (m_acceptsAgainAt)
+            acceptAgain();
+        else if (clientHasCome)
             acceptClient();
-        forgetEndedSessions();
     }
-    sessions.clear();
 }
 
-bool Server::endIsAskedWithin(int milliseconds)
+/// In milliseconds as poll() takes them: rounded up, so that it does not return too early.
+static int waitUntil(Session::Clock::time_point time)
 {
-    pollfd wait = {signals.number(), POLLIN, 0};
-    return ::poll(&wait, 1, milliseconds) > 0;
+    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(time - Session::Clock::now()).count();
+    return static_cast<int>(std::max<decltype(rest)>(rest, 0));
 }
 
-/// The port stays bound meanwhile, so that nobody else takes it.
-void Server::refuseClients()
+void Server::waitForWork()
 {
-    listener.close();
-    sessions.clear();
-    refusalIsDue = false;
-    listener = bindTo(endpoint);
-    if (!endIsAskedWithin(static_cast<int>(options.refuseMs)))
-        startListening(listener);
+    auto firstTime = Clock::time_point::max();
+    m_waits.clear();
+    m_waits.push_back({m_signals.number(), POLLIN, 0});
+    m_waits.push_back({m_acceptsAgainAt ? -1 : m_listener.number(), POLLIN, 0});
+    for (const Session& session : m_sessions) {
+        m_waits.push_back(session.waitsFor());
+        firstTime = std::min(firstTime, session.pausedUntil().value_or(firstTime));
+    }
+    firstTime = std::min(firstTime, m_acceptsAgainAt.value_or(firstTime));
+    const int timeout = firstTime == Clock::time_point::max() ? -1 : waitUntil(firstTime);
+    ::poll(m_waits.data(), m_waits.size(), timeout);
 }
 
-void Server::wakeUpRun()
+void Server::serveSessions()
 {
-    ::eventfd_write(wakeUp.number(), 1);
+    std::size_t wait = FirstSessionWait;
+    for (auto session = m_sessions.begin(); session != m_sessions.end(); ++wait) {
+        const Session::Next next = serve(*session, m_waits[wait].revents);
+        if (next == Session::Next::RefusesClients)
+            return refuseClients();
+        session = next == Session::Next::Ends ? m_sessions.erase(session) : std::next(session);
+    }
+}
+
+/// A client for whose request the memory does not suffice is lost, not all of them.
+Session::Next Server::serve(Session& session, short events)
+{
+    if (events == 0 && !session.pausedUntil())
+        return Session::Next::Waits;
+    try {
+        return session.serve(events);
+    } catch (const std::bad_alloc&) {
+        return Session::Next::Ends;
+    }
 }
 
 void Server::acceptClient()
 {
+    if (m_sessions.size() >= MostClients)
+        closeMostSilent();
     Endpoint client;
-    Descriptor accepted = acceptFrom(listener, client);
+    Descriptor accepted = acceptFrom(m_listener, client);
+    if (!accepted.isOpen() && errno == EMFILE && !m_sessions.empty())
+        return closeMostSilent(); // the client is still waiting when poll() looks next
     if (!accepted.isOpen()) {
-        endIsAskedWithin(
-            10); // without descriptors to spare the client stays waiting: do not ask without a pause
+        if (errno != EAGAIN)
+            m_acceptsAgainAt = Clock::now() + PauseWhenShort;
         return;
     }
-    if (sessions.size() >= MostClients)
-        return;
-    sessions.emplace_back(std::move(accepted), client, slave, [this] { wakeUpRun(); });
+    try {
+        m_sessions.emplace_back(std::move(accepted), client, m_slave);
+    } catch (const std::bad_alloc&) {
+        if (!m_sessions.empty())
+            closeMostSilent();
+    }
 }
 
-void Server::forgetEndedSessions()
+void Server::closeMostSilent()
 {
-    sessions.remove_if([](const Session& session) { return session.hasEnded(); });
+    m_sessions.erase(
+        std::min_element(m_sessions.begin(), m_sessions.end(), [](const Session& one, const Session& other) {
+            return one.lastHeard() < other.lastHeard();
+        }));
+}
+
+/// The port is bound again at once, so that nobody else takes it.
+void Server::refuseClients()
+{
+    m_listener.close();
+    m_sessions.clear();
+    m_acceptsAgainAt = Clock::now() + std::chrono::milliseconds(m_options.refuseMs);
+    try {
+        m_listener = bindTo(m_address);
+    } catch (const std::runtime_error&) {
+        // acceptAgain() tries again, and says why not.
+    }
+}
+
+void Server::acceptAgain()
+{
+    if (Clock::now() < *m_acceptsAgainAt)
+        return;
+    try {
+        if (!m_listener.isOpen())
+            m_listener = bindTo(m_address);
+        startListening(m_listener); // does no harm where it listens already
+        m_acceptsAgainAt.reset();
+    } catch (const std::runtime_error& error) {
+        std::cerr << "slavesim: refuses clients, tries again: " << error.what() << '\n';
+        m_acceptsAgainAt = Clock::now() + PauseWhenTaken;
+    }
 }
 
 } // namespace slavesim

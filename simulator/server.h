@@ -3,50 +3,53 @@
 
 #include "options.h"
 #include "session.h"
-#include "shared_image.h"
+#include "slave.h"
 #include "socket.h"
 
 #include <list>
+#include <vector>
 
 namespace slavesim {
 
-/// Accepts clients and gives each a Session. The process has one server.
+/// Accepts clients and gives each a Session, all on one thread. The process has one server.
 class Server
 {
 public:
-    static constexpr std::size_t MostClients =
-        256; ///< libmodbus waits with select(): 1024 descriptors at most
+    static constexpr std::size_t MostClients = 256;
 
     /// Listens. From here on SIGTERM and SIGINT are kept for run(). options must outlive the server.
     /// Throws std::runtime_error for an image, host or port that cannot be used, naming its option.
     explicit Server(const Options& options);
 
     /// Where it listens.
-    const Endpoint& address() const { return endpoint; }
+    const Endpoint& address() const { return m_address; }
 
-    /// Serves until SIGTERM or SIGINT.
+    /// Serves until SIGTERM or SIGINT. Whatever is short meanwhile, it goes on: a client more than there are
+    /// places or descriptors for takes the place of the one that has been silent for longest.
     void run();
 
     /// The requests and faults so far.
-    const FaultPlan& counts() const { return plan; }
+    const FaultPlan& counts() const { return m_slave.counts(); }
 
 private:
-    void acceptClient();
-    void forgetEndedSessions();
-    void refuseClients();
-    bool endIsAskedWithin(int milliseconds);
-    void wakeUpRun();
+    using Clock = Session::Clock;
 
-    const Options& options;
-    SharedImage image;
-    FaultPlan plan;
-    Slave slave;
-    Descriptor signals;
-    Descriptor wakeUp; ///< readable when a session has ended or asks to refuse clients
-    std::atomic<bool> refusalIsDue{false};
-    Descriptor listener;
-    Endpoint endpoint;
-    std::list<Session> sessions;
+    void waitForWork();
+    void serveSessions();
+    Session::Next serve(Session& session, short events);
+    void acceptClient();
+    void closeMostSilent();
+    void refuseClients();
+    void acceptAgain();
+
+    const Options& m_options;
+    Slave m_slave;
+    Descriptor m_signals;
+    Descriptor m_listener;
+    Endpoint m_address;
+    std::optional<Clock::time_point> m_acceptsAgainAt; ///< no client is accepted before
+    std::list<Session> m_sessions;
+    std::vector<pollfd> m_waits; ///< for signals, clients to accept, and the sessions in their order
 };
 
 } // namespace slavesim

@@ -1,138 +1,86 @@
 #include "session.h"
 
-#include <cstdio>
-#include <poll.h>
+#include <cerrno>
 #include <sys/socket.h>
 
 namespace slavesim {
 
-Session::Session(Descriptor clientSocket, const Endpoint& address, const Slave& sharedSlave,
-                 std::function<void()> whenEnded)
-    : client(std::move(clientSocket)), clientText(textOf(address)), slave(sharedSlave),
-      ended(std::move(whenEnded)), context(modbus_new_tcp(nullptr, 0), modbus_free)
+static constexpr std::chrono::milliseconds DripPause{1};
+
+Session::Session(Descriptor client, const Endpoint& address, Slave& slave)
+    : m_client(std::move(client)), m_clientText(textOf(address)), m_slave(slave), m_lastHeard(Clock::now())
 {
-    modbus_set_socket(context.get(), client.number());
-    // A client may take its time between the bytes of a request.
-    modbus_set_byte_timeout(context.get(), 0, 0);
-    // libmodbus sleeps for that long before it answers some wrong requests; 0 is not allowed.
-    modbus_set_response_timeout(context.get(), 0, 1);
-    thread = std::thread(&Session::run, this);
 }
 
-Session::~Session()
+/// Requests wait in the socket until the one before has been answered.
+pollfd Session::waitsFor() const
 {
-    if (!done)
-        cut();
-    thread.join();
+    const short events = m_outgoing.empty() ? POLLIN : POLLOUT;
+    return {m_client.number(), m_pausedUntil ? short(0) : events, 0};
 }
 
-void Session::cut()
+Session::Next Session::serve(short events)
 {
-    ::shutdown(client.number(), SHUT_RDWR);
+    if (m_pausedUntil && Clock::now() < *m_pausedUntil)
+        return (events & (POLLERR | POLLHUP)) != 0 ? Next::Ends : Next::Waits;
+    m_pausedUntil.reset();
+    if (m_outgoing.empty() && !receive())
+        return Next::Ends;
+    return answerAll();
 }
 
-void Session::run()
+/// False when the client has gone.
+bool Session::receive()
 {
-    std::uint8_t frame[MODBUS_TCP_MAX_ADU_LENGTH];
-    int length = 0;
-    do {
-        length = modbus_receive(context.get(), frame);
-    } while (length > 0 && answer(frame, length));
-    done = true;
-    ended();
-}
-
-/// False when the connection cannot go on.
-bool Session::answer(const std::uint8_t* frame, int length)
-{
-    const Request request(frame, length);
-    if (!request.isWellFormed() || !skip(client.number(), request.missing())) {
-        log(request, "not a Modbus TCP request, connection closed");
-        return false;
-    }
-    if (!slave.options.stations.test(request.unit())) {
-        log(request, "no such station, no reply");
-        return true;
-    }
-    const auto fault = slave.plan.next();
-    log(request, fault ? faultName(fault->kind) : "");
-    if (!fault)
-        return reply(request, frame, length);
-    return replyFaultily(*fault, frame, [&] { return reply(request, frame, length); });
-}
-
-bool Session::reply(const Request& request, const std::uint8_t* frame, int length)
-{
-    const auto refuse = [&](unsigned int exceptionCode) {
-        return modbus_reply_exception(context.get(), frame, exceptionCode) > 0;
-    };
-    if (!request.isKnown())
-        return refuse(MODBUS_EXCEPTION_ILLEGAL_FUNCTION);
-    const ServedCells& served = slave.options.served;
-    if (request.quantitiesAreLegal() &&
-        !(served.contains(request.cells()) && served.contains(request.secondCells())))
-        return refuse(MODBUS_EXCEPTION_ILLEGAL_DATA_ADDRESS);
-    return slave.image.reply(context.get(), frame, length, request.writes()) > 0;
-}
-
-bool Session::replyFaultily(const Fault& fault, const std::uint8_t* frame,
-                            const std::function<bool()>& goodReply)
-{
-    if (fault.kind == FaultKind::Exception)
-        return modbus_reply_exception(context.get(), frame, MODBUS_EXCEPTION_SLAVE_OR_SERVER_BUSY) > 0;
-    if (fault.kind == FaultKind::Refuse) {
-        slave.refuseClients();
-        return false;
-    }
-    const Bytes good = catcher.replySentBy(goodReply, context.get());
-    return !good.empty() && sendSpoilt(fault, spoiltReply(good, fault));
-}
-
-bool Session::sendSpoilt(const Fault& fault, const Bytes& bytes)
-{
-    if (fault.kind == FaultKind::Drip)
-        return sendByteByByte(bytes);
-    if (fault.kind == FaultKind::Late && !pause(slave.options.lateMs))
-        return false;
-    const bool sent = bytes.empty() || sendAll(client.number(), bytes.data(), bytes.size());
-    if (fault.kind != FaultKind::Reset)
-        return sent;
-    const linger resetAtClose = {1, 0};
-    ::setsockopt(client.number(), SOL_SOCKET, SO_LINGER, &resetAtClose, sizeof resetAtClose);
-    return false;
-}
-
-bool Session::sendByteByByte(const Bytes& bytes)
-{
-    for (const std::uint8_t& byte : bytes) {
-        if (!sendAll(client.number(), &byte, 1) || !pause(1))
-            return false;
-    }
+    std::uint8_t bytes[LongestFrame];
+    const ssize_t got = ::recv(m_client.number(), bytes, sizeof bytes - m_incoming.size(), 0);
+    if (got <= 0)
+        return got < 0 && (errno == EAGAIN || errno == EINTR);
+    m_incoming.insert(m_incoming.end(), bytes, bytes + got);
+    m_lastHeard = Clock::now();
     return true;
 }
 
-/// False when the connection ended meanwhile.
-bool Session::pause(std::uint32_t milliseconds)
+Session::Next Session::answerAll()
 {
-    pollfd hangUp = {client.number(), 0, 0};
-    return ::poll(&hangUp, 1, static_cast<int>(milliseconds)) == 0;
+    while (send()) {
+        const std::size_t length = requestLength(m_incoming);
+        if (!m_outgoing.empty() || length > m_incoming.size())
+            return Next::Waits;
+        if (length == 0) {
+            m_slave.logNoModbus(m_clientText);
+            return Next::Ends;
+        }
+        Answer answer = m_slave.answer(Request(m_incoming.data(), length), m_clientText);
+        m_incoming.erase(m_incoming.begin(), m_incoming.begin() + static_cast<std::ptrdiff_t>(length));
+        m_outgoing = std::move(answer.bytes);
+        m_fault = answer.fault;
+        if (m_fault == FaultKind::Refuse)
+            return Next::RefusesClients;
+        if (m_fault == FaultKind::Late)
+            m_pausedUntil = Clock::now() + std::chrono::milliseconds(m_slave.options().lateMs);
+    }
+    return Next::Ends;
 }
 
-void Session::log(const Request& request, std::string_view remark) const
+/// Sends what can be sent now. False when the connection is over.
+bool Session::send()
 {
-    if (!slave.options.log)
-        return;
-    std::string line = clientText + " unit " + std::to_string(request.unit()) + " function " +
-                       std::to_string(request.function());
-    if (request.isKnown()) {
-        const Cells cells = request.cells();
-        line += " " + std::string(areaName(cells.area)) + std::to_string(cells.address + 1) + " x " +
-                std::to_string(cells.count);
+    while (!m_outgoing.empty() && !m_pausedUntil) {
+        const bool drips = m_fault == FaultKind::Drip;
+        const ssize_t sent =
+            ::send(m_client.number(), m_outgoing.data(), drips ? 1 : m_outgoing.size(), MSG_NOSIGNAL);
+        if (sent < 0)
+            return errno == EAGAIN || errno == EINTR;
+        m_outgoing.erase(m_outgoing.begin(), m_outgoing.begin() + sent);
+        if (drips && !m_outgoing.empty())
+            m_pausedUntil = Clock::now() + DripPause;
     }
-    if (!remark.empty())
-        line += ": " + std::string(remark);
-    line += '\n';
-    std::fputs(line.c_str(), stderr);
+    if (m_fault != FaultKind::Reset || !m_outgoing.empty())
+        return true;
+    const linger resetAtClose = {1, 0};
+    ::setsockopt(m_client.number(), SOL_SOCKET, SO_LINGER, &resetAtClose, sizeof resetAtClose);
+    return false;
 }
 
 } // namespace slavesim

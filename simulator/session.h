@@ -1,63 +1,55 @@
 #ifndef SLAVESIM_SESSION_H
 #define SLAVESIM_SESSION_H
 
-#include "fault_plan.h"
-#include "options.h"
-#include "reply_catcher.h"
-#include "request.h"
-#include "shared_image.h"
+#include "slave.h"
 #include "socket.h"
 
-#include <atomic>
-#include <functional>
-#include <memory>
-#include <thread>
+#include <chrono>
+#include <poll.h>
 
 namespace slavesim {
 
-/// What the sessions of a server share. Outlives them.
-struct Slave
-{
-    const Options& options;
-    SharedImage& image;
-    FaultPlan& plan;
-    std::function<void()> refuseClients; ///< called on a session's thread; cuts all sessions soon afterwards
-};
-
-/// Serves one client on a thread of its own, until the client goes, sends no Modbus, or the session is cut.
+/// The connection of one client: takes its requests apart and sends the answers, without ever waiting.
 class Session
 {
 public:
-    /// address: the client's, for the log. ended: called on the session's thread as the last thing it does;
-    /// the socket is still open then.
-    Session(Descriptor client, const Endpoint& address, const Slave& slave, std::function<void()> ended);
+    using Clock = std::chrono::steady_clock;
 
-    /// Cuts the connection unless the session has ended, waits for the thread and closes the socket.
-    ~Session();
+    enum class Next
+    {
+        Waits,         ///< for what waitsFor() and pausedUntil() say
+        Ends,          ///< the client has gone, or cannot be served any longer
+        RefusesClients ///< the connections of all clients are to be cut
+    };
 
-    /// Makes the session end soon, from any thread.
-    void cut();
+    /// client does not block. address: for the log. slave outlives the session.
+    Session(Descriptor client, const Endpoint& address, Slave& slave);
 
-    bool hasEnded() const { return done; }
+    /// What poll() is to wait for.
+    pollfd waitsFor() const;
+
+    /// When to call serve() whatever poll() says, if there is such a time.
+    std::optional<Clock::time_point> pausedUntil() const { return m_pausedUntil; }
+
+    /// Goes on as far as it gets. events: what poll() has found.
+    Next serve(short events);
+
+    /// When the client last sent something; at first, when it came.
+    Clock::time_point lastHeard() const { return m_lastHeard; }
 
 private:
-    void run();
-    bool answer(const std::uint8_t* frame, int length);
-    bool reply(const Request& request, const std::uint8_t* frame, int length);
-    bool replyFaultily(const Fault& fault, const std::uint8_t* frame, const std::function<bool()>& goodReply);
-    bool sendSpoilt(const Fault& fault, const Bytes& bytes);
-    bool sendByteByByte(const Bytes& bytes);
-    bool pause(std::uint32_t milliseconds);
-    void log(const Request& request, std::string_view remark) const;
+    bool receive();
+    Next answerAll();
+    bool send();
 
-    Descriptor client;
-    const std::string clientText;
-    const Slave& slave;
-    std::function<void()> ended;
-    std::unique_ptr<modbus_t, void (*)(modbus_t*)> context;
-    ReplyCatcher catcher;
-    std::atomic<bool> done{false};
-    std::thread thread;
+    Descriptor m_client;
+    std::string m_clientText;
+    Slave& m_slave;
+    Clock::time_point m_lastHeard;
+    Bytes m_incoming;                 ///< of requests not yet answered
+    Bytes m_outgoing;                 ///< of the answer, as far as it has not been sent
+    std::optional<FaultKind> m_fault; ///< of the latest answer
+    std::optional<Clock::time_point> m_pausedUntil;
 };
 
 } // namespace slavesim

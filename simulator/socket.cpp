@@ -6,7 +6,6 @@
 #include <memory>
 #include <netdb.h>
 #include <netinet/tcp.h>
-#include <poll.h>
 #include <stdexcept>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -17,15 +16,15 @@ Descriptor& Descriptor::operator=(Descriptor&& other) noexcept
 {
     if (this != &other) {
         close();
-        descriptor = other.release();
+        m_number = other.release();
     }
     return *this;
 }
 
 int Descriptor::release()
 {
-    const int number = descriptor;
-    descriptor = -1;
+    const int number = m_number;
+    m_number = -1;
     return number;
 }
 
@@ -93,6 +92,8 @@ Descriptor bindTo(const Endpoint& endpoint)
 {
     sockaddr_in address = addressOf(endpoint);
     Descriptor bound(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!bound.isOpen())
+        throw cannotBind(endpoint, errno);
     const int on = 1;
     ::setsockopt(bound.number(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
     if (::bind(bound.number(), general(address), sizeof address) != 0)
@@ -125,26 +126,6 @@ Descriptor acceptFrom(const Descriptor& listener, Endpoint& client)
         ::setsockopt(accepted.number(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     client = endpointOf(address);
     return accepted;
-}
-
-bool skip(int socket, int count)
-{
-    std::uint8_t bytes[256];
-    while (count > 0) {
-        pollfd wait = {socket, POLLIN, 0};
-        ::poll(&wait, 1, -1);
-        const auto most = static_cast<std::size_t>(count);
-        const ssize_t got = ::recv(socket, bytes, most < sizeof bytes ? most : sizeof bytes, 0);
-        if (got <= 0)
-            return false;
-        count -= static_cast<int>(got);
-    }
-    return true;
-}
-
-bool sendAll(int socket, const std::uint8_t* bytes, std::size_t count)
-{
-    return ::send(socket, bytes, count, MSG_NOSIGNAL) == static_cast<ssize_t>(count);
 }
 
 } // namespace slavesim

@@ -1,9 +1,12 @@
 #ifndef SLAVE_PROCESS_H
 #define SLAVE_PROCESS_H
 
+#include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QStringList>
+
+#include <unistd.h>
 
 /// A running slavesim for one test, on a port of 127.0.0.1 that was free. Stopped at its end.
 class SlaveProcess
@@ -14,6 +17,13 @@ public:
     /// Starts slavesim with these options besides --port and waits until it accepts connections. False when
     /// it ends before that; problem() says what it wrote.
     bool start(const QStringList& options = {}) { return launch(options, 0); }
+
+    /// The same after a line of bash in the process that becomes slavesim: limits, redirections.
+    bool startAfter(const QString& line, const QStringList& options = {})
+    {
+        preparation = line;
+        return start(options);
+    }
 
     /// Stops it if it runs, and starts it with the same options on the same port.
     bool restart()
@@ -48,6 +58,17 @@ public:
     quint16 port() const { return lastPort; }
     qint64 processId() const { return process.processId(); }
 
+    /// The processor time that it has used so far.
+    qint64 processorMs() const
+    {
+        QFile stat(QStringLiteral("/proc/%1/stat").arg(processId()));
+        if (!stat.open(QFile::ReadOnly))
+            return -1;
+        const QByteArrayList fields = stat.readAll().split(' '); // its name has no blank
+        return (fields.value(13).toLongLong() + fields.value(14).toLongLong()) * 1000 /
+               ::sysconf(_SC_CLK_TCK);
+    }
+
     /// "127.0.0.1:PORT"
     QString device() const { return QStringLiteral("127.0.0.1:%1").arg(lastPort); }
 
@@ -62,8 +83,11 @@ private:
     {
         lastOptions = options;
         lastPort = 0;
-        process.start(QStringLiteral(SLAVESIM_FILE),
-                      QStringList{QStringLiteral("--port"), QString::number(port)} + options);
+        process.start(QStringLiteral("bash"),
+                      QStringList{QStringLiteral("-c"), preparation + QStringLiteral("\nexec \"$0\" \"$@\""),
+                                  QStringLiteral(SLAVESIM_FILE), QStringLiteral("--port"),
+                                  QString::number(port)} +
+                          options);
         while (!process.canReadLine() && process.waitForReadyRead(WaitMs)) {
         }
         outputText = process.readLine();
@@ -74,6 +98,7 @@ private:
     }
 
     QProcess process;
+    QString preparation;
     QStringList lastOptions;
     quint16 lastPort = 0;
     QByteArray outputText;

@@ -8,7 +8,9 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
+#include <deque>
 #include <stdexcept>
+#include <sys/resource.h>
 
 using namespace slavesim;
 
@@ -56,6 +58,9 @@ private slots:
     void waitsForTheRestOfARequest();
     void closesWhatIsNotModbus_data();
     void closesWhatIsNotModbus();
+    void keepsNobodyOut_data();
+    void keepsNobodyOut();
+    void waitsWhenNobodyCanBeAccepted();
     void restartsOnItsPort();
     void logsAndCounts();
 
@@ -463,6 +468,50 @@ void TestSlavesim::closesWhatIsNotModbus()
     QVERIFY2(slave.start(), slave.problem());
     const QByteArray seen = ModbusClient(slave.port()).exchange(request);
     QVERIFY2(seen == "end" || seen == "reset", seen);
+}
+
+void TestSlavesim::keepsNobodyOut_data()
+{
+    QTest::addColumn<QString>("shortage");
+    QTest::addColumn<int>("clients");
+    QTest::addColumn<bool>("placesAreShort");
+
+    QTest::newRow("more than there are places") << "" << 257 << true;
+    QTest::newRow("few descriptors") << "ulimit -n 40" << 60 << true;
+    QTest::newRow("descriptors above 1023")
+        << "ulimit -n 2000; for i in {1..1100}; do exec {fd}</dev/null; done" << 10 << false;
+#ifndef __SANITIZE_ADDRESS__ // which takes far more than that for itself
+    QTest::newRow("little memory") << "ulimit -v 50000" << 200 << false;
+#endif
+}
+
+/// Clients come and stay, and only the first and the last say anything again.
+void TestSlavesim::keepsNobodyOut()
+{
+    QFETCH(QString, shortage);
+    QFETCH(int, clients);
+    QFETCH(bool, placesAreShort);
+    SlaveProcess slave;
+    QVERIFY2(slave.startAfter(shortage), slave.problem());
+    std::deque<ModbusClient> staying;
+    for (int i = 0; i < clients; ++i) {
+        QCOMPARE(staying.emplace_back(slave.port()).exchange(ReadHr1), Hr1Is1);
+        QCOMPARE(staying.front().exchange(ReadHr1), Hr1Is1);
+    }
+    QCOMPARE(staying[1].receive(ShortMs), QByteArray(placesAreShort ? "end" : ""));
+    QCOMPARE(staying.back().exchange(ReadHr1), Hr1Is1);
+}
+
+void TestSlavesim::waitsWhenNobodyCanBeAccepted()
+{
+    SlaveProcess slave;
+    QVERIFY2(slave.start(), slave.problem());
+    const rlimit noMore = {5, 5};
+    QCOMPARE(::prlimit(static_cast<pid_t>(slave.processId()), RLIMIT_NOFILE, &noMore, nullptr), 0);
+    ModbusClient client(slave.port());
+    QCOMPARE(client.exchange(ReadHr1, 1000), QByteArray());
+    QVERIFY2(slave.processorMs() < 300, QByteArray::number(slave.processorMs()));
+    QCOMPARE(slave.stop(), 0);
 }
 
 void TestSlavesim::restartsOnItsPort()
