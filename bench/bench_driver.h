@@ -2,8 +2,8 @@
 #define BENCH_DRIVER_H
 
 #include "commands.h"
-#include "driver_plugin.h"
-#include "project_file.h"
+#include "project/project_file.h"
+#include "session/driver_plugin.h"
 #include "tools.h"
 
 #include <cstdio>

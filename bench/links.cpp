@@ -6,8 +6,8 @@
 // Each client shares a core with its slave, the cores in turn: where a system puts them by itself differs
 // from one moment to the next, and makes more of a difference than all that is compared here.
 #include "figures.h"
+#include "session/tcp_link.h"
 #include "slave_process.h"
-#include "tcp_link.h"
 #include "wire.h"
 
 #include <QCoreApplication>

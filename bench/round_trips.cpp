@@ -7,8 +7,8 @@
 // (the slave inherits that). One of the two is at work at any time then, so that the processor time of both
 // together is that of the round trip, without what other programs of the machine take in between.
 #include "figures.h"
+#include "session/tcp_link.h"
 #include "slave_process.h"
-#include "tcp_link.h"
 #include "wire.h"
 
 #include <QCoreApplication>

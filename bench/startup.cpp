@@ -3,8 +3,8 @@
 //
 //   startup ROUNDS
 #include "figures.h"
+#include "session/tcp_link.h"
 #include "slave_process.h"
-#include "tcp_link.h"
 #include "wire.h"
 
 #include <QCoreApplication>

@@ -10,6 +10,18 @@ sources | xargs clang-format-14 --dry-run -Werror
 step "shellcheck"
 git ls-files -z --cached --others --exclude-standard | xargs -0 grep -lE '^#!.*\bbash' -- | xargs shellcheck -x -e SC1091
 
+step "floors of host/, include guards"
+# A folder includes its own headers and those of lower floors; a folder without a floor may include nothing.
+upward=$(grep -rE '^#include "[a-z_.]+/' host | awk -F'[/:"]' '
+    BEGIN { split("text 1 session 2 signals 3 project 4 watch 5 scan 5 commands 6 cli 7", words, " ")
+            for (i = 1; i in words; i += 2) floor[words[i]] = words[i + 1] }
+    $5 == ".." || ($5 != $2 && floor[$5] + 0 >= floor[$2] + 0)')
+guards=$(sources | grep '\.h$' | xargs grep -hE '^#ifndef [A-Z0-9_]+_H$' | sort | uniq -d)
+if [ -n "$upward$guards" ]; then
+    printf "%s\n" "${upward:+not below its folder: $upward }${guards:+twice: $guards}" >&2
+    exit 1
+fi
+
 step "cppcheck"
 folders=()
 for folder in runtime host simulator; do

@@ -1,10 +1,10 @@
 // What single faults on the wire cost: the driver with driverhost's link beside libmodbus, against the same
 // slave. Prints a table in Markdown.
 
-#include "driver_plugin.h"
-#include "project_file.h"
+#include "project/project_file.h"
+#include "session/driver_plugin.h"
+#include "session/tcp_link.h"
 #include "slave_process.h"
-#include "tcp_link.h"
 #include "tools.h"
 
 #include <CLI/CLI.hpp>

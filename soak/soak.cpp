@@ -4,10 +4,10 @@
 #include "device_model.h"
 #include "random_command.h"
 
-#include "driver_plugin.h"
-#include "project_file.h"
+#include "project/project_file.h"
+#include "session/driver_plugin.h"
+#include "session/tcp_link.h"
 #include "slave_process.h"
-#include "tcp_link.h"
 #include "tools.h"
 
 #include <CLI/CLI.hpp>

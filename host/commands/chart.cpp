@@ -1,6 +1,7 @@
-#include "chart/gnuplot.h"
-#include "commands/commands.h"
-#include "json_line.h"
+#include "commands/chart.h"
+
+#include "text/json_line.h"
+#include "watch/gnuplot.h"
 
 #include <QFileInfo>
 #include <QSaveFile>

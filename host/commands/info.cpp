@@ -1,7 +1,8 @@
-#include "commands/commands.h"
-#include "json_line.h"
-#include "session.h"
-#include "text_table.h"
+#include "commands/info.h"
+
+#include "session/session.h"
+#include "text/json_line.h"
+#include "text/text_table.h"
 
 #include <QJsonArray>
 

@@ -1,9 +1,10 @@
-#include "commands/commands.h"
+#include "commands/project.h"
+
 #include "commands/project_reads.h"
-#include "interrupt.h"
-#include "json_line.h"
-#include "project_file.h"
-#include "text_table.h"
+#include "project/project_file.h"
+#include "session/interrupt.h"
+#include "text/json_line.h"
+#include "text/text_table.h"
 #include "tools/project_database.h"
 
 #include <QFile>

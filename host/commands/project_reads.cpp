@@ -1,6 +1,6 @@
 #include "commands/project_reads.h"
 
-#include "text_table.h"
+#include "text/text_table.h"
 
 #include <QJsonObject>
 

@@ -1,10 +1,10 @@
-#ifndef PROJECT_READS_H
-#define PROJECT_READS_H
+#ifndef COMMANDS_PROJECT_READS_H
+#define COMMANDS_PROJECT_READS_H
 
-#include "console.h"
-#include "options.h"
-#include "project_file.h"
-#include "read_plan.h"
+#include "project/project_file.h"
+#include "project/read_plan.h"
+#include "session/link_options.h"
+#include "text/console.h"
 
 #include <QJsonArray>
 

@@ -1,9 +1,10 @@
-#include "commands/commands.h"
-#include "interrupt.h"
-#include "json_line.h"
-#include "progress_bar.h"
-#include "project_file.h"
-#include "tags/tag_import.h"
+#include "commands/project_tags.h"
+
+#include "project/project_file.h"
+#include "project/tag_import.h"
+#include "session/interrupt.h"
+#include "text/json_line.h"
+#include "text/progress_bar.h"
 #include "tools/project_database.h"
 
 #include <QFile>

@@ -1,6 +1,7 @@
-#include "commands/commands.h"
-#include "commands/element_report.h"
-#include "element_address.h"
+#include "commands/read.h"
+
+#include "signals/element_address.h"
+#include "signals/element_report.h"
 
 int runRead(const ReadOptions& options, Console& console)
 {

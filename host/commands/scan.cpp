@@ -1,11 +1,12 @@
-#include "commands/commands.h"
-#include "interrupt.h"
-#include "json_line.h"
-#include "progress_bar.h"
+#include "commands/scan.h"
+
 #include "scan/device_scan.h"
 #include "scan/number_list.h"
-#include "session.h"
-#include "text_table.h"
+#include "session/interrupt.h"
+#include "session/session.h"
+#include "text/json_line.h"
+#include "text/progress_bar.h"
+#include "text/text_table.h"
 
 #include <QElapsedTimer>
 

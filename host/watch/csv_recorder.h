@@ -1,5 +1,5 @@
-#ifndef CSV_RECORDER_H
-#define CSV_RECORDER_H
+#ifndef WATCH_CSV_RECORDER_H
+#define WATCH_CSV_RECORDER_H
 
 #include <QByteArray>
 #include <QString>

@@ -1,5 +1,5 @@
-#ifndef POLL_SCHEDULE_H
-#define POLL_SCHEDULE_H
+#ifndef WATCH_POLL_SCHEDULE_H
+#define WATCH_POLL_SCHEDULE_H
 
 #include <QtGlobal>
 

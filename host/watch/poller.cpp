@@ -1,6 +1,6 @@
 #include "watch/poller.h"
 
-#include "interrupt.h"
+#include "session/interrupt.h"
 
 #include <QDateTime>
 

@@ -1,7 +1,7 @@
-#ifndef POLLER_H
-#define POLLER_H
+#ifndef WATCH_POLLER_H
+#define WATCH_POLLER_H
 
-#include "session.h"
+#include "session/session.h"
 #include "watch/poll_schedule.h"
 
 #include <QVector>

@@ -1,5 +1,5 @@
-#ifndef RING_H
-#define RING_H
+#ifndef WATCH_RING_H
+#define WATCH_RING_H
 
 #include <vector>
 

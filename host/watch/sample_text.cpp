@@ -1,8 +1,8 @@
 #include "watch/sample_text.h"
 
-#include "commands/element_report.h"
-#include "json_line.h"
-#include "tags/csv_reader.h"
+#include "signals/element_report.h"
+#include "text/csv_reader.h"
+#include "text/json_line.h"
 
 #include <QByteArrayList>
 #include <QDateTime>

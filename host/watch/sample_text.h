@@ -1,5 +1,5 @@
-#ifndef SAMPLE_TEXT_H
-#define SAMPLE_TEXT_H
+#ifndef WATCH_SAMPLE_TEXT_H
+#define WATCH_SAMPLE_TEXT_H
 
 #include "watch/poller.h"
 #include "watch/watched_items.h"

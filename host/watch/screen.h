@@ -1,5 +1,5 @@
-#ifndef SCREEN_H
-#define SCREEN_H
+#ifndef WATCH_SCREEN_H
+#define WATCH_SCREEN_H
 
 #include "watch/screen_layout.h"
 

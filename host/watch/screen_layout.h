@@ -1,5 +1,5 @@
-#ifndef SCREEN_LAYOUT_H
-#define SCREEN_LAYOUT_H
+#ifndef WATCH_SCREEN_LAYOUT_H
+#define WATCH_SCREEN_LAYOUT_H
 
 #include "watch/csv_recorder.h"
 #include "watch/watch_state.h"

@@ -1,5 +1,5 @@
-#ifndef STATISTICS_H
-#define STATISTICS_H
+#ifndef WATCH_STATISTICS_H
+#define WATCH_STATISTICS_H
 
 #include "watch/ring.h"
 

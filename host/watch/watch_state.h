@@ -1,5 +1,5 @@
-#ifndef WATCH_STATE_H
-#define WATCH_STATE_H
+#ifndef WATCH_WATCH_STATE_H
+#define WATCH_WATCH_STATE_H
 
 #include "watch/poller.h"
 #include "watch/statistics.h"

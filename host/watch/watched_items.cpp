@@ -1,6 +1,6 @@
 #include "watch/watched_items.h"
 
-#include "element_address.h"
+#include "signals/element_address.h"
 
 #include <QRegularExpression>
 

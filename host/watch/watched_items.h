@@ -1,8 +1,8 @@
-#ifndef WATCHED_ITEMS_H
-#define WATCHED_ITEMS_H
+#ifndef WATCH_WATCHED_ITEMS_H
+#define WATCH_WATCHED_ITEMS_H
 
 #include "communicator_command.h"
-#include "values.h"
+#include "signals/values.h"
 
 #include <QString>
 #include <QStringList>

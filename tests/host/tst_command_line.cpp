@@ -1,6 +1,6 @@
-#include "command_line.h"
-#include "driver_plugin.h"
+#include "cli/command_line.h"
 #include "peer.h"
+#include "session/driver_plugin.h"
 #include "tools/project_database.h"
 
 #include <QJsonDocument>

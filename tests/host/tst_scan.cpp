@@ -1,6 +1,6 @@
-#include "progress_bar.h"
 #include "scan/device_scan.h"
 #include "scan/number_list.h"
+#include "text/progress_bar.h"
 
 #include <QtTest>
 

@@ -1,5 +1,5 @@
-#include "tags/tag_address.h"
-#include "tags/tag_import.h"
+#include "project/tag_import.h"
+#include "signals/tag_address.h"
 
 #include <QBuffer>
 #include <QtTest>

@@ -1,6 +1,6 @@
-#include "frame_trace.h"
 #include "peer.h"
-#include "tcp_link.h"
+#include "session/frame_trace.h"
+#include "session/tcp_link.h"
 
 #include <csignal>
 #include <pthread.h>

@@ -1,7 +1,7 @@
-#include "device_address.h"
-#include "element_address.h"
-#include "frame_trace.h"
-#include "values.h"
+#include "session/device_address.h"
+#include "session/frame_trace.h"
+#include "signals/element_address.h"
+#include "signals/values.h"
 
 #include <QJsonDocument>
 #include <QtTest>

@@ -1,5 +1,5 @@
-#include "chart/gnuplot.h"
 #include "watch/csv_recorder.h"
+#include "watch/gnuplot.h"
 #include "watch/poll_schedule.h"
 #include "watch/screen_layout.h"
 #include "watch/statistics.h"

@@ -1,0 +1,427 @@
+#include "cli/command_line.h"
+
+#include "cli/examples.h"
+#include "cli/option_values.h"
+#include "commands/chart.h"
+#include "commands/info.h"
+#include "commands/project.h"
+#include "commands/project_tags.h"
+#include "commands/read.h"
+#include "commands/scan.h"
+#include "commands/watch.h"
+#include "commands/write.h"
+#include "scan/device_scan.h"
+#include "scan/number_list.h"
+
+#include <functional>
+
+namespace {
+
+const char* const exitStatuses =
+    "Exit status:\n"
+    "  0    done\n"
+    "  1    the driver, the device or the system refused; the text is on stderr\n"
+    "  2    the command line is wrong or names a plug-in that can not be used; nothing was sent\n"
+    "  130  interrupted with Ctrl-C";
+
+const char* const commandFooter = "The options of driverhost (--device, --station, --format and so on, see\n"
+                                  "driverhost --help) may stand behind the command as well.";
+
+const char* const addressHelp =
+    "HMI address of the first element: HR100, HR100.3, HR100SW, FN6HR100, IR100, DO5, "
+    "FN5DO5, DI5";
+
+/// What the command line is parsed into, and the command that it names.
+struct Parsed
+{
+    LinkOptions link;
+    ReadOptions read;
+    WriteOptions write;
+    WatchOptions watch;
+    ChartOptions chart;
+    ProjectCreateOptions projectCreate;
+    ProjectShowOptions projectShow;
+    ProjectImportOptions projectImport;
+    ProjectExportOptions projectExport;
+    ScanOptions scan;
+    QStringList helpWanted; ///< names of a command and the one below it
+    std::function<int(Console&)> command;
+};
+
+/// "project import" for a command below another one, without the program's name.
+QString pathOf(const CLI::App& command)
+{
+    const CLI::App* parent = command.get_parent();
+    const QString name = QString::fromStdString(command.get_name());
+    if (!parent)
+        return QString();
+    return parent->get_parent() ? pathOf(*parent) + QLatin1Char(' ') + name : name;
+}
+
+QString footerOf(const CLI::App& command)
+{
+    const QStringList lines = examplesOf(pathOf(command));
+    if (lines.isEmpty())
+        return QLatin1String(commandFooter);
+    const QString heading = lines.size() == 1 ? QStringLiteral("Example:") : QStringLiteral("Examples:");
+    return heading + QStringLiteral("\n  ") + lines.join(QStringLiteral("\n  ")) + QStringLiteral("\n\n") +
+           QLatin1String(commandFooter);
+}
+
+/// A command below app which runs run(options, console) once all is parsed.
+template<class Options>
+CLI::App& addCommand(CLI::App& app, const char* name, const char* help, Parsed& parsed, Options& options,
+                     int (*run)(const Options&, Console&))
+{
+    CLI::App* command = app.add_subcommand(name, help);
+    command->fallthrough();
+    command->footer(footerOf(*command).toStdString());
+    command->callback([&parsed, &options, run] {
+        parsed.command = [&parsed, &options, run](Console& console) {
+            if constexpr (!std::is_same_v<Options, LinkOptions>)
+                options.link = parsed.link;
+            return run(options, console);
+        };
+    });
+    return *command;
+}
+
+void takeDevice(const QString& text, DeviceAddress& device)
+{
+    QString error;
+    const auto address = parseDeviceAddress(text, error);
+    if (!address)
+        throw CLI::ValidationError("--device", error.toStdString());
+    device = *address;
+}
+
+void addLinkOptions(CLI::App& app, LinkOptions& link)
+{
+    static const QStringList entries = {QStringLiteral("create"), QStringLiteral("instance")};
+    static const QStringList formats = {QStringLiteral("text"), QStringLiteral("json")};
+    addText(app, "--driver", link.driverFile,
+            "Driver plug-in (default: drivers/libmodbus_tcp_slave.so beside driverhost)")
+        ->type_name("FILE");
+    addChoice<PluginEntry>(
+        app, "--entry", link.entry, entries,
+        "How the driver is taken from the plug-in: its function CreateDriver (default) or Qt's "
+        "plug-in instance");
+    addText(
+        app, "--device", [&link](const QString& text) { takeDevice(text, link.device); },
+        "The device, a name, IPv4 or [IPv6] address (default 127.0.0.1, port from the driver)")
+        ->type_name("HOST[:PORT]");
+    addNumber(app, "--station", link.station, 0, 255,
+              "Station, the Modbus unit identifier (default: the driver's)");
+    addNumber(app, "--retry", link.retry, 0, 1000, "Repetitions of a failed command (default: the driver's)");
+    addNumber(app, "--timeout", link.timeout, 1, 3600000,
+              "Longest wait for an answer or a connection, in milliseconds (default: the driver's)");
+    addNumber(app, "--delay", link.delay, 0, 60000,
+              "Pause before each attempt, in milliseconds (default: the driver's)");
+    addNumber(app, "--link", link.linkId, 0, largestInt, "Link id in the project database (default 1)");
+    addChoice<OutputFormat>(app, "--format", link.format, formats,
+                            "Output for people (default) or one JSON object on each line");
+    app.add_flag("--trace", link.trace, "Print each frame sent and received, decoded, on stderr");
+}
+
+void addType(CLI::App& command, std::optional<CommandDataType>& type)
+{
+    addChoice<CommandDataType>(command, "--type", type, dataTypeNames(),
+                               "Type of one element (default: bit for DI, DO and FN5DO, else word)");
+}
+
+void addRead(CLI::App& app, Parsed& parsed)
+{
+    CLI::App& command =
+        addCommand(app, "read", "Read elements from the device", parsed, parsed.read, runRead);
+    addText(command, "ADDRESS", parsed.read.address, addressHelp)->required();
+    addType(command, parsed.read.type);
+    addNumber(command, "--count", parsed.read.count, 0, largestInt, "Number of elements (default 1)");
+    addChoice<Notation>(command, "--as", parsed.read.notation, notationNames(),
+                        "How values are printed (default uint); float for dword, text for byte and block");
+}
+
+void addWrite(CLI::App& app, Parsed& parsed)
+{
+    CLI::App& command =
+        addCommand(app, "write", "Write elements to the device", parsed, parsed.write, runWrite);
+    addText(command, "ADDRESS", parsed.write.address, addressHelp)->required();
+    addTexts(command, "VALUE", parsed.write.values,
+             "Values of the elements: decimal, 0x hexadecimal, negative, 0 or 1 for bits; for dword also "
+             "numbers with "
+             "a decimal point, written in single precision")
+        ->required();
+    addType(command, parsed.write.type);
+    addNumber(command, "--count", parsed.write.count, 1, largestInt,
+              "Number of elements, to be sure that it is the number of values");
+    addChoice<Notation>(command, "--as", parsed.write.notation, notationNames(),
+                        "How the values are written; text takes one text for byte and block");
+}
+
+/// Says more of a command than fits in the list of commands, below its options.
+void explain(CLI::App& command, const std::string& text)
+{
+    command.footer(text + "\n\n" + command.get_footer());
+}
+
+void addProjectTags(CLI::App& project, Parsed& parsed)
+{
+    CLI::App& import =
+        addCommand(project, "import", "Replace the tags of the link --link by those of a CSV file", parsed,
+                   parsed.projectImport, runProjectImport);
+    addText(import, "FILE", parsed.projectImport.file, "The CSV file")->required();
+    explain(import, "The first column is the address of a tag: DI5, 2-DO17 (of station 2), HR100.3. What\n"
+                    "stands in other columns, names and comments, says nothing to a driver and is left out;\n"
+                    "each row has as many as the first. A first row that begins with \"address\" is the\n"
+                    "header. When anything is wrong, all of it is listed with its line (the first 20), and\n"
+                    "the project stays as it was.");
+    CLI::App& output = addCommand(project, "export", "Write the tags of the link --link as CSV", parsed,
+                                  parsed.projectExport, runProjectExport);
+    addText(output, "FILE", parsed.projectExport.file,
+            "The CSV file, with the header and column \"address\" (default: stdout)");
+}
+
+void addWatch(CLI::App& app, Parsed& parsed)
+{
+    WatchOptions& options = parsed.watch;
+    CLI::App& command = addCommand(
+        app, "watch", "Read again and again: a screen on a terminal (q ends, p pauses), else a line a sample",
+        parsed, options, runWatch);
+    addTexts(command, "ADDRESS", options.addresses,
+             "What to read, with its type and number of elements if need be: HR100, HR102:dword, DO1:bit:8")
+        ->type_name("ADDRESS[:TYPE[:COUNT]]");
+    command.add_flag("--tags", options.tags,
+                     "The tags of link --link in the project, of its default station or --station");
+    addNumber(command, "--interval", options.interval, 1, 3600000,
+              "From one sample to the next, in milliseconds (default 500)");
+    CLI::Option* samples =
+        addNumber(command, "--samples", options.samples, 1, largestInt, "End after so many samples");
+    addNumber(command, "--for", options.seconds, 1, largestInt, "End after so many seconds")
+        ->type_name("SECONDS")
+        ->excludes(samples);
+    addText(command, "--csv", options.csvFile,
+            "Record each sample in FILE; a record with the same columns is continued")
+        ->type_name("FILE");
+    addChoice<Notation>(command, "--as", options.notation, notationNames(),
+                        "How values are printed, where their type can be (default uint)");
+    explain(
+        command,
+        "The intervals do not drift. A sample that is due while the one before it still waits for the "
+        "device\n"
+        "is missed and counted. On a terminal q ends, p pauses, the arrow keys scroll; without one, or with\n"
+        "--format json, each sample is a line. --tags takes all tags in one go that lie side by side.\n"
+        "A record is on the disk within a second. A full disk costs the rows of that time, ends nothing, "
+        "and\n"
+        "gives the exit status 1; so does a device that has answered no command at all.");
+}
+
+void addChart(CLI::App& app, Parsed& parsed)
+{
+    ChartOptions& options = parsed.chart;
+    CLI::App& command =
+        addCommand(app, "chart", "Draw what watch has recorded (needs gnuplot)", parsed, options, runChart);
+    addText(command, "RECORD", options.record, "The CSV file")->required();
+    addText(command, "--output", options.output, "The picture")->type_name("FILE.svg|png")->required();
+    addText(command, "--title", options.title, "What stands above it (default: the name of the record)")
+        ->type_name("TEXT");
+}
+
+void addProject(CLI::App& app, Parsed& parsed)
+{
+    CLI::App* project =
+        app.add_subcommand("project", "The project database beside driverhost, which drivers read");
+    project->fallthrough()->require_subcommand(1)->footer(commandFooter);
+    ProjectCreateOptions& options = parsed.projectCreate;
+    CLI::App& create =
+        addCommand(*project, "create",
+                   "Replace the project by a new one with the link --link and its default station "
+                   "--station at --device",
+                   parsed, options, runProjectCreate);
+    addTexts(create, "--tag", options.tags, "HMI address of a tag of the link; may be repeated")
+        ->type_name("ADDRESS")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    addText(create, "--tags", options.tagFile, "File with one tag address on each line")->type_name("FILE");
+    CLI::App& show = addCommand(*project, "show",
+                                "Print the links, nodes and tags of the project, and what reads of bits by "
+                                "bytes will ask the devices for",
+                                parsed, parsed.projectShow, runProjectShow);
+    show.add_flag("--all", parsed.projectShow.allTags, "Print every tag and run of bits, not only how many");
+    addProjectTags(*project, parsed);
+}
+
+void takeStations(const QString& text, QVector<int>& stations)
+{
+    stations = scan::parseNumberList(text, 0, 255);
+    if (stations.isEmpty())
+        throw CLI::ValidationError("--stations",
+                                   "must be numbers and ranges from 0 to 255, as 1,5-7, not \"" +
+                                       text.toStdString() + '"');
+}
+
+void takeAreas(const QString& text, QStringList& areas)
+{
+    areas.clear();
+    for (const QString& area : text.toUpper().split(QLatin1Char(','))) {
+        parseChoice("--area", area.toStdString(), scanAreaNames());
+        if (!areas.contains(area))
+            areas += area;
+    }
+}
+
+void addScan(CLI::App& app, Parsed& parsed)
+{
+    ScanOptions& options = parsed.scan;
+    CLI::App& command =
+        addCommand(app, "scan", "Find out which stations answer and which ranges of their areas can be read",
+                   parsed, options, runScan);
+    addText(
+        command, "--stations", [&options](const QString& text) { takeStations(text, options.stations); },
+        "Stations to look for, as 1,5-7 (default: only --station)")
+        ->type_name("LIST");
+    addText(
+        command, "--area", [&options](const QString& text) { takeAreas(text, options.areas); },
+        "Areas to scan, separated by commas (default: all)")
+        ->type_name(scanAreaNames().join(QLatin1Char(',')).toStdString());
+    addNumber(command, "--from", options.first, 1, scan::largestNumber, "First number (default 1)");
+    addNumber(command, "--to", options.last, 1, scan::largestNumber, "Last number (default 65536)");
+    addNumber(command, "--finest", options.finest, 1, scan::largestNumber,
+              "Refused ranges of so many elements or fewer are not divided (default 1)");
+    explain(
+        command,
+        "One request at a time goes out, with --delay before each, for as many elements as it carries.\n"
+        "Ranges that the device refuses are divided down to single elements, or to --finest ones: 16 is\n"
+        "ten times as fast where little can be read, and overlooks shorter islands. A range without an\n"
+        "answer is asked for again --retry times; after two of them the area is given up, after two silent\n"
+        "areas the station. While several stations are looked for, each is asked once unless --retry is\n"
+        "given. Ctrl-C prints what was found so far. Drivers want a project: see driverhost help project\n"
+        "create.");
+}
+
+QStringList commandsBelow(const CLI::App& command)
+{
+    QStringList names;
+    for (const CLI::App* sub : command.get_subcommands([](const CLI::App*) { return true; }))
+        names += QString::fromStdString(sub->get_name());
+    return names;
+}
+
+QString commandName(const CLI::App& command)
+{
+    const QString name = QString::fromStdString(command.get_name());
+    return command.get_parent() ? commandName(*command.get_parent()) + QLatin1Char(' ') + name : name;
+}
+
+/// What to say of an argument that the command does not know. similar: what may have been meant, or empty.
+QString unknownArgument(const CLI::App& command, const QString& argument, const QString& similar)
+{
+    const QStringList commands = commandsBelow(command);
+    QString text = QStringLiteral("%1 takes no \"%2\"").arg(commandName(command), argument);
+    if (!similar.isEmpty())
+        text += QStringLiteral("; did you mean %1?").arg(similar);
+    else if (!commands.isEmpty())
+        text += QStringLiteral("; its commands are %1").arg(commands.join(QStringLiteral(", ")));
+    return text;
+}
+
+/// Prints the help of the command that the words lead to.
+int runHelp(const CLI::App& app, const QStringList& words, Console& console)
+{
+    const CLI::App* command = &app;
+    for (const QString& word : words) {
+        const QStringList names = commandsBelow(*command);
+        if (!names.contains(word))
+            return reportError(console, WrongCommandLine,
+                               unknownArgument(*command, word, mostSimilar(word, names)));
+        command = command->get_subcommand(word.toStdString());
+    }
+    return runCommandLine(words + QStringList(QStringLiteral("--help")), console);
+}
+
+void addHelp(CLI::App& app, Parsed& parsed)
+{
+    CLI::App* command = app.add_subcommand("help", "Print the help of a command, with examples");
+    command->footer(footerOf(*command).toStdString());
+    addTexts(*command, "COMMAND", parsed.helpWanted, "The command, as read or project import");
+    command->callback([&app, &parsed] {
+        parsed.command = [&app, &parsed](Console& console) {
+            return runHelp(app, parsed.helpWanted, console);
+        };
+    });
+}
+
+void describe(CLI::App& app, Parsed& parsed)
+{
+    app.require_subcommand(1);
+    app.footer(exitStatuses);
+    app.set_version_flag("--version", "driverhost " DRIVERHOST_VERSION);
+    addLinkOptions(app, parsed.link);
+    addCommand(app, "info", "Print what the driver says about itself", parsed, parsed.link, runInfo);
+    addRead(app, parsed);
+    addWrite(app, parsed);
+    addWatch(app, parsed);
+    addChart(app, parsed);
+    addProject(app, parsed);
+    addScan(app, parsed);
+    addHelp(app, parsed);
+}
+
+/// The innermost command that the arguments have reached.
+CLI::App& reachedCommand(CLI::App& app)
+{
+    const auto commands = app.get_subcommands();
+    return commands.empty() ? app : reachedCommand(*commands.back());
+}
+
+QStringList optionsOf(CLI::App& command)
+{
+    QStringList names;
+    for (const CLI::App* app = &command; app; app = app->get_parent()) {
+        for (const CLI::Option* option : app->get_options())
+            names += QString::fromStdString(option->get_name());
+    }
+    return names;
+}
+
+QString similarTo(CLI::App& command, const QString& argument)
+{
+    return mostSimilar(argument.section(QLatin1Char('='), 0, 0), optionsOf(command) + commandsBelow(command));
+}
+
+int reportParseError(CLI::App& app, const CLI::ParseError& error, Console& console)
+{
+    CLI::App& command = reachedCommand(app);
+    const std::vector<std::string> unknown = app.remaining(true);
+    const QStringList commands = commandsBelow(command);
+    QString text = QString::fromLocal8Bit(error.what());
+    if (!unknown.empty())
+        text = unknownArgument(command, QString::fromStdString(unknown.front()),
+                               similarTo(command, QString::fromStdString(unknown.front())));
+    else if (!commands.isEmpty() && dynamic_cast<const CLI::RequiredError*>(&error))
+        text = QStringLiteral("%1 needs a command: %2")
+                   .arg(commandName(command), commands.join(QStringLiteral(", ")));
+    reportError(console, WrongCommandLine, text);
+    console.err << "see " << commandName(command) << " --help\n";
+    return WrongCommandLine;
+}
+
+} // namespace
+
+int runCommandLine(const QStringList& arguments, Console& console)
+{
+    CLI::App app("Runs commands on a field device through a driver plug-in, as the panel's runtime does.",
+                 "driverhost");
+    Parsed parsed;
+    describe(app, parsed);
+    try {
+        app.parse(argumentsForCli(arguments));
+    } catch (const CLI::CallForHelp&) {
+        console.out << QString::fromStdString(app.help());
+        return Done;
+    } catch (const CLI::CallForVersion& version) {
+        console.out << version.what() << '\n';
+        return Done;
+    } catch (const CLI::ParseError& error) {
+        return reportParseError(app, error, console);
+    }
+    return parsed.command(console);
+}

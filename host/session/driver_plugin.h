@@ -1,0 +1,45 @@
+#ifndef SESSION_DRIVER_PLUGIN_H
+#define SESSION_DRIVER_PLUGIN_H
+
+#include "driver_interface.h"
+
+#include <QString>
+
+#include <memory>
+
+/// The two ways in which a plug-in hands out a driver.
+enum class PluginEntry
+{
+    CreateDriver,  ///< the function CreateDriver: a new driver for each call
+    PluginInstance ///< Qt's plug-in loader: the library's one driver
+};
+
+/// A loaded plug-in with one driver of it. The library stays loaded as long as this object lives; the driver
+/// dies with it.
+class DriverPlugin
+{
+public:
+    virtual ~DriverPlugin() = default;
+    DriverPlugin(const DriverPlugin&) = delete;
+    DriverPlugin& operator=(const DriverPlugin&) = delete;
+
+    /// Loads the plug-in and takes a driver from it. On failure the result is null and error holds one
+    /// sentence that names the file: missing, not a shared library, built for another machine, not a driver.
+    static std::unique_ptr<DriverPlugin> load(const QString& fileName, PluginEntry entry, QString& error);
+
+    /// drivers/libmodbus_tcp_slave.so in the folder of the running program.
+    static QString defaultFileName();
+
+    DriverInterface& driver() const { return *m_driver; }
+    const QString& fileName() const { return m_fileName; }
+
+protected:
+    explicit DriverPlugin(const QString& fileName) : m_fileName(fileName) {}
+
+    DriverInterface* m_driver = nullptr; ///< set by load's helpers before anybody sees the object
+
+private:
+    const QString m_fileName;
+};
+
+#endif

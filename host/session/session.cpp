@@ -1,0 +1,100 @@
+#include "session/session.h"
+
+#include "session/data_type.h"
+#include "session/interrupt.h"
+
+#include <chrono>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+double millisecondsSince(Clock::time_point start)
+{
+    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+QString driverError(DriverInterface& driver)
+{
+    const QString text = driver.getLastError();
+    return text.isEmpty() ? driver.name() + QStringLiteral(" failed without a reason") : text;
+}
+
+QString notServed(DriverInterface& driver, const char* verb, const CommunicatorCommand& command)
+{
+    return QStringLiteral("%1 does not %2 %3 at %4")
+        .arg(driver.name(), QLatin1String(verb), dataTypeName(command.dataType), command.address);
+}
+
+} // namespace
+
+DriverSetting effectiveSetting(DriverInterface& driver, const LinkOptions& options)
+{
+    const std::unique_ptr<DriverSetting> defaults(driver.getDefaultDriverSetting());
+    return DriverSetting(options.timeout.value_or(defaults->timeout), options.retry.value_or(defaults->retry),
+                         options.station.value_or(defaults->stationid),
+                         options.delay.value_or(defaults->delay));
+}
+
+std::unique_ptr<Session> Session::start(const LinkOptions& options, QTextStream& traceStream, QString& error)
+{
+    const QString file = options.driverFile.isEmpty() ? DriverPlugin::defaultFileName() : options.driverFile;
+    auto plugin = DriverPlugin::load(file, options.entry, error);
+    if (!plugin)
+        return nullptr;
+    std::unique_ptr<Session> session(new Session(std::move(plugin)));
+    DriverInterface& driver = session->driver();
+    const QString defaultPort = driver.getStringBasedDefaultDriverSetting();
+    const auto port = options.device.port ? options.device.port : parsePort(defaultPort);
+    if (!port) {
+        error =
+            QStringLiteral("--device needs a port: the driver's default, \"%1\", is none").arg(defaultPort);
+        return nullptr;
+    }
+    session->m_link = std::make_unique<TcpLink>(options.device.host, *port, effectiveSetting(driver, options),
+                                                options.linkId);
+    session->m_link->setStopFlag(&interrupt::flag());
+    if (options.trace) {
+        session->m_trace = std::make_unique<FrameTrace>(traceStream, session->m_link->peer());
+        session->m_link->setObserver(session->m_trace.get());
+    }
+    if (!driver.initialize(session->m_link.get())) {
+        error = driverError(driver);
+        return nullptr;
+    }
+    return session;
+}
+
+CommandOutcome Session::read(const CommunicatorCommand& command)
+{
+    CommandOutcome outcome;
+    m_link->startCommand();
+    const Clock::time_point start = Clock::now();
+    outcome.data = driver().read(m_link.get(), command);
+    outcome.milliseconds = millisecondsSince(start);
+    outcome.attempts = m_link->attempts();
+    const qint64 wanted = dataLength(command.dataType, command.count);
+    if (driver().hasError())
+        outcome.error = driverError(driver());
+    else if (outcome.data.isEmpty() && wanted > 0)
+        outcome.error = notServed(driver(), "read", command);
+    else if (outcome.data.size() < wanted)
+        outcome.error =
+            QStringLiteral("the driver returned %1 of %2 bytes").arg(outcome.data.size()).arg(wanted);
+    if (!outcome.done())
+        outcome.data.clear();
+    return outcome;
+}
+
+CommandOutcome Session::write(const CommunicatorCommand& command, const QByteArray& data)
+{
+    CommandOutcome outcome;
+    m_link->startCommand();
+    const Clock::time_point start = Clock::now();
+    const bool done = driver().write(m_link.get(), command, data);
+    outcome.milliseconds = millisecondsSince(start);
+    outcome.attempts = m_link->attempts();
+    if (!done)
+        outcome.error = driver().hasError() ? driverError(driver()) : notServed(driver(), "write", command);
+    return outcome;
+}

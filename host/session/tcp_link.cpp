@@ -1,0 +1,341 @@
+#include "session/tcp_link.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <unistd.h>
+
+namespace {
+
+/// A device that sends more than this unasked, and faster than it can be read, gets its connection closed.
+constexpr int mostRoundsOfDropping = 256;
+
+QString peerName(const QString& host, quint16 port)
+{
+    return (host.contains(QLatin1Char(':')) ? QStringLiteral("[%1]:%2") : QStringLiteral("%1:%2"))
+        .arg(host)
+        .arg(port);
+}
+
+DeviceSetting ethernetSetting(const QString& host, quint16 port, int linkId)
+{
+    DeviceSetting setting(EthernetDevice, QStringLiteral("ETHERNET"), 0, 0, 0, 0);
+    setting.setSocketData({{host, QString::number(port)}});
+    setting.linkID = linkId;
+    return setting;
+}
+
+/// What kept a connection to peer from being made.
+QString connectFailure(int reason, const QString& peer)
+{
+    switch (reason) {
+    case ECONNREFUSED:
+        return QStringLiteral("connection refused by %1").arg(peer);
+    case EHOSTUNREACH:
+    case ENETUNREACH:
+        return QStringLiteral("no route to %1").arg(peer);
+    default:
+        return QStringLiteral("can not connect to %1: %2")
+            .arg(peer, QString::fromLocal8Bit(std::strerror(reason)));
+    }
+}
+
+/// A connection within one machine can meet itself when nobody listens on a port of the ephemeral range; it
+/// would then answer every request with that request.
+bool isConnectedToItself(int socket)
+{
+    SocketAddress own;
+    SocketAddress other;
+    own.length = other.length = sizeof own.storage;
+    return ::getsockname(socket, reinterpret_cast<sockaddr*>(&own.storage), &own.length) == 0 &&
+           ::getpeername(socket, reinterpret_cast<sockaddr*>(&other.storage), &other.length) == 0 &&
+           own.length == other.length && std::memcmp(&own.storage, &other.storage, own.length) == 0;
+}
+
+/// Connects a non-blocking socket. Returns 0, or the errno that tells why not.
+int connectWithin(int socket, const SocketAddress& address, const Waiting& waiting)
+{
+    if (::connect(socket, address.generic(), address.length) != 0) {
+        if (errno != EINPROGRESS && errno != EINTR)
+            return errno;
+        if (!waiting.forDescriptor(socket, POLLOUT))
+            return waiting.stopped() ? EINTR : ETIMEDOUT;
+    }
+    int reason = 0;
+    socklen_t size = sizeof reason;
+    if (::getsockopt(socket, SOL_SOCKET, SO_ERROR, &reason, &size) != 0)
+        return errno;
+    if (reason == 0 && isConnectedToItself(socket))
+        return ECONNREFUSED;
+    return reason;
+}
+
+} // namespace
+
+TcpLink::TcpLink(const QString& host, quint16 port, const DriverSetting& setting, int linkId)
+    : m_host(host), m_port(port), m_peer(peerName(host, port)), m_setting(setting),
+      m_timeout(std::max(setting.timeout, 1)), m_deviceSetting(ethernetSetting(host, port, linkId)),
+      m_error(QStringLiteral("no connection to %1").arg(m_peer))
+{
+}
+
+TcpLink::~TcpLink()
+{
+    TcpLink::close();
+}
+
+void TcpLink::startCommand()
+{
+    m_attempts = 0;
+    m_inAttempt = false;
+}
+
+void TcpLink::beginAttempt()
+{
+    if (m_inAttempt)
+        return;
+    m_inAttempt = true;
+    ++m_attempts;
+}
+
+int TcpLink::retryCount()
+{
+    m_inAttempt = false;
+    return startWaiting().stopped() ? 0 : m_setting.retry;
+}
+
+int TcpLink::commandDelay()
+{
+    beginAttempt();
+    return m_setting.delay;
+}
+
+bool TcpLink::open()
+{
+    beginAttempt();
+    close();
+    const Waiting waiting = startWaiting();
+    if (waiting.stopped()) {
+        setError(QStringLiteral("interrupted"));
+        return false;
+    }
+    QString error;
+    const std::vector<SocketAddress> addresses = lookUpHost(m_host, m_port, waiting, error);
+    setError(waiting.stopped() ? QStringLiteral("interrupted") : error);
+    for (std::size_t i = 0; i < addresses.size(); ++i) {
+        if (connectTo(addresses[i], waiting.share(addresses.size() - i)))
+            return true;
+    }
+    return false;
+}
+
+bool TcpLink::connectTo(const SocketAddress& address, const Waiting& waiting)
+{
+    const int socket = ::socket(address.storage.ss_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    const int reason = socket < 0 ? errno : connectWithin(socket, address, waiting);
+    if (reason == 0 && adopt(socket))
+        return true;
+    if (waiting.stopped())
+        setError(QStringLiteral("interrupted while connecting to %1").arg(m_peer));
+    else if (reason == ETIMEDOUT)
+        setError(QStringLiteral("no connection to %1 within %2 ms").arg(m_peer).arg(m_timeout));
+    else
+        setError(connectFailure(reason != 0 ? reason : errno, m_peer));
+    if (socket >= 0)
+        ::close(socket);
+    return false;
+}
+
+/// Makes a connected socket the link's. A read on it that nothing ends blocks for the timeout, so that the
+/// usual reply, which comes whole, costs one system call.
+bool TcpLink::adopt(int socket)
+{
+    const int on = 1;
+    const timeval limit = {m_timeout / 1000, static_cast<suseconds_t>(m_timeout % 1000) * 1000};
+    const int flags = ::fcntl(socket, F_GETFL);
+    if (flags < 0 || ::fcntl(socket, F_SETFL, flags & ~O_NONBLOCK) != 0 ||
+        ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) != 0 ||
+        ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) != 0)
+        return false;
+    m_socket = socket;
+    ++m_connectionsMade;
+    if (m_observer)
+        m_observer->opened();
+    return true;
+}
+
+void TcpLink::close()
+{
+    m_begin = m_end = 0;
+    m_unreadDropped = false;
+    if (m_socket < 0)
+        return;
+    ::close(m_socket);
+    m_socket = -1;
+    if (m_observer)
+        m_observer->closed();
+}
+
+/// The peer ended the connection; reason is the errno that told, 0 for an orderly close.
+void TcpLink::hungUp(int reason)
+{
+    if (reason == 0)
+        setError(QStringLiteral("%1 closed the connection").arg(m_peer));
+    else if (reason == ECONNRESET || reason == EPIPE)
+        setError(QStringLiteral("%1 reset the connection").arg(m_peer));
+    else
+        setError(QStringLiteral("connection to %1 lost: %2")
+                     .arg(m_peer, QString::fromLocal8Bit(std::strerror(reason))));
+    close();
+}
+
+bool TcpLink::isConnected()
+{
+    beginAttempt();
+    m_unreadDropped = m_socket >= 0 && dropUnread();
+    return m_unreadDropped;
+}
+
+void TcpLink::showDropped(int length)
+{
+    if (m_observer && length > 0)
+        m_observer->dropped(m_buffer.data() + m_begin, length);
+}
+
+/// Empties the buffer and the socket. Returns whether the connection is still there.
+bool TcpLink::dropUnread()
+{
+    showDropped(m_end - m_begin);
+    m_begin = m_end = 0;
+    for (int round = 0; round < mostRoundsOfDropping; ++round) {
+        const ssize_t got = ::recv(m_socket, m_buffer.data(), m_buffer.size(), MSG_DONTWAIT);
+        if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
+            return true;
+        if (got < 0 && errno == EINTR)
+            continue;
+        if (got <= 0) {
+            hungUp(got == 0 ? 0 : errno);
+            return false;
+        }
+        showDropped(static_cast<int>(got));
+    }
+    close();
+    setError(QStringLiteral("%1 sends without being asked").arg(m_peer));
+    return false;
+}
+
+int TcpLink::writeData(const char* data, int length)
+{
+    beginAttempt();
+    const bool clean = m_unreadDropped || (m_socket >= 0 && dropUnread());
+    m_unreadDropped = false;
+    m_replyBytes = 0;
+    if (!clean)
+        return -1;
+    int sent = sendSome(data, length);
+    if (sent >= 0 && sent < length)
+        sent = sendRest(data, sent, length);
+    if (sent == length && m_observer)
+        m_observer->sent(reinterpret_cast<const unsigned char*>(data), length);
+    return sent;
+}
+
+/// Sends what the network takes at once. Returns the number of bytes, -1 when the device has hung up.
+int TcpLink::sendSome(const char* data, int length)
+{
+    const ssize_t taken =
+        ::send(m_socket, data, static_cast<std::size_t>(length), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (taken >= 0)
+        return static_cast<int>(taken);
+    if (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR)
+        return 0;
+    hungUp(errno);
+    return -1;
+}
+
+int TcpLink::sendRest(const char* data, int sent, int length)
+{
+    const Waiting waiting = startWaiting();
+    while (sent < length && waiting.forDescriptor(m_socket, POLLOUT)) {
+        const int taken = sendSome(data + sent, length - sent);
+        if (taken < 0)
+            return sent;
+        sent += taken;
+    }
+    if (sent < length)
+        setError(QStringLiteral("%1 took only %2 of %3 bytes within %4 ms")
+                     .arg(m_peer)
+                     .arg(sent)
+                     .arg(length)
+                     .arg(m_timeout));
+    return sent;
+}
+
+int TcpLink::takeBuffered(char* buffer, int maxLength)
+{
+    const int length = std::min(maxLength, m_end - m_begin);
+    std::memcpy(buffer, m_buffer.data() + m_begin, static_cast<std::size_t>(length));
+    m_begin += length;
+    return length;
+}
+
+/// Fills the empty buffer with what the socket has. Returns false when the device has hung up.
+bool TcpLink::receive(int flags)
+{
+    m_begin = m_end = 0;
+    const ssize_t got = ::recv(m_socket, m_buffer.data(), m_buffer.size(), flags);
+    if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR))
+        return true;
+    if (got <= 0) {
+        hungUp(got == 0 ? 0 : errno);
+        return false;
+    }
+    m_end = static_cast<int>(got);
+    if (m_observer)
+        m_observer->received(m_buffer.data(), m_end);
+    return true;
+}
+
+int TcpLink::readData(char* buffer, int maxLength)
+{
+    m_unreadDropped = false;
+    int got = takeBuffered(buffer, std::max(maxLength, 0));
+    if (got < maxLength && m_socket >= 0)
+        got = readFromSocket(buffer, got, maxLength);
+    m_replyBytes += got;
+    return got;
+}
+
+int TcpLink::readFromSocket(char* buffer, int got, int wanted)
+{
+    const Waiting waiting = startWaiting();
+    bool connected = receive(0);
+    got += takeBuffered(buffer + got, wanted - got);
+    while (connected && got < wanted && waiting.forDescriptor(m_socket, POLLIN)) {
+        connected = receive(MSG_DONTWAIT);
+        got += takeBuffered(buffer + got, wanted - got);
+    }
+    if (got < wanted)
+        explainShortRead(m_replyBytes + got, m_replyBytes + wanted, waiting);
+    return got;
+}
+
+/// The numbers are those of the whole reply as far as the driver has asked for it.
+void TcpLink::explainShortRead(int got, int wanted, const Waiting& waiting)
+{
+    if (waiting.stopped())
+        setError(QStringLiteral("interrupted while waiting for %1").arg(m_peer));
+    else if (m_socket < 0 && got > 0)
+        m_error += QStringLiteral(" after %1 of %2 bytes").arg(got).arg(wanted);
+    else if (m_socket >= 0 && got > 0)
+        setError(QStringLiteral("only %1 of %2 bytes came from %3 within %4 ms")
+                     .arg(got)
+                     .arg(wanted)
+                     .arg(m_peer)
+                     .arg(m_timeout));
+    else if (m_socket >= 0)
+        setError(QStringLiteral("no answer from %1 within %2 ms").arg(m_peer).arg(m_timeout));
+}

@@ -1,0 +1,141 @@
+#ifndef SESSION_TCP_LINK_H
+#define SESSION_TCP_LINK_H
+
+#include "abstract_device_interface.h"
+#include "device_setting.h"
+#include "driver_setting.h"
+#include "session/host_lookup.h"
+#include "session/waiting.h"
+
+#include <array>
+#include <atomic>
+
+/// Sees what passes over a link, as it passes. It is called on the link's thread, in the middle of the
+/// driver's calls, and must not call the link.
+class LinkObserver
+{
+public:
+    virtual ~LinkObserver() = default;
+
+    /// The connection was made, or was given up by either side.
+    virtual void opened() = 0;
+    virtual void closed() = 0;
+
+    /// Bytes that the driver sent, one call for each of its frames.
+    virtual void sent(const unsigned char* data, int length) = 0;
+
+    /// Bytes as they came: a reply may come in several calls and a call may bring more than one reply.
+    virtual void received(const unsigned char* data, int length) = 0;
+
+    /// Bytes of the device that nobody waited for any more when the next request went out. Those of them that
+    /// received() has shown before are shown again.
+    virtual void dropped(const unsigned char* data, int length) = 0;
+};
+
+/// The runtime's link over TCP, for one device.
+///
+/// Timing: each of open, readData and writeData has one deadline, the driver setting's timeout (in
+/// milliseconds; less than 1 counts as 1), name look-up included. Ctrl-C ends a wait early, see setStopFlag.
+///
+/// No old byte answers a new request: what lies unread when a request goes out is dropped, and close() drops
+/// the socket with all that is still on the way.
+///
+/// A failure leaves a sentence in errorString(). One thread at a time.
+class TcpLink : public AbstractDeviceInterface
+{
+public:
+    /// host is an IPv4 or IPv6 address text or a name. linkId is the link's id in the project database.
+    /// Nothing is connected yet.
+    TcpLink(const QString& host, quint16 port, const DriverSetting& setting, int linkId);
+    ~TcpLink() override;
+    TcpLink(const TcpLink&) = delete;
+    TcpLink& operator=(const TcpLink&) = delete;
+
+    /// Returns when maxLength bytes have come, the deadline has passed or the device has hung up: the number
+    /// of bytes that have come by then, 0 to maxLength. When the device has hung up the link is closed.
+    int readData(char* buffer, int maxLength) override;
+
+    /// Drops what lies unread, then sends. Returns length, or the number of bytes that the network took by
+    /// the deadline (-1 when there is no connection).
+    int writeData(const char* data, int length) override;
+
+    /// Connects, again if need be. A name with several addresses gets them tried in turn, each with its share
+    /// of the time that is left.
+    bool open() override;
+    void close() override;
+
+    /// type EthernetDevice, string "ETHERNET", the link id, and host and port as the only socket entry.
+    DeviceSetting* deviceSetting() override { return &m_deviceSetting; }
+
+    /// Asks the socket, not the memory: a peer that has closed or reset the connection since the last command
+    /// is noticed here, the link is closed then and the result is false. Drops what lies unread.
+    bool isConnected() override;
+
+    /// The driver setting's retries; 0 once the stop flag is raised.
+    int retryCount() override;
+    int stationId() override { return m_setting.stationid; }
+
+    /// Requests from here on go to this station, 0 to 255.
+    void setStation(int station) { m_setting.stationid = station; }
+
+    int commandDelay() override;
+    QString errorString() override { return m_error; }
+
+    /// From here on attempts() counts anew.
+    void startCommand();
+
+    /// How many attempts the driver has made since startCommand: the first use of the link is one, and so is
+    /// the first use after each question for retryCount(). 0 when the driver failed before it came to the
+    /// link.
+    int attempts() const { return m_attempts; }
+
+    /// Connections made since construction; all but the first are reconnections.
+    int connectionsMade() const { return m_connectionsMade; }
+
+    /// "127.0.0.1:502" or "[::1]:502".
+    QString peer() const { return m_peer; }
+
+    /// The observer is not owned and may be null.
+    void setObserver(LinkObserver* observer) { m_observer = observer; }
+
+    /// While the flag is true every wait ends and nothing is opened. It is not owned and may be null. A
+    /// signal handler that raises it must be installed without SA_RESTART.
+    void setStopFlag(const std::atomic<bool>* flag) { m_stopFlag = flag; }
+
+private:
+    Waiting startWaiting() const { return Waiting(m_timeout, m_stopFlag); }
+    void beginAttempt();
+    void setError(const QString& text) { m_error = text; }
+    bool connectTo(const SocketAddress& address, const Waiting& waiting);
+    bool adopt(int socket);
+    int sendSome(const char* data, int length);
+    int sendRest(const char* data, int sent, int length);
+    int readFromSocket(char* buffer, int got, int wanted);
+    int takeBuffered(char* buffer, int maxLength);
+    bool receive(int flags);
+    bool dropUnread();
+    void showDropped(int length);
+    void hungUp(int reason);
+    void explainShortRead(int got, int wanted, const Waiting& waiting);
+
+    const QString m_host;
+    const quint16 m_port;
+    const QString m_peer;
+    DriverSetting m_setting;
+    const int m_timeout;
+    DeviceSetting m_deviceSetting;
+    QString m_error;
+    LinkObserver* m_observer = nullptr;
+    const std::atomic<bool>* m_stopFlag = nullptr;
+    int m_socket = -1;
+    int m_attempts = 0;
+    int m_connectionsMade = 0;
+    bool m_inAttempt = false;
+    bool m_unreadDropped = false; ///< isConnected has just done so; the request that follows need not
+    int m_replyBytes = 0;         ///< handed to the driver since its last request
+    std::array<unsigned char, 4096> m_buffer{};
+    int m_begin = 0; ///< first byte of m_buffer that nobody has taken
+    int m_end = 0;   ///< behind its last byte
+};
+
+#endif

@@ -1,0 +1,55 @@
+#ifndef SIGNALS_VALUES_H
+#define SIGNALS_VALUES_H
+
+#include "session/data_type.h"
+
+#include <QByteArray>
+#include <QJsonArray>
+
+/// How values are written as text.
+enum class Notation
+{
+    Unsigned, ///< decimal, 0 and up
+    Signed,   ///< decimal, two's complement
+    Hex,      ///< hexadecimal
+    Float,    ///< IEEE 754 single precision; double words only
+    Bits,     ///< binary digits, the most significant first
+    Text      ///< bytes and blocks only: one text, UTF-8
+};
+
+/// The names that the command line uses, in the order in which it lists them: uint, int, hex, float, bits,
+/// text.
+const QStringList& notationNames();
+std::optional<Notation> notationFromName(const QString& name);
+
+/// Why values of this type have no such notation, in a phrase that says what would be right. Empty when they
+/// have.
+QString notationProblem(CommandDataType type, Notation notation);
+
+/// The elements of a write command and their bytes, laid out as CommandDataType says.
+struct CommandData
+{
+    int count = 0;
+    QByteArray bytes;
+    Notation notation = Notation::Unsigned; ///< in which they are best printed
+};
+
+/// Values from the command line as data of a write command.
+///
+/// Without a notation a value is decimal, or hexadecimal with 0x in front, negative or not; a double word may
+/// be a number with a decimal point or an exponent, which makes it single precision. With Text there must be
+/// one value, whose UTF-8 bytes are the elements.
+///
+/// The result is empty when a value does not fit; error then names it, its position and what would be right.
+std::optional<CommandData> encodeValues(CommandDataType type, std::optional<Notation> notation,
+                                        const QStringList& values, QString& error);
+
+/// Text of each element of data, which holds dataLength(type, count) bytes or more; with Text one text for
+/// all, in which control characters and bytes that are no UTF-8 stand as \xNN.
+QStringList valueTexts(CommandDataType type, Notation notation, int count, const QByteArray& data);
+
+/// The elements as numbers. With Bits each element gives its bits, the least significant first; with Text it
+/// gives its bytes. A float that is no finite number gives null; numbers beyond 2^53 are rounded to a double.
+QJsonArray valueNumbers(CommandDataType type, Notation notation, int count, const QByteArray& data);
+
+#endif

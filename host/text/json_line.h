@@ -1,0 +1,13 @@
+#ifndef TEXT_JSON_LINE_H
+#define TEXT_JSON_LINE_H
+
+#include <QJsonObject>
+#include <QTextStream>
+
+/// Prints an object as one line of JSON.
+void printJsonLine(QTextStream& out, const QJsonObject& object);
+
+/// A duration for people and for JSON: milliseconds with three decimals.
+double roundedMilliseconds(double milliseconds);
+
+#endif

@@ -1,0 +1,30 @@
+#include "text/text_table.h"
+
+#include <algorithm>
+
+QVector<int> TextTable::columnWidths() const
+{
+    QVector<int> widths(m_columns.size(), 0);
+    for (const QStringList& row : m_rows) {
+        for (int column = 0; column < widths.size(); ++column)
+            widths[column] = std::max(widths.at(column), row.value(column).size());
+    }
+    return widths;
+}
+
+void TextTable::print(QTextStream& out) const
+{
+    const QVector<int> widths = columnWidths();
+    for (const QStringList& row : m_rows) {
+        QString line;
+        for (int column = 0; column < widths.size(); ++column) {
+            const QString cell = row.value(column);
+            const int width = widths.at(column);
+            line += m_columns.at(column) == Left ? cell.leftJustified(width) : cell.rightJustified(width);
+            line += QLatin1String("  ");
+        }
+        while (line.endsWith(QLatin1Char(' ')))
+            line.chop(1);
+        out << line << '\n';
+    }
+}
