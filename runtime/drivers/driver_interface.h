@@ -86,4 +86,7 @@ public:
 #define DriverInterface_iid "com.valdrith.drivers.DriverInterface/1.1"
 Q_DECLARE_INTERFACE(DriverInterface, DriverInterface_iid)
 
+/// Each plug-in defines it: a new driver, which the caller deletes.
+extern "C" Q_DECL_EXPORT DriverInterface* CreateDriver();
+
 #endif

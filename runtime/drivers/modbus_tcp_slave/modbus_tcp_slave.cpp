@@ -26,6 +26,11 @@ static QString takeConnectionName()
     return name;
 }
 
+DriverInterface* CreateDriver()
+{
+    return new DriverModbusTcpSlave;
+}
+
 DriverModbusTcpSlave::DriverModbusTcpSlave()
     : hasCommError(false), debugMode(false), databaseOpened(false), databaseLoaded(false), transactionId(0),
       bitAddressRegExp(QLatin1String("^(\\d+)-((?:FN5)?DO|DI)(\\d+)"), Qt::CaseInsensitive),

@@ -1,6 +1,9 @@
-#include "modbus_tcp_slave.h"
+#include "driver_interface.h"
+#include "qt_versions.h"
 
 #include <QPointer>
+
+// The entry points that are the same in each plug-in; CreateDriver is the driver's own.
 
 /// The runtime's Qt 4.8 loads a module only when it finds this text, the one that its own build of Qt would
 /// have written. The loader scans the file for it, so it stays in a section of its own and unmangled.
@@ -23,15 +26,9 @@ Q_DECL_EXPORT QObject* qt_plugin_instance()
 {
     static QPointer<QObject> instance;
     if (!instance)
-        instance = new DriverModbusTcpSlave;
+        instance = CreateDriver()->getThisObject();
     return instance.data();
 }
 #endif
-
-/// A new driver object; the caller deletes it.
-Q_DECL_EXPORT DriverInterface* CreateDriver()
-{
-    return new DriverModbusTcpSlave;
-}
 
 } // extern "C"
