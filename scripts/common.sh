@@ -2,7 +2,7 @@
 
 BUILD_PACKAGES=(g++ cmake ninja-build pkg-config qtbase5-dev libqt5sql5-sqlite libmodbus-dev libcli11-dev
     libncurses-dev)
-TEST_PACKAGES=(mbpoll gnuplot-nox python3 python3-pyte)
+TEST_PACKAGES=(mbpoll gnuplot-nox python3 python3-pymodbus python3-pyte)
 PICTURE_PACKAGES=(gnuplot-nox python3 python3-pyte)
 BENCH_PACKAGES=(libbenchmark-dev libboost-dev libsqlite3-dev libqt5serialbus5-dev valgrind python3 gnuplot-nox)
 LINT_PACKAGES=(clang-format-14 clang-tidy-14 cppcheck shellcheck)

@@ -24,7 +24,7 @@ fi
 
 step "cppcheck"
 folders=()
-for folder in runtime host simulator; do
+for folder in runtime host simulator examples; do
     [ ! -d "$folder" ] || folders+=("$folder")
 done
 cppcheck --quiet --error-exitcode=1 --inline-suppr --std=c++17 --library=qt -j "$(nproc)" \
