@@ -16,7 +16,7 @@ static constexpr std::uint32_t LongestPauseMs = 3600000;
 static CLI::ValidationError wrong(const std::string& option, const std::string& text,
                                   const std::string& right)
 {
-    return CLI::ValidationError(option, "'" + text + "' is wrong: " + right);
+    return CLI::ValidationError(option, wrongText(text, right));
 }
 
 /// Adds an option that takes a whole number from lowest to highest.
@@ -192,12 +192,20 @@ static std::string explanations()
            row("HR n", "n mod 65536") + row("IR n", "65535 - (n mod 65536)") +
            row("DO n", "on where 3 divides n") + row("DI n", "on where 5 divides n") +
            "\nImage file:\n"
-           "  A line for each cell: area,number,value. The value is decimal or 0x hexadecimal,\n"
-           "  0 or 1 for bits. Empty lines and lines that start with # say nothing; the first\n"
-           "  line may be a heading.\n"
-           "      area,number,value\n"
-           "      HR,100,0x1234\n"
-           "      DO,5,1\n"
+           "  A line for each value: ADDRESS VALUE, also with = or a comma between the two.\n"
+           "  A cell that is on no line is 0; of two lines for one cell the later holds.\n"
+           "    HR100 0x1234          a register takes -32768 to 65535, decimal or 0x\n"
+           "                          hexadecimal\n"
+           "    DO5 on                a bit takes 0, 1, off, on, false or true\n"
+           "    HR20.3 on             a bit of a register, 0 to 15, 0 being the least\n"
+           "                          significant\n"
+           "    HR5:float32 20.5      a type: int16, uint16, int32, uint32, int64, uint64,\n"
+           "                          float32 or float64; the lowest register, HR5, has the\n"
+           "                          lowest word\n"
+           "    HR5SW:float32 20.5    the same with the highest word in HR5\n"
+           "    3-IR7:int32 = -5      for station 3 alone; without a station for all\n"
+           "  Lines of area,number,value are taken too, like HR,100,0x1234. Blank lines,\n"
+           "  what follows a #, and headings (a first field area or address) say nothing.\n"
            "\nMoving cells:\n" +
            movingRows() +
            "  A value that is written to one of them lasts until the next request.\n"

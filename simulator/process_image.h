@@ -33,7 +33,7 @@ constexpr bool isBitArea(Area area)
 }
 
 /// What a Modbus slave holds: 65536 cells in each of the four areas. Cells are numbered from 1, so that HR1
-/// has the Modbus address 0. Not locked: see SharedImage.
+/// has the Modbus address 0.
 class ProcessImage
 {
 public:
@@ -44,13 +44,6 @@ public:
     /// HR n holds n mod 65536, IR n holds 65535 - (n mod 65536), DO n is on where 3 divides n, DI n where 5
     /// does.
     static ProcessImage numbered();
-
-    /// An image from lines of "area,number,value": area HR, IR, DO or DI, number from 1 to 65536, value
-    /// decimal or 0x hexadecimal, 0 to 65535 for registers, 0 or 1 for bits. Empty lines, lines that start
-    /// with # and a first line "area,number,value" say nothing. A cell on no line is 0, on two lines has the
-    /// value of the later one. Throws std::runtime_error "FILE:LINE: what is wrong and what would be right",
-    /// without a line where the file cannot be read at all.
-    static ProcessImage fromFile(const std::string& fileName);
 
     /// number: 1 to 65536. A bit is 0 or 1.
     std::uint16_t value(Area area, std::uint32_t number) const;

@@ -1,9 +1,9 @@
 #ifndef SLAVESIM_SERVED_CELLS_H
 #define SLAVESIM_SERVED_CELLS_H
 
-#include "number_text.h"
 #include "process_image.h"
 #include "request.h"
+#include "text.h"
 
 #include <array>
 #include <vector>

@@ -7,19 +7,19 @@
 
 namespace slavesim {
 
-static ProcessImage imageFor(const Options& options)
+static StationImages imagesFor(const Options& options)
 {
     if (options.imageFile.empty())
-        return ProcessImage::numbered();
+        return StationImages(ProcessImage::numbered());
     try {
-        return ProcessImage::fromFile(options.imageFile);
+        return StationImages::fromFile(options.imageFile);
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(std::string("--image: ") + error.what());
     }
 }
 
 Slave::Slave(const Options& options)
-    : m_options(options), m_start(std::chrono::steady_clock::now()), m_image(imageFor(options)),
+    : m_options(options), m_start(std::chrono::steady_clock::now()), m_images(imagesFor(options)),
       m_plan(options.faults)
 {
 }
@@ -50,10 +50,10 @@ Bytes Slave::reply(const Request& request)
     if (request.quantitiesAreLegal() &&
         !(served.contains(request.cells()) && served.contains(request.secondCells())))
         return m_replyMaker.exception(request, MODBUS_EXCEPTION_ILLEGAL_DATA_ADDRESS);
+    ProcessImage& image = m_images.of(request.unit());
     if (m_options.moving)
-        moveSignals(m_image,
-                    std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count());
-    return m_replyMaker.reply(request, m_image);
+        moveSignals(image, std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count());
+    return m_replyMaker.reply(request, image);
 }
 
 void Slave::log(const Request& request, const std::string& client, std::string_view remark) const

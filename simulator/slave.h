@@ -3,9 +3,9 @@
 
 #include "fault_plan.h"
 #include "options.h"
-#include "process_image.h"
 #include "reply_maker.h"
 #include "request.h"
+#include "station_images.h"
 
 #include <chrono>
 
@@ -18,7 +18,7 @@ struct Answer
     std::optional<FaultKind> fault; ///< what else to do is the session's: to wait, to reset and so on
 };
 
-/// Answers the requests of all clients out of its process image.
+/// Answers the requests of all clients out of the process images.
 class Slave
 {
 public:
@@ -42,7 +42,7 @@ private:
 
     const Options& m_options;
     const std::chrono::steady_clock::time_point m_start;
-    ProcessImage m_image;
+    StationImages m_images;
     FaultPlan m_plan;
     ReplyMaker m_replyMaker;
 };

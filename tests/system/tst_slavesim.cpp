@@ -1,8 +1,8 @@
 #include "fault_plan.h"
 #include "modbus_client.h"
 #include "moving_signals.h"
-#include "process_image.h"
 #include "slave_process.h"
+#include "station_images.h"
 
 #include <QElapsedTimer>
 #include <QTemporaryDir>
@@ -41,7 +41,9 @@ private slots:
     void answers();
     void saysWhatIsWrong_data();
     void saysWhatIsWrong();
+    void loadsAnImage_data();
     void loadsAnImage();
+    void servesEachStationItsImage();
     void saysWhatIsWrongInAnImage_data();
     void saysWhatIsWrongInAnImage();
     void movesSignals_data();
@@ -151,6 +153,8 @@ void TestSlavesim::saysWhatIsWrong_data()
     row("--fault-every 5", "--fault-every requires --fault");
     row("--late-ms -5", "--late-ms: '-5' is wrong");
     row("--image /dev/null/none", "--image: /dev/null/none: cannot be opened");
+    row("--image /dev/zero", "--image: /dev/zero:1: longer than 1000 characters");
+    row("--image /", "--image: /: cannot be read, a text file is needed");
 }
 
 /// What slavesim says on stderr with options that it refuses; empty when it does not refuse them as it
@@ -172,24 +176,58 @@ void TestSlavesim::saysWhatIsWrong()
     QVERIFY2(text.startsWith("slavesim: ") && text.contains(sentence) && text.count('\n') == 1, text);
 }
 
+void TestSlavesim::loadsAnImage_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QByteArray>("cells");
+
+    const auto row = [](const char* content, const char* cells) {
+        QTest::newRow(content) << QByteArray(content) << QByteArray(cells);
+    };
+    row("HR1 0x1234\nHR2=-1\nHR3 , -32768\nHR4;65535", "HR1 1234 ffff 8000 ffff 0000");
+    row("HR65535:uint32 0x12345678", "HR65535 5678 1234");
+    row("HR5SW:int32 -2", "HR5 ffff fffe");
+    row("HR5:int64 = -2", "HR5 fffe ffff ffff ffff");
+    row("hr5sw:UINT64 0x0123456789abcdef", "HR5 0123 4567 89ab cdef");
+    row("HR5:int16 -1\nHR6:uint16 65535", "HR5 ffff ffff");
+    row("IR5:float32 20.5\nIR7SW:float32 -1.5e0", "IR5 0000 41a4 bfc0 0000");
+    row("IR5SW:float64 1\nIR9:float64 1", "IR5 3ff0 0000 0000 0000 0000 0000 0000 3ff0");
+    row("DO1 on\nDO2 FALSE\nDO3 true\nDO4 off\nDO5 1\nDO6 0x0", "DO1 0001 0000 0001 0000 0001 0000");
+    row("HR1 0x00F0\nHR1.0 1\nHR1.7 off\nHR1.15 on", "HR1 8071");
+    row("\xEF\xBB\xBF"
+        "area,number,value\r\nHR, 1 ,5 # five\r\n\n#HR,1,6\nhr;2:int16;-1\nHR,3,5\nHR,3,6",
+        "HR1 0005 ffff 0006 0000");
+    row("HR1 1\n1-HR1 2\n2-HR1 3\nHR2 4", "HR1 0002 0004");
+    row("1-HR1 2\nHR1 1", "HR1 0001");
+    row("1-HR,1,2\n2-HR1 1", "HR1 0002");
+}
+
+/// The cells of station 1 from an address on.
 void TestSlavesim::loadsAnImage()
 {
-    const QString file =
-        write("\n# pump station\r\narea,number,value\r\nhr, 1 ,0x1234\nHR,65536,65535\nDO,2,1\n"
-              "Ir,3,7\nDI,9,1\nHR,2,5\nHR,2,6");
-    const ProcessImage image = ProcessImage::fromFile(file.toStdString());
-    QCOMPARE(image.value(Area::HoldingRegisters, 1), std::uint16_t(0x1234));
-    QCOMPARE(image.value(Area::HoldingRegisters, 2), std::uint16_t(6));
-    QCOMPARE(image.value(Area::HoldingRegisters, 3), std::uint16_t(0));
-    QCOMPARE(image.value(Area::HoldingRegisters, 65536), std::uint16_t(65535));
-    QCOMPARE(image.value(Area::Coils, 2), std::uint16_t(1));
-    QCOMPARE(image.value(Area::Coils, 3), std::uint16_t(0));
-    QCOMPARE(image.value(Area::InputRegisters, 3), std::uint16_t(7));
-    QCOMPARE(image.value(Area::DiscreteInputs, 9), std::uint16_t(1));
+    QFETCH(QByteArray, content);
+    QFETCH(QByteArray, cells);
+    StationImages images = StationImages::fromFile(write(content).toStdString());
+    const QByteArrayList expected = cells.split(' ');
+    const auto area = *areaNamed(expected[0].left(2).toStdString());
+    QByteArray found = expected[0];
+    for (int i = 1; i < expected.size(); ++i) {
+        const auto number = static_cast<std::uint32_t>(expected[0].mid(2).toInt() + i - 1);
+        found += ' ' + QByteArray::number(images.of(1).value(area, number), 16).rightJustified(4, '0');
+    }
+    QCOMPARE(found, cells);
+}
 
+void TestSlavesim::servesEachStationItsImage()
+{
     SlaveProcess slave;
-    QVERIFY2(slave.start({QStringLiteral("--image"), file}), slave.problem());
-    QCOMPARE(ModbusClient(slave.port()).exchange(ReadHr1), QByteArray("0001000000050103021234"));
+    QVERIFY2(slave.start({"--image", write("HR1 7\n3-HR1 8\n")}), slave.problem());
+    ModbusClient client(slave.port());
+    const QByteArray hr1Of3Is8 = "000100000005030302 0008";
+    client.exchange(WriteHr1);
+    QCOMPARE(client.exchange(ReadHr1), Hr1Is999);
+    QCOMPARE(client.exchange("000100000006020300000001"), withoutBlanks("0001 0000 0005 02 03 02 03e7"));
+    QCOMPARE(client.exchange("000100000006030300000001"), withoutBlanks(hr1Of3Is8));
 }
 
 void TestSlavesim::saysWhatIsWrongInAnImage_data()
@@ -200,27 +238,46 @@ void TestSlavesim::saysWhatIsWrongInAnImage_data()
     const auto row = [](const char* content, const char* sentence) {
         QTest::newRow(content) << QByteArray(content) << QByteArray(sentence);
     };
-    row("HR,1,1\nXR,1,1\n", ":2: area 'XR' is wrong: it is HR, IR, DO or DI");
-    row("HR,0,1\n", ":1: number '0' is wrong: it is from 1 to 65536");
-    row("HR,65537,1\n", ":1: number '65537' is wrong");
-    row("HR,1,65536\n", ":1: value '65536' is wrong: in HR it is from 0 to 65535");
-    row("HR,1,-1\n", ":1: value '-1' is wrong");
-    row("#\nDO,1,2\n", ":2: value '2' is wrong: in DO it is from 0 to 1");
-    row("HR,1\n", ":1: a line has the three fields area,number,value, not 2");
-    row("HR,1,1\narea,number,value\n", ":2: area 'area' is wrong");
+    row("HR,1,1\nXR,1,1\n", ":2: address 'XR1' is wrong: its area is HR, IR, DO or DI");
+    row("40001 5", ":1: address '40001' is wrong: its area is");
+    row("HR,0,1\n", ":1: address 'HR0' is wrong: its number is from 1 to 65536");
+    row("HR65537 1\n", ":1: address 'HR65537' is wrong: its number");
+    row("256-HR1 1", ":1: address '256-HR1' is wrong: its station is from 0 to 255");
+    row("-HR1 1", ":1: address '-HR1' is wrong: its station");
+    row("HR1x 1", ":1: address 'HR1x' is wrong: it is like HR10, 3-HR10, HR10.3 or");
+    row("HR1.16 1", ":1: address 'HR1.16' is wrong: its bit is from 0 to 15");
+    row("HR1:real 1", ":1: address 'HR1:real' is wrong: its type is one of int16, uint16, int32,");
+    row("HR1: 1", ":1: address 'HR1:' is wrong: its type");
+    row("DO1:int16 1", ":1: address 'DO1:int16' is wrong: only registers have");
+    row("DI1.1 1", ":1: address 'DI1.1' is wrong: only registers have");
+    row("HR1SW 1", ":1: address 'HR1SW' is wrong: SW wants a type of more than one");
+    row("HR1.1:int16 1", ":1: address 'HR1.1:int16' is wrong: a bit has neither");
+    row("HR65536:float32 1", ":1: address 'HR65536:float32' is wrong: its last register");
+    row("HR,1,65536\n", ":1: value '65536' is wrong: a register takes a whole number from -32768 to 65535; "
+                        "others take a type, like HR1:float32");
+    row("HR1 -32769", ":1: value '-32769' is wrong");
+    row("HR1 20.5", ":1: value '20.5' is wrong");
+    row("HR1:int16 32768", ":1: value '32768' is wrong: int16 takes a whole number from -32768 to 32767");
+    row("HR1:uint32 -1", ":1: value '-1' is wrong: uint32 takes a whole number from 0 to 4294967295");
+    row("HR1:uint64 18446744073709551616", ":1: value '18446744073709551616' is wrong: uint64");
+    row("HR1:float32 1e39", ":1: value '1e39' is wrong: float32 takes a number within its range");
+    row("HR1:float32 20,5", ":1: 'HR1:float32 20,5' is wrong: a line is an address and a value");
+    row("#\nDO1 2\n", ":2: value '2' is wrong: a bit takes 0, 1, off, on, false or true");
+    row("HR1", ":1: 'HR1' is wrong: a line is an address and a value, like HR10 42");
+    row("HR1 1 2", ":1: 'HR1 1 2' is wrong: a line is an address and a value");
+    row("HR1 \x1b[2J\xc2\x9b", ":1: value '\\x1b[2J\xc2\\x9b' is wrong");
 }
 
+/// Two lines are wrong, and both are named.
 void TestSlavesim::saysWhatIsWrongInAnImage()
 {
     QFETCH(QByteArray, content);
     QFETCH(QByteArray, sentence);
-    const QString file = write(content);
-    try {
-        ProcessImage::fromFile(file.toStdString());
-        QFAIL("an error was expected");
-    } catch (const std::runtime_error& error) {
-        QVERIFY2(QByteArray(error.what()).startsWith(file.toLocal8Bit() + sentence), error.what());
-    }
+    const QString file = write(content + "\nlast");
+    const QByteArrayList sentences = refusal({"--image", file}).split('\n');
+    QVERIFY2(sentences.value(0).startsWith("slavesim: --image: " + file.toLocal8Bit() + sentence),
+             sentences[0]);
+    QVERIFY2(sentences.value(1).contains(": 'last' is wrong"), sentences.value(1));
 }
 
 void TestSlavesim::movesSignals_data()

@@ -1,8 +1,9 @@
-#ifndef SLAVESIM_NUMBER_TEXT_H
-#define SLAVESIM_NUMBER_TEXT_H
+#ifndef SLAVESIM_TEXT_H
+#define SLAVESIM_TEXT_H
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 
 namespace slavesim {
@@ -17,12 +18,24 @@ struct NumberRange
 /// text without the blanks, tabs and carriage returns around it.
 std::string_view trimmed(std::string_view text);
 
+/// Whether the two are the same but for the case of ASCII letters.
+bool equalIgnoringCase(std::string_view one, std::string_view other);
+
 /// The whole of text as a decimal number, or a hexadecimal one after 0x. Nothing for a sign, a blank, any
 /// other character, an empty text, or a number that is not from lowest to highest.
 std::optional<std::uint32_t> parseNumber(std::string_view text, std::uint32_t lowest, std::uint32_t highest);
 
+/// The same with a minus ahead of a decimal number, in two's complement.
+std::optional<std::uint64_t> parseInteger(std::string_view text, std::int64_t lowest, std::uint64_t highest);
+
 /// "5" or "5-7", each end as parseNumber() takes it. Nothing when the ends are the wrong way round.
 std::optional<NumberRange> parseRange(std::string_view text, std::uint32_t lowest, std::uint32_t highest);
+
+/// text for a terminal: what that would obey is written as \x1b.
+std::string printable(std::string_view text);
+
+/// "'TEXT' is wrong: RIGHT", with text made printable and cut when it is long.
+std::string wrongText(std::string_view text, const std::string& right);
 
 } // namespace slavesim
 
