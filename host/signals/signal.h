@@ -1,0 +1,95 @@
+#ifndef SIGNALS_SIGNAL_H
+#define SIGNALS_SIGNAL_H
+
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+// What a person calls a value of a device, and how its registers become a number with a unit.
+
+/// What the registers or bits at an address are taken for.
+///
+/// Bool to String the host puts together itself, from bits or from registers by the byte order. DriverBit to
+/// DriverBitBlock are the driver's element types, in the order of CommandDataType; they have no byte order.
+struct SignalType
+{
+    enum Kind
+    {
+        Bool,
+        Int16,
+        UInt16,
+        Int32,
+        UInt32,
+        Int64,
+        UInt64,
+        Float32,
+        Float64,
+        String,
+        DriverBit,
+        DriverByte,
+        DriverWord,
+        DriverDoubleWord,
+        DriverQuadWord,
+        DriverBlock,
+        DriverBitBlock
+    };
+
+    Kind kind = UInt16;
+    int length = 0; ///< of a String: its bytes, 1 to longestString; otherwise 0
+
+    bool operator==(const SignalType& other) const { return kind == other.kind && length == other.length; }
+    bool operator!=(const SignalType& other) const { return !(*this == other); }
+};
+
+/// A string lies in the registers of one read.
+constexpr int longestString = 250;
+
+/// The names, in the order in which they are listed to people: bool, int16, uint16, int32, uint32, int64,
+/// uint64, float32, float64, string(N), bit, byte, word, dword, qword, block, bitblock.
+const QStringList& signalTypeNames();
+
+/// "float32", "string(20)"; small letters only. Nothing when the text names no type, or a length that is not
+/// 1 to longestString.
+std::optional<SignalType> parseSignalType(const QString& text);
+
+/// The name that parseSignalType takes.
+QString signalTypeName(SignalType type);
+
+/// In which order the bytes of a value lie in its registers, A being the most significant one. For 64 bits
+/// they stand for ABCDEFGH, GHEFCDAB, BADCFEHG and HGFEDCBA. Strings go from register to register in any of
+/// them: ABCD and CDAB put the first of two characters into a register's high byte, BADC and DCBA into the
+/// low one.
+enum class ByteOrder
+{
+    ABCD,
+    CDAB,
+    BADC,
+    DCBA
+};
+
+const QStringList& byteOrderNames();
+
+/// "ABCD" and so on, in any case. Nothing when the text is none of them.
+std::optional<ByteOrder> parseByteOrder(const QString& text);
+QString byteOrderName(ByteOrder order);
+
+/// A value of a device with its name: one row of a tag list. Value in the unit = number in the registers *
+/// scale + offset.
+struct Signal
+{
+    QString name;                   ///< no address; empty: it has none
+    QString address;                ///< an HMI address or STATION-ADDRESS, as it is written; never empty
+    std::optional<SignalType> type; ///< none: the address decides, bool for a bit, else uint16
+    std::optional<ByteOrder> order; ///< none: the address decides, ABCD with the mark SW, else CDAB
+    double scale = 1;               ///< finite and not 0; 1 for bool and string
+    double offset = 0;              ///< finite; 0 for bool and string
+    QString unit;                   ///< printed behind the value, such as "°C"; may be empty
+    std::optional<int> decimals;    ///< digits behind the point in print, 0 to mostDecimals; none: as many
+                                    ///< as the value has
+    QString comment;                ///< for people; nothing looks at it
+};
+
+constexpr int mostDecimals = 15;
+
+#endif
