@@ -120,7 +120,7 @@ void addLinkOptions(CLI::App& app, LinkOptions& link)
     addNumber(app, "--link", link.linkId, 0, largestInt, "Link id in the project database (default 1)");
     addChoice<OutputFormat>(app, "--format", link.format, formats,
                             "Output for people (default) or one JSON object on each line");
-    app.add_flag("--trace", link.trace, "Print each frame sent and received, decoded, on stderr");
+    app.add_flag("--trace", link.trace, "Print each frame sent and received on stderr, Modbus TCP decoded");
 }
 
 void addType(CLI::App& command, std::optional<CommandDataType>& type)

@@ -84,6 +84,11 @@ std::unique_ptr<DriverPlugin> loadAs(const QString& fileName, QString& error)
 
 } // namespace
 
+bool isModbusTcp(DriverInterface& driver)
+{
+    return driver.name() == QLatin1String("Modbus TCP Slave");
+}
+
 std::unique_ptr<DriverPlugin> DriverPlugin::load(const QString& fileName, PluginEntry entry, QString& error)
 {
     error = sharedLibraryProblem(fileName);

@@ -14,6 +14,10 @@ enum class PluginEntry
     PluginInstance ///< Qt's plug-in loader: the library's one driver
 };
 
+/// Whether this is the Modbus TCP driver, whose frames and addresses the host can explain. What another
+/// driver says and takes passes through as it is.
+bool isModbusTcp(DriverInterface& driver);
+
 /// A loaded plug-in with one driver of it. The library stays loaded as long as this object lives; the driver
 /// dies with it.
 class DriverPlugin

@@ -2,6 +2,8 @@
 
 #include <QTime>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int headerSize = 7;   // MBAP header
@@ -92,6 +94,18 @@ int frameSize(const QByteArray& bytes)
     return bigEndianAt(bytes, 2) == 0 && size > headerSize && size <= largestAdu ? size : 0;
 }
 
+bool isPrintable(char character)
+{
+    return character >= ' ' && character <= '~';
+}
+
+/// Lines of a protocol in characters, without the ends of the lines; empty for any other bytes.
+QString readableLines(const QByteArray& bytes)
+{
+    const QByteArray text = QByteArray(bytes).replace('\r', ' ').replace('\n', ' ').trimmed();
+    return std::all_of(text.begin(), text.end(), isPrintable) ? QString::fromLatin1(text) : QString();
+}
+
 } // namespace
 
 QString describeFrame(const QByteArray& frame, bool isRequest)
@@ -150,11 +164,16 @@ void FrameTrace::sent(const unsigned char* data, int length)
 {
     flushPending();
     const QByteArray frame(reinterpret_cast<const char*>(data), length);
-    print("->", describeFrame(frame, true), frame);
+    print("->", m_kind == FrameKind::ModbusTcp ? describeFrame(frame, true) : readableLines(frame), frame);
 }
 
 void FrameTrace::received(const unsigned char* data, int length)
 {
+    if (m_kind == FrameKind::Unknown) {
+        const QByteArray piece(reinterpret_cast<const char*>(data), length);
+        print("<-", readableLines(piece), piece);
+        return;
+    }
     m_pending.append(reinterpret_cast<const char*>(data), length);
     int size = frameSize(m_pending);
     while (size > 0 && size <= m_pending.size()) {

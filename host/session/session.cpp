@@ -55,7 +55,9 @@ std::unique_ptr<Session> Session::start(const LinkOptions& options, QTextStream&
                                                 options.linkId);
     session->m_link->setStopFlag(&interrupt::flag());
     if (options.trace) {
-        session->m_trace = std::make_unique<FrameTrace>(traceStream, session->m_link->peer());
+        session->m_trace =
+            std::make_unique<FrameTrace>(traceStream, session->m_link->peer(),
+                                         isModbusTcp(driver) ? FrameKind::ModbusTcp : FrameKind::Unknown);
         session->m_link->setObserver(session->m_trace.get());
     }
     if (!driver.initialize(session->m_link.get())) {

@@ -404,7 +404,7 @@ void tst_tcp_link::trace()
     QString text;
     QTextStream out(&text);
     {
-        FrameTrace trace(out, c.link.peer());
+        FrameTrace trace(out, c.link.peer(), FrameKind::ModbusTcp);
         c.link.setObserver(&trace);
         writeTo(c.link, request);
         c.peer.send(reply.left(4));
