@@ -6,6 +6,7 @@ The programs come from the environment: DRIVERHOST and PLUGIN."""
 import itertools
 import json
 import os
+import re
 import subprocess
 import sys
 import threading
@@ -66,12 +67,15 @@ class ModbusAscii(unittest.TestCase):
         self.addCleanup(self.device.server_close)
         self.addCleanup(self.device.shutdown)
 
+    def run_host(self, arguments):
+        command = [os.environ["DRIVERHOST"], "--driver", os.environ["PLUGIN"], "--device", self.device.address]
+        return subprocess.run([*command, *arguments.split()], text=True, timeout=60, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT)
+
     def host(self, arguments):
         """The objects that driverhost prints and its exit status."""
-        command = [os.environ["DRIVERHOST"], "--driver", os.environ["PLUGIN"], "--device", self.device.address,
-                   "--format", "json", *arguments.split()]
-        run = subprocess.run(command, capture_output=True, text=True, timeout=60)
-        return [json.loads(line) for line in run.stdout.splitlines()], run.returncode
+        run = self.run_host("--format json " + arguments)
+        return [json.loads(line) for line in run.stdout.splitlines() if line.startswith("{")], run.returncode
 
     def one(self, arguments):
         objects, status = self.host(arguments)
@@ -151,6 +155,22 @@ class ModbusAscii(unittest.TestCase):
         self.assertEqual((len(samples), status), (3, 0))
         self.assertEqual([item["values"] for item in samples[2]["readings"]], [[1, 2], [3 + 65536 * 4]])
         self.assertEqual(self.device.connections, 1)
+
+    def test_trace_of_bytes(self):
+        self.device.fault = lambda frame: b"\0" + frame
+        self.assertRegex(self.run_host("--retry 0 --trace read HR1").stdout, "<- 00 3a 30 31 30 33 ")
+
+    def test_page(self):
+        """The page on the toolkit shows what is printed; the time of day and the port are others."""
+        def same(text):
+            return re.sub(r"(\d{4}-\d\d-\d\dT)?\d\d:\d\d:\d\d\.\d{3}|127\.0\.0\.1:\d+", "", text)
+        page = os.path.join(os.path.dirname(__file__), "../../docs/toolkit.md")
+        with open(page, encoding="utf-8") as file:
+            shown = re.findall(r"^\$ try (.*\n)((?:(?!```|\$).*\n)*)", file.read(), re.M)
+        self.assertTrue(shown)
+        for arguments, output in shown:
+            with self.subTest(arguments):
+                self.assertEqual(same(self.run_host(arguments).stdout), same(output))
 
 
 if __name__ == "__main__":
