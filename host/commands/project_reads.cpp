@@ -103,6 +103,8 @@ ProjectReads readsOfProject(const LinkOptions& options, const QVector<ProjectLin
             reads.notes += problem;
             return reads;
         }
+        if (!isModbusTcp(plugin->driver()))
+            return reads; // only that driver reads bits by what the project has
         reads.mostInRequest = plugin->driver().getBitBlockAccessSize();
         problem = planReads(plugin->driver(), link.linkId, reads.plans);
         if (!problem.isEmpty())

@@ -7,8 +7,10 @@ import itertools
 import json
 import os
 import re
+import shutil
 import subprocess
 import sys
+import tempfile
 import threading
 import time
 import unittest
@@ -67,8 +69,8 @@ class ModbusAscii(unittest.TestCase):
         self.addCleanup(self.device.server_close)
         self.addCleanup(self.device.shutdown)
 
-    def run_host(self, arguments):
-        command = [os.environ["DRIVERHOST"], "--driver", os.environ["PLUGIN"], "--device", self.device.address]
+    def run_host(self, arguments, program=os.environ["DRIVERHOST"]):
+        command = [program, "--driver", os.environ["PLUGIN"], "--device", self.device.address]
         return subprocess.run([*command, *arguments.split()], text=True, timeout=60, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT)
 
@@ -155,6 +157,14 @@ class ModbusAscii(unittest.TestCase):
         self.assertEqual((len(samples), status), (3, 0))
         self.assertEqual([item["values"] for item in samples[2]["readings"]], [[1, 2], [3 + 65536 * 4]])
         self.assertEqual(self.device.connections, 1)
+
+    def test_project(self):
+        """The tags are polled, and the reads of bits are not planned for a driver that has none."""
+        with tempfile.TemporaryDirectory() as folder:
+            host = shutil.copy(os.environ["DRIVERHOST"], folder)
+            self.assertEqual(self.run_host("project create --tag HR1 --tag HR2 --tag 1-HR9", host).returncode, 0)
+            self.assertNotIn("note:", self.run_host("project show", host).stdout)
+            self.assertRegex(self.run_host("watch --tags --samples 1", host).stdout, "Z  HR1=1  HR2=2  HR9=9\n$")
 
     def test_trace_of_bytes(self):
         self.device.fault = lambda frame: b"\0" + frame
