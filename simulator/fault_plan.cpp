@@ -13,6 +13,7 @@ struct FaultText
 constexpr std::array<FaultText, FaultKindCount> FaultTexts = {{
     {"late", "the reply comes later, see --late-ms"},
     {"drop", "no reply"},
+    {"silent", "no reply; nothing is executed"},
     {"truncate", "the first half of the reply, then silence"},
     {"tid", "the transaction identifier is that of the request before"},
     {"unit", "the unit identifier is one too high"},
@@ -53,6 +54,14 @@ std::optional<FaultKind> faultNamed(std::string_view name)
     return std::nullopt;
 }
 
+std::string faultNames()
+{
+    std::string names;
+    for (const FaultText& text : FaultTexts)
+        names += (names.empty() ? "" : ", ") + std::string(text.name);
+    return names;
+}
+
 FaultPlan::FaultPlan(FaultSchedule schedule) : m_schedule(std::move(schedule)), m_random(m_schedule.seed)
 {
 }
@@ -79,6 +88,11 @@ std::optional<Fault> FaultPlan::next()
         return std::nullopt;
     ++m_faults[static_cast<std::size_t>(*kind)];
     return Fault{*kind, static_cast<std::uint32_t>(m_random())};
+}
+
+void FaultPlan::makeAlways(std::vector<FaultKind> kinds)
+{
+    m_schedule = {std::move(kinds), 1, 0, m_schedule.seed};
 }
 
 } // namespace slavesim

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <optional>
 #include <random>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -14,6 +15,7 @@ enum class FaultKind
 {
     Late,
     Drop,
+    Silent,
     Truncate,
     Tid,
     Unit,
@@ -28,7 +30,7 @@ enum class FaultKind
     Refuse
 };
 
-constexpr std::size_t FaultKindCount = 14;
+constexpr std::size_t FaultKindCount = 15;
 
 /// As on the command line: "late", "drop", ...
 std::string_view faultName(FaultKind kind);
@@ -38,6 +40,9 @@ std::string_view faultDescription(FaultKind kind);
 
 /// The kind of such a name; nothing for any other text.
 std::optional<FaultKind> faultNamed(std::string_view name);
+
+/// All names, with commas between them.
+std::string faultNames();
 
 /// Which requests get a fault, and which one.
 struct FaultSchedule
@@ -64,6 +69,9 @@ public:
 
     /// Counts one request. The fault that it gets, if any.
     std::optional<Fault> next();
+
+    /// From now on every request gets one of these faults, in turn; none when there are none.
+    void makeAlways(std::vector<FaultKind> kinds);
 
     /// Requests and faults so far.
     std::uint64_t requests() const { return m_requests; }

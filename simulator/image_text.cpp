@@ -40,21 +40,6 @@ constexpr Type Types[] = {
 constexpr Type OneRegister = {"a register", 1, INT16_MIN, UINT16_MAX};
 
 constexpr std::uint32_t BitsPerRegister = 16;
-constexpr std::string_view Separators = " \t=,;";
-
-std::vector<std::string_view> fieldsOf(std::string_view line)
-{
-    std::vector<std::string_view> fields;
-    for (;;) {
-        line.remove_prefix(std::min(line.find_first_not_of(Separators), line.size()));
-        if (line.empty())
-            return fields;
-        const std::size_t end = std::min(line.find_first_of(Separators), line.size());
-        fields.push_back(line.substr(0, end));
-        line.remove_prefix(end);
-    }
-}
-
 /// An address taken apart. Each part is right in itself.
 struct Address
 {
@@ -213,7 +198,7 @@ std::vector<std::uint16_t> wordsIn(std::string_view text, const Address& address
 
 Assignment parseAssignment(std::string_view line)
 {
-    const std::vector<std::string_view> fields = fieldsOf(line);
+    const std::vector<std::string_view> fields = fieldsOf(line, " \t=,;");
     const bool isSplit = fields.size() == 3 && std::isalpha(static_cast<unsigned char>(fields[0].back()));
     if (fields.size() != 2 && !isSplit)
         throw std::runtime_error(
@@ -241,9 +226,17 @@ std::string typeNames()
     return names;
 }
 
+std::string_view contentOf(std::string_view line)
+{
+    const std::string_view mark = "\xEF\xBB\xBF";
+    if (line.substr(0, mark.size()) == mark)
+        line.remove_prefix(mark.size());
+    return trimmed(line.substr(0, line.find('#')));
+}
+
 bool isHeading(std::string_view line)
 {
-    const std::vector<std::string_view> fields = fieldsOf(line);
+    const std::vector<std::string_view> fields = fieldsOf(line, " \t=,;");
     return !fields.empty() &&
            (equalIgnoringCase(fields[0], "area") || equalIgnoringCase(fields[0], "address"));
 }

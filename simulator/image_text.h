@@ -37,6 +37,9 @@ Assignment parseAssignment(std::string_view line);
 /// "int16, uint16, ..., float64"
 std::string typeNames();
 
+/// line without a mark that says UTF-8, a comment, which # begins, and the blanks around the rest.
+std::string_view contentOf(std::string_view line);
+
 /// Whether a line is the heading of a table: its first field is "area" or "address".
 bool isHeading(std::string_view line);
 

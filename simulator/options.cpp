@@ -74,14 +74,6 @@ static void addServed(ServedCells& served, const std::string& text)
     served.add(*area, *range);
 }
 
-static std::string faultNames()
-{
-    std::string names;
-    for (std::size_t i = 0; i < FaultKindCount; ++i)
-        names += (i == 0 ? "" : ", ") + std::string(faultName(static_cast<FaultKind>(i)));
-    return names;
-}
-
 static void addFault(std::vector<FaultKind>& kinds, const std::string& text)
 {
     const auto kind = faultNamed(text);
@@ -150,7 +142,12 @@ static void addOptions(CLI::App& app, Options& options)
               "TCP port to listen on (default: 0, any free one)");
     addCells(app, options);
     addFaults(app, options);
-    app.add_flag("--log", options.log, "Write one line for each request on stderr");
+    app.add_flag("--control", options.control, "Obey lines on standard input while it runs (see below)");
+    app.add_option("--log", options.log,
+                   "Add a line for each request and answer to FILE (see\n"
+                   "below); - is standard output, no FILE standard error")
+        ->option_text("[FILE]")
+        ->expected(0, 1);
     app.add_flag("--stats", options.stats,
                  "Write one line with the counts of requests and faults\nat the end");
     app.set_help_flag("-h,--help", "Print this help and exit");
@@ -209,6 +206,18 @@ static std::string explanations()
            "\nMoving cells:\n" +
            movingRows() +
            "  A value that is written to one of them lasts until the next request.\n"
+           "\nControl:\n"
+           "  With --control each line on standard input changes what is served, from the\n"
+           "  next request on. At its end slavesim goes on as it is.\n"
+           "    HR10 42               any line that an image file may have\n"
+           "    fault silent          every request gets this fault; of several kinds, one\n"
+           "                          after the other\n"
+           "    fault none            no more faults\n"
+           "\nLog:\n"
+           "    16:04:05.123 127.0.0.1:40123 station 3 read HR1..HR2 -> 2 registers: 7 0\n"
+           "    16:04:05.130 127.0.0.1:40123 station 3 write DO5 = 1 -> done (fault: late)\n"
+           "  Up to eight values are shown. Lines that cannot be written, since the disk is\n"
+           "  full or nobody reads them, are lost, and slavesim goes on.\n"
            "\nKinds of faults:\n" +
            faultRows() +
            "  Where nothing else is said, the request is executed and only the answer spoilt:\n"

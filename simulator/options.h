@@ -23,7 +23,8 @@ struct Options
     FaultSchedule faults;
     std::uint32_t lateMs = 200;
     std::uint32_t refuseMs = 1000;
-    bool log = false;
+    bool control = false;
+    std::optional<std::string> log; ///< as Log takes it
     bool stats = false;
 };
 

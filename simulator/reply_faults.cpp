@@ -62,6 +62,7 @@ Bytes spoiltReply(Bytes reply, const Fault& fault)
         return joined(reply, reply);
     case FaultKind::Late:
     case FaultKind::Drip:
+    case FaultKind::Silent:
     case FaultKind::Exception:
     case FaultKind::Refuse:
         break;

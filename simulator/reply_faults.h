@@ -7,8 +7,8 @@
 namespace slavesim {
 
 /// What fault makes of the bytes of a good reply (at least header and function code): none for drop, the
-/// first half for truncate and reset. A fault that is not in the bytes (late, drip, exception, refuse) leaves
-/// them as they are.
+/// first half for truncate and reset. A fault that is not in the bytes (late, drip, silent, exception,
+/// refuse) leaves them as they are.
 Bytes spoiltReply(Bytes reply, const Fault& fault);
 
 } // namespace slavesim

@@ -8,25 +8,27 @@ struct Function
 {
     std::uint8_t code;
     Area area;
-    std::size_t length;      ///< of the frame up to the byte count, where there is one
-    bool hasByteCount;       ///< of the values to write, which follow
+    std::size_t length; ///< of the frame up to the byte count, where there is one
+    bool hasByteCount;  ///< of the values to write, which follow
+    bool reads;
     std::uint32_t mostCells; ///< by the Modbus standard; 1 where the request has no quantity
 };
 
+constexpr std::uint8_t WriteSingleCoil = 5;
 constexpr std::uint8_t ReadWriteRegisters = 23;
 constexpr std::uint32_t MostWrittenByReadWrite = 121;
 
 constexpr Function Functions[] = {
-    {1, Area::Coils, 12, false, 2000},
-    {2, Area::DiscreteInputs, 12, false, 2000},
-    {3, Area::HoldingRegisters, 12, false, 125},
-    {4, Area::InputRegisters, 12, false, 125},
-    {5, Area::Coils, 12, false, 1},
-    {6, Area::HoldingRegisters, 12, false, 1},
-    {15, Area::Coils, 13, true, 1968},
-    {16, Area::HoldingRegisters, 13, true, 123},
-    {22, Area::HoldingRegisters, 14, false, 1},
-    {ReadWriteRegisters, Area::HoldingRegisters, 17, true, 125},
+    {1, Area::Coils, 12, false, true, 2000},
+    {2, Area::DiscreteInputs, 12, false, true, 2000},
+    {3, Area::HoldingRegisters, 12, false, true, 125},
+    {4, Area::InputRegisters, 12, false, true, 125},
+    {WriteSingleCoil, Area::Coils, 12, false, false, 1},
+    {6, Area::HoldingRegisters, 12, false, false, 1},
+    {15, Area::Coils, 13, true, false, 1968},
+    {16, Area::HoldingRegisters, 13, true, false, 123},
+    {22, Area::HoldingRegisters, 14, false, false, 1},
+    {ReadWriteRegisters, Area::HoldingRegisters, 17, true, true, 125},
 };
 
 const Function* functionOf(std::uint8_t code)
@@ -79,6 +81,16 @@ bool Request::isKnown() const
     return functionOf(function()) != nullptr;
 }
 
+bool Request::reads() const
+{
+    return isKnown() && functionOf(function())->reads;
+}
+
+bool Request::writes() const
+{
+    return isKnown() && (!reads() || function() == ReadWriteRegisters);
+}
+
 Cells Request::cells() const
 {
     const Function& known = *functionOf(function());
@@ -90,6 +102,16 @@ Cells Request::secondCells() const
     if (function() != ReadWriteRegisters)
         return cells();
     return {Area::HoldingRegisters, word(12), word(14)};
+}
+
+Bytes Request::values() const
+{
+    constexpr std::size_t SingleValueOffset = 10;
+    const Function& known = *functionOf(function());
+    if (function() == WriteSingleCoil)
+        return {static_cast<std::uint8_t>(word(SingleValueOffset) == 0xFF00)};
+    const std::size_t offset = known.hasByteCount ? known.length : SingleValueOffset;
+    return Bytes(m_frame + offset, m_frame + m_length);
 }
 
 bool Request::quantitiesAreLegal() const

@@ -42,11 +42,19 @@ public:
     /// Functions 1 to 6, 15, 16, 22 and 23.
     bool isKnown() const;
 
+    /// Whether it asks for values, and whether it brings some. False for an unknown function.
+    bool reads() const;
+    bool writes() const;
+
     /// What it reads (or writes, where it only writes). Only for a known function.
     Cells cells() const;
 
     /// What function 23 writes; the same as cells() for the others.
     Cells secondCells() const;
+
+    /// The values that it writes, one after the other as the Modbus standard packs them, as many as the frame
+    /// has. Only for a known function other than 22 that writes.
+    Bytes values() const;
 
     /// Whether the quantities are within the limits of the Modbus standard. Only for a known function.
     bool quantitiesAreLegal() const;

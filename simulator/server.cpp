@@ -23,6 +23,7 @@ static Descriptor catchSignals()
     sigaddset(&ends, SIGTERM);
     sigaddset(&ends, SIGINT);
     sigprocmask(SIG_BLOCK, &ends, nullptr);
+    std::signal(SIGPIPE, SIG_IGN); // the log's reader may go
     return Descriptor(::signalfd(-1, &ends, SFD_CLOEXEC));
 }
 
@@ -31,7 +32,9 @@ Server::Server(const Options& options)
 {
     startListening(m_listener);
     m_address = endpointOf(m_listener);
-    m_waits.reserve(FirstSessionWait + MostClients);
+    if (options.control)
+        m_control.emplace(m_slave);
+    m_waits.reserve(FirstSessionWait + MostClients + 1);
 }
 
 void Server::run()
@@ -40,6 +43,8 @@ void Server::run()
         waitForWork();
         if (m_waits[SignalsWait].revents != 0)
             return;
+        if (m_control && m_waits.back().revents != 0)
+            m_control->obey();
         const bool clientHasCome = m_waits[ListenerWait].revents != 0;
         serveSessions();
         if (m_acceptsAgainAt)
@@ -66,6 +71,10 @@ void Server::waitForWork()
         m_waits.push_back(session.waitsFor());
         firstTime = std::min(firstTime, session.pausedUntil().value_or(firstTime));
     }
+    // At the end, since poll() looks in this order: a line that came before a request is seen with that
+    // request.
+    if (m_control)
+        m_waits.push_back(m_control->waitsFor());
     firstTime = std::min(firstTime, m_acceptsAgainAt.value_or(firstTime));
     const int timeout = firstTime == Clock::time_point::max() ? -1 : waitUntil(firstTime);
     ::poll(m_waits.data(), m_waits.size(), timeout);
@@ -96,31 +105,36 @@ Session::Next Server::serve(Session& session, short events)
 
 void Server::acceptClient()
 {
-    if (m_sessions.size() >= MostClients)
-        closeMostSilent();
-    Endpoint client;
-    Descriptor accepted = acceptFrom(m_listener, client);
-    if (!accepted.isOpen() && errno == EMFILE && !m_sessions.empty())
-        return closeMostSilent(); // the client is still waiting when poll() looks next
-    if (!accepted.isOpen()) {
-        if (errno != EAGAIN)
-            m_acceptsAgainAt = Clock::now() + PauseWhenShort;
-        return;
-    }
     try {
-        m_sessions.emplace_back(std::move(accepted), client, m_slave);
-    } catch (const std::bad_alloc&) {
-        if (!m_sessions.empty())
+        if (m_sessions.size() >= MostClients)
             closeMostSilent();
+        Endpoint client;
+        Descriptor accepted = acceptFrom(m_listener, client);
+        if (accepted.isOpen())
+            m_sessions.emplace_back(std::move(accepted), client, m_slave);
+        else if (errno == EMFILE && !m_sessions.empty())
+            closeMostSilent(); // the client is still waiting when poll() looks next
+        else if (errno != EAGAIN)
+            m_acceptsAgainAt = Clock::now() + PauseWhenShort;
+    } catch (const std::bad_alloc&) {
+        m_acceptsAgainAt = Clock::now() + PauseWhenShort;
+        if (!m_sessions.empty())
+            m_sessions.erase(mostSilent());
     }
+}
+
+std::list<Session>::iterator Server::mostSilent()
+{
+    return std::min_element(
+        m_sessions.begin(), m_sessions.end(),
+        [](const Session& one, const Session& other) { return one.lastHeard() < other.lastHeard(); });
 }
 
 void Server::closeMostSilent()
 {
-    m_sessions.erase(
-        std::min_element(m_sessions.begin(), m_sessions.end(), [](const Session& one, const Session& other) {
-            return one.lastHeard() < other.lastHeard();
-        }));
+    const auto session = mostSilent();
+    m_slave.log(session->clientText() + " closed, silent for longest and its place is needed");
+    m_sessions.erase(session);
 }
 
 /// The port is bound again at once, so that nobody else takes it.

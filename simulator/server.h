@@ -1,6 +1,7 @@
 #ifndef SLAVESIM_SERVER_H
 #define SLAVESIM_SERVER_H
 
+#include "control.h"
 #include "options.h"
 #include "session.h"
 #include "slave.h"
@@ -38,18 +39,20 @@ private:
     void serveSessions();
     Session::Next serve(Session& session, short events);
     void acceptClient();
+    std::list<Session>::iterator mostSilent();
     void closeMostSilent();
     void refuseClients();
     void acceptAgain();
 
     const Options& m_options;
     Slave m_slave;
+    std::optional<Control> m_control;
     Descriptor m_signals;
     Descriptor m_listener;
     Endpoint m_address;
     std::optional<Clock::time_point> m_acceptsAgainAt; ///< no client is accepted before
     std::list<Session> m_sessions;
-    std::vector<pollfd> m_waits; ///< for signals, clients to accept, and the sessions in their order
+    std::vector<pollfd> m_waits; ///< for signals, clients to accept, the sessions in their order, and control
 };
 
 } // namespace slavesim

@@ -48,7 +48,7 @@ Session::Next Session::answerAll()
         if (!m_outgoing.empty() || length > m_incoming.size())
             return Next::Waits;
         if (length == 0) {
-            m_slave.logNoModbus(m_clientText);
+            m_slave.log(m_clientText + " sends no Modbus TCP, connection closed");
             return Next::Ends;
         }
         Answer answer = m_slave.answer(Request(m_incoming.data(), length), m_clientText);

@@ -34,6 +34,9 @@ public:
     /// Goes on as far as it gets. events: what poll() has found.
     Next serve(short events);
 
+    /// Where the client is, for the log.
+    const std::string& clientText() const { return m_clientText; }
+
     /// When the client last sent something; at first, when it came.
     Clock::time_point lastHeard() const { return m_lastHeard; }
 

@@ -1,8 +1,9 @@
 #include "slave.h"
 
+#include "exchange_text.h"
 #include "moving_signals.h"
+#include "text.h"
 
-#include <cstdio>
 #include <stdexcept>
 
 namespace slavesim {
@@ -22,24 +23,37 @@ Slave::Slave(const Options& options)
     : m_options(options), m_start(std::chrono::steady_clock::now()), m_images(imagesFor(options)),
       m_plan(options.faults)
 {
+    if (options.log)
+        m_log.emplace(*options.log);
 }
 
 Answer Slave::answer(const Request& request, const std::string& client)
 {
+    const auto note = [&](const std::string& answer) {
+        if (m_log)
+            m_log->write(client + " station " + std::to_string(request.unit()) + " " + requestText(request) +
+                         " -> " + answer);
+    };
     if (!m_options.stations.test(request.unit())) {
-        log(request, client, "no such station, no reply");
+        note("no answer (no such station)");
         return {};
     }
     const auto fault = m_plan.next();
-    log(request, client, fault ? faultName(fault->kind) : "");
-    if (!fault)
-        return {reply(request), {}};
-    if (fault->kind == FaultKind::Refuse)
-        return {{}, fault->kind};
-    const Bytes good = fault->kind == FaultKind::Exception
-                           ? m_replyMaker.exception(request, MODBUS_EXCEPTION_SLAVE_OR_SERVER_BUSY)
-                           : reply(request);
+    const Bytes good = executed(request, fault);
+    note(replyText(request, good) + (fault ? " (fault: " + std::string(faultName(fault->kind)) + ")" : ""));
+    if (!fault || good.empty())
+        return {good, fault ? std::optional(fault->kind) : std::nullopt};
     return {spoiltReply(good, *fault), fault->kind};
+}
+
+/// The good reply; nothing where a fault prevents one.
+Bytes Slave::executed(const Request& request, const std::optional<Fault>& fault)
+{
+    if (fault && (fault->kind == FaultKind::Silent || fault->kind == FaultKind::Refuse))
+        return {};
+    if (fault && fault->kind == FaultKind::Exception)
+        return m_replyMaker.exception(request, MODBUS_EXCEPTION_SLAVE_OR_SERVER_BUSY);
+    return reply(request);
 }
 
 Bytes Slave::reply(const Request& request)
@@ -56,27 +70,39 @@ Bytes Slave::reply(const Request& request)
     return m_replyMaker.reply(request, image);
 }
 
-void Slave::log(const Request& request, const std::string& client, std::string_view remark) const
+/// words: "fault", and what is to be made from now on.
+static std::vector<FaultKind> faultsIn(const std::vector<std::string_view>& words)
 {
-    if (!m_options.log)
-        return;
-    std::string line = client + " unit " + std::to_string(request.unit()) + " function " +
-                       std::to_string(request.function());
-    if (request.isKnown()) {
-        const Cells cells = request.cells();
-        line += " " + std::string(areaName(cells.area)) + std::to_string(cells.address + 1) + " x " +
-                std::to_string(cells.count);
+    const std::string right = "it is none, or some of these: " + faultNames();
+    if (words.size() == 1)
+        throw std::runtime_error(wrongText("fault", "a kind is missing: " + right));
+    if (words.size() == 2 && words[1] == "none")
+        return {};
+    std::vector<FaultKind> kinds;
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        const auto kind = faultNamed(words[i]);
+        if (!kind)
+            throw std::runtime_error("fault " + wrongText(words[i], right));
+        kinds.push_back(*kind);
     }
-    if (!remark.empty())
-        line += ": " + std::string(remark);
-    line += '\n';
-    std::fputs(line.c_str(), stderr);
+    return kinds;
 }
 
-void Slave::logNoModbus(const std::string& client) const
+void Slave::obey(std::string_view line)
 {
-    if (m_options.log)
-        std::fputs((client + " not a Modbus TCP request, connection closed\n").c_str(), stderr);
+    const std::vector<std::string_view> words = fieldsOf(line, " \t");
+    if (words.empty())
+        return;
+    if (words.front() == "fault")
+        m_plan.makeAlways(faultsIn(words));
+    else
+        m_images.set(parseAssignment(line));
+}
+
+void Slave::log(const std::string& text)
+{
+    if (m_log)
+        m_log->write(text);
 }
 
 } // namespace slavesim

@@ -2,6 +2,7 @@
 #define SLAVESIM_SLAVE_H
 
 #include "fault_plan.h"
+#include "log.h"
 #include "options.h"
 #include "reply_maker.h"
 #include "request.h"
@@ -22,14 +23,18 @@ struct Answer
 class Slave
 {
 public:
-    /// options must outlive it. Throws std::runtime_error for an image that cannot be used.
+    /// options must outlive it. Throws std::runtime_error for an image or a log that cannot be used.
     explicit Slave(const Options& options);
 
     /// Executes a request as it should be, or makes a fault. client: for the log.
     Answer answer(const Request& request, const std::string& client);
 
-    /// Notes that a client has sent what is no request.
-    void logNoModbus(const std::string& client) const;
+    /// Does what a line of --control says: an assignment of image_text.h, "fault KIND..." or "fault none".
+    /// Throws std::runtime_error that says what is wrong and what would be right; nothing has changed then.
+    void obey(std::string_view line);
+
+    /// Adds a line to the log, if there is one.
+    void log(const std::string& text);
 
     /// The requests and faults so far.
     const FaultPlan& counts() const { return m_plan; }
@@ -37,13 +42,14 @@ public:
     const Options& options() const { return m_options; }
 
 private:
+    Bytes executed(const Request& request, const std::optional<Fault>& fault);
     Bytes reply(const Request& request);
-    void log(const Request& request, const std::string& client, std::string_view remark) const;
 
     const Options& m_options;
     const std::chrono::steady_clock::time_point m_start;
     StationImages m_images;
     FaultPlan m_plan;
+    std::optional<Log> m_log;
     ReplyMaker m_replyMaker;
 };
 

@@ -33,15 +33,6 @@ void StationImages::set(const Assignment& assignment)
         setCells(own.second, assignment);
 }
 
-/// line without the mark that says UTF-8 in front of a file, and without a comment.
-static std::string_view contentOf(std::string_view line)
-{
-    const std::string_view mark = "\xEF\xBB\xBF";
-    if (line.substr(0, mark.size()) == mark)
-        line.remove_prefix(mark.size());
-    return trimmed(line.substr(0, line.find('#')));
-}
-
 StationImages StationImages::fromFile(const std::string& fileName)
 {
     constexpr int MostComplaints = 10;

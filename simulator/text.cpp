@@ -15,6 +15,18 @@ std::string_view trimmed(std::string_view text)
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
 }
 
+std::vector<std::string_view> fieldsOf(std::string_view line, std::string_view separators)
+{
+    std::vector<std::string_view> fields;
+    for (;;) {
+        line.remove_prefix(std::min(line.find_first_not_of(separators), line.size()));
+        if (line.empty())
+            return fields;
+        fields.push_back(line.substr(0, line.find_first_of(separators)));
+        line.remove_prefix(fields.back().size());
+    }
+}
+
 bool equalIgnoringCase(std::string_view one, std::string_view other)
 {
     const auto same = [](unsigned char a, unsigned char b) { return std::toupper(a) == std::toupper(b); };

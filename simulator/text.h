@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace slavesim {
 
@@ -17,6 +18,9 @@ struct NumberRange
 
 /// text without the blanks, tabs and carriage returns around it.
 std::string_view trimmed(std::string_view text);
+
+/// The parts of line that one or more of separators stand between.
+std::vector<std::string_view> fieldsOf(std::string_view line, std::string_view separators);
 
 /// Whether the two are the same but for the case of ASCII letters.
 bool equalIgnoringCase(std::string_view one, std::string_view other);

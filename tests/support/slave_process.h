@@ -55,6 +55,14 @@ public:
         process.waitForFinished();
     }
 
+    /// Gives it lines on standard input, and ends that input.
+    void write(const QByteArray& lines)
+    {
+        process.write(lines);
+        process.waitForBytesWritten(WaitMs);
+    }
+    void endInput() { process.closeWriteChannel(); }
+
     quint16 port() const { return lastPort; }
     qint64 processId() const { return process.processId(); }
 
