@@ -1,14 +1,47 @@
 #include "session/driver_plugin.h"
 
-#include "session/elf_file.h"
-
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QPluginLoader>
 
+#include <cstring>
 #include <dlfcn.h>
+#include <link.h>
 
 namespace {
+
+/// The head of an ELF file; with no mark of one when the file is shorter or cannot be read.
+ElfW(Ehdr) elfHead(const QString& fileName)
+{
+    ElfW(Ehdr) head{};
+    QFile file(fileName);
+    if (file.open(QIODevice::ReadOnly))
+        file.read(reinterpret_cast<char*>(&head), sizeof head);
+    return head;
+}
+
+/// What the loader would hang on, crash on, or tell in a way that nobody understands. Empty: let it try.
+QString fileProblem(const QString& fileName)
+{
+    const QFileInfo file(fileName);
+    if (!file.exists())
+        return QStringLiteral("does not exist");
+    if (!file.isFile())
+        return QStringLiteral("is not a file");
+    if (!file.isReadable())
+        return QStringLiteral("cannot be read");
+    const ElfW(Ehdr) head = elfHead(fileName);
+    const ElfW(Ehdr) own = elfHead(QStringLiteral("/proc/self/exe"));
+    if (std::memcmp(head.e_ident, ELFMAG, SELFMAG) != 0)
+        return QStringLiteral("is not a shared library");
+    if (std::memcmp(head.e_ident, own.e_ident, EI_DATA + 1) != 0 || head.e_machine != own.e_machine)
+        return QStringLiteral("is built for another machine");
+    // The section table stands last. A file that ends before it is a copy that broke off.
+    const quint64 end = quint64(head.e_shoff) + quint64(head.e_shnum) * head.e_shentsize;
+    if (end > quint64(file.size()))
+        return QStringLiteral("is incomplete, the file is cut off");
+    return QString();
+}
 
 QString notADriver(const QString& fileName, const QString& why)
 {
@@ -32,7 +65,7 @@ public:
         m_library =
             ::dlopen(QFile::encodeName(QFileInfo(fileName()).absoluteFilePath()).constData(), RTLD_NOW);
         if (!m_library)
-            return QStringLiteral("can not load driver plug-in %1: %2")
+            return QStringLiteral("cannot load driver plug-in %1: %2")
                 .arg(fileName(), QString::fromLocal8Bit(::dlerror()));
         using Create = DriverInterface* (*)();
         const auto create = reinterpret_cast<Create>(::dlsym(m_library, "CreateDriver"));
@@ -91,9 +124,11 @@ bool isModbusTcp(DriverInterface& driver)
 
 std::unique_ptr<DriverPlugin> DriverPlugin::load(const QString& fileName, PluginEntry entry, QString& error)
 {
-    error = sharedLibraryProblem(fileName);
-    if (!error.isEmpty())
+    const QString problem = fileProblem(fileName);
+    if (!problem.isEmpty()) {
+        error = QStringLiteral("driver plug-in %1 %2").arg(fileName, problem);
         return nullptr;
+    }
     return entry == PluginEntry::CreateDriver ? loadAs<CreatedDriver>(fileName, error)
                                               : loadAs<SharedInstance>(fileName, error);
 }

@@ -28,7 +28,8 @@ public:
     DriverPlugin& operator=(const DriverPlugin&) = delete;
 
     /// Loads the plug-in and takes a driver from it. On failure the result is null and error holds one
-    /// sentence that names the file: missing, not a shared library, built for another machine, not a driver.
+    /// sentence that names the file and why: missing, no file, not a shared library, built for another
+    /// machine, cut off, not a driver, or what the system's loader says.
     static std::unique_ptr<DriverPlugin> load(const QString& fileName, PluginEntry entry, QString& error);
 
     /// drivers/libmodbus_tcp_slave.so in the folder of the running program.

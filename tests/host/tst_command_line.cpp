@@ -8,6 +8,7 @@
 #include <QTemporaryDir>
 
 #include <elf.h>
+#include <sys/stat.h>
 
 /// driverhost as a user sees it, run inside the test: what it prints, and its exit status.
 struct Run
@@ -131,29 +132,30 @@ void tst_command_line::badPlugins_data()
         file.write(content);
         return file.fileName();
     };
-    const auto sharedLibrary = [](unsigned char bits, unsigned char order, const char* type,
-                                  const char* machine) {
-        return QByteArray(ELFMAG) + char(bits) + char(order) + QByteArray(10, '\0') +
-               QByteArray::fromHex(type) + QByteArray::fromHex(machine) + QByteArray(100, '\0');
-    };
+    QFile plugin(QStringLiteral(PLUGIN_FILE));
+    plugin.open(QIODevice::ReadOnly);
+    const QByteArray good = plugin.readAll();
+    const auto changed = [good](int at, char byte) { return QByteArray(good).replace(at, 1, &byte, 1); };
+    const QString pipe = m_folder.filePath(QStringLiteral("pipe.so"));
+    ::mkfifo(QFile::encodeName(pipe).constData(), 0600);
     QTest::newRow("missing") << m_folder.filePath(QStringLiteral("none.so"))
                              << "driver plug-in %1 does not exist";
-    QTest::newRow("directory") << m_folder.path() << "driver plug-in %1 is a directory";
+    QTest::newRow("directory") << m_folder.path() << "driver plug-in %1 is not a file";
+    QTest::newRow("pipe that nobody writes to") << pipe << "driver plug-in %1 is not a file";
     QTest::newRow("empty") << made("empty.so", QByteArray()) << "driver plug-in %1 is not a shared library";
     QTest::newRow("text") << made("text.so", QByteArray(4000, 'x'))
                           << "driver plug-in %1 is not a shared library";
-    QTest::newRow("32-bit ARM")
-        << made("arm.so", sharedLibrary(ELFCLASS32, ELFDATA2LSB, "0300", "2800"))
-        << "driver plug-in %1 is built for ARM (32-bit, little-endian), this machine is ";
-    QTest::newRow("PowerPC")
-        << made("ppc.so", sharedLibrary(ELFCLASS64, ELFDATA2MSB, "0003", "0015"))
-        << "driver plug-in %1 is built for PowerPC (64-bit, big-endian), this machine is ";
-    QTest::newRow("object file") << made("object.so", sharedLibrary(ELFCLASS64, ELFDATA2LSB, "0100", "3e00"))
-                                 << "driver plug-in %1 is not a shared library";
-    QFile plugin(QStringLiteral(PLUGIN_FILE));
-    plugin.open(QIODevice::ReadOnly);
-    QTest::newRow("truncated driver")
-        << made("short.so", plugin.read(20000)) << "driver plug-in %1 is incomplete, the file is cut off";
+    QTest::newRow("other word size") << made("bits.so", changed(EI_CLASS, 3))
+                                     << "driver plug-in %1 is built for another machine";
+    QTest::newRow("other byte order")
+        << made("order.so", changed(EI_DATA, 3)) << "driver plug-in %1 is built for another machine";
+    QTest::newRow("other processor") << made("processor.so", changed(EI_NIDENT + 2, 1))
+                                     << "driver plug-in %1 is built for another machine";
+    QTest::newRow("cut in its code") << made("short.so", good.left(20000))
+                                     << "driver plug-in %1 is incomplete, the file is cut off";
+    QTest::newRow("cut by a byte") << made("byte.so", good.chopped(1))
+                                   << "driver plug-in %1 is incomplete, the file is cut off";
+    QTest::newRow("program") << QStringLiteral("/proc/self/exe") << "cannot load driver plug-in %1: ";
     QTest::newRow("other library") << QStringLiteral(QT_SQL_LIBRARY)
                                    << "%1 is not a driver: it has no function CreateDriver";
 }
