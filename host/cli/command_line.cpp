@@ -311,14 +311,12 @@ QString commandName(const CLI::App& command)
     return command.get_parent() ? commandName(*command.get_parent()) + QLatin1Char(' ') + name : name;
 }
 
-/// What to say of an argument that the command does not know. similar: what may have been meant, or empty.
-QString unknownArgument(const CLI::App& command, const QString& argument, const QString& similar)
+/// What to say of an argument that the command does not know.
+QString unknownArgument(const CLI::App& command, const QString& argument)
 {
     const QStringList commands = commandsBelow(command);
     QString text = QStringLiteral("%1 takes no \"%2\"").arg(commandName(command), argument);
-    if (!similar.isEmpty())
-        text += QStringLiteral("; did you mean %1?").arg(similar);
-    else if (!commands.isEmpty())
+    if (!commands.isEmpty())
         text += QStringLiteral("; its commands are %1").arg(commands.join(QStringLiteral(", ")));
     return text;
 }
@@ -330,8 +328,7 @@ int runHelp(const CLI::App& app, const QStringList& words, Console& console)
     for (const QString& word : words) {
         const QStringList names = commandsBelow(*command);
         if (!names.contains(word))
-            return reportError(console, WrongCommandLine,
-                               unknownArgument(*command, word, mostSimilar(word, names)));
+            return reportError(console, WrongCommandLine, unknownArgument(*command, word));
         command = command->get_subcommand(word.toStdString());
     }
     return runCommandLine(words + QStringList(QStringLiteral("--help")), console);
@@ -372,21 +369,6 @@ CLI::App& reachedCommand(CLI::App& app)
     return commands.empty() ? app : reachedCommand(*commands.back());
 }
 
-QStringList optionsOf(CLI::App& command)
-{
-    QStringList names;
-    for (const CLI::App* app = &command; app; app = app->get_parent()) {
-        for (const CLI::Option* option : app->get_options())
-            names += QString::fromStdString(option->get_name());
-    }
-    return names;
-}
-
-QString similarTo(CLI::App& command, const QString& argument)
-{
-    return mostSimilar(argument.section(QLatin1Char('='), 0, 0), optionsOf(command) + commandsBelow(command));
-}
-
 int reportParseError(CLI::App& app, const CLI::ParseError& error, Console& console)
 {
     CLI::App& command = reachedCommand(app);
@@ -394,8 +376,7 @@ int reportParseError(CLI::App& app, const CLI::ParseError& error, Console& conso
     const QStringList commands = commandsBelow(command);
     QString text = QString::fromLocal8Bit(error.what());
     if (!unknown.empty())
-        text = unknownArgument(command, QString::fromStdString(unknown.front()),
-                               similarTo(command, QString::fromStdString(unknown.front())));
+        text = unknownArgument(command, QString::fromStdString(unknown.front()));
     else if (!commands.isEmpty() && dynamic_cast<const CLI::RequiredError*>(&error))
         text = QStringLiteral("%1 needs a command: %2")
                    .arg(commandName(command), commands.join(QStringLiteral(", ")));

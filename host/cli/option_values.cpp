@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <numeric>
 
 namespace {
 
@@ -16,22 +15,6 @@ QString unmarked(const std::string& text)
 std::string quoted(const std::string& text)
 {
     return '"' + text + '"';
-}
-
-/// Levenshtein's distance: how many characters must be put in, taken out or changed.
-int distance(const QString& left, const QString& right)
-{
-    std::vector<int> row(static_cast<std::size_t>(right.size()) + 1);
-    std::iota(row.begin(), row.end(), 0);
-    for (int i = 0; i < left.size(); ++i) {
-        int diagonal = row[0]++;
-        for (std::size_t j = 0; j + 1 < row.size(); ++j) {
-            const int changed = diagonal + (left.at(i) == right.at(static_cast<int>(j)) ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({changed, diagonal + 1, row[j] + 1});
-        }
-    }
-    return row.back();
 }
 
 } // namespace
@@ -92,18 +75,4 @@ std::vector<std::string> argumentsForCli(const QStringList& arguments)
     }
     std::reverse(marked.begin(), marked.end());
     return marked;
-}
-
-QString mostSimilar(const QString& wrong, const QStringList& candidates)
-{
-    QString best;
-    int least = std::max(wrong.size() / 3, 1) + 1;
-    for (const QString& candidate : candidates) {
-        const int found = distance(wrong, candidate);
-        if (found < least) {
-            least = found;
-            best = candidate;
-        }
-    }
-    return best;
 }

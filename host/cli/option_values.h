@@ -65,7 +65,4 @@ CLI::Option* addTexts(CLI::App& app, const std::string& name, QStringList& targe
 /// apart because they stand in brackets. addText and addTexts take the mark off again.
 std::vector<std::string> argumentsForCli(const QStringList& arguments);
 
-/// The name among candidates that is most like wrong, or an empty text when none is.
-QString mostSimilar(const QString& wrong, const QStringList& candidates);
-
 #endif

@@ -77,13 +77,12 @@ void tst_command_line::wrong_data()
 {
     QTest::addColumn<QString>("error");
     QTest::newRow("") << "driverhost needs a command: info, read, write, ";
-    QTest::newRow("reed HR1") << "driverhost takes no \"reed\"; did you mean read?";
+    QTest::newRow("reed HR1") << "driverhost takes no \"reed\"; its commands are info, read, ";
     QTest::newRow("project") << "driverhost project needs a command: create, show";
     QTest::newRow("project drop") << "driverhost project takes no \"drop\"; its commands are create, show";
     QTest::newRow("read") << "ADDRESS is required";
     QTest::newRow("read HR1 HR2") << "driverhost read takes no \"HR2\"";
-    QTest::newRow("read HR1 --cuont 3") << "takes no \"--cuont\"; did you mean --count?";
-    QTest::newRow("read HR1 --tiemout=3") << "takes no \"--tiemout=3\"; did you mean --timeout?";
+    QTest::newRow("read HR1 --cuont 3") << "driverhost read takes no \"--cuont\"";
     QTest::newRow("read HR1 --type float")
         << "--type: must be one of bit, byte, word, dword, qword, block, bitblock, not \"float\"";
     QTest::newRow("read HR1 --as octal")
