@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -14,6 +15,13 @@ QChar trendSymbol(double part, TrendSymbols symbols)
     const int level = std::clamp(static_cast<int>(std::lround(part * (trendLevels - 1))), 0, trendLevels - 1);
     constexpr ushort lowestBlock = 0x2581;
     return symbols == TrendSymbols::Blocks ? QChar(lowestBlock + level) : QLatin1Char(ascii[level]);
+}
+
+/// Indices grow with each sample, past the largest int within weeks unless they are made small again.
+void append(Samples& samples, double number)
+{
+    samples.append(number);
+    samples.normalizeIndexes();
 }
 
 } // namespace
@@ -33,37 +41,43 @@ void ValueHistory::add(double number, const QString& text)
         m_largest = number;
         m_largestText = text;
     }
-    m_samples.append(number);
+    append(m_samples, number);
 }
 
 void ValueHistory::addGap()
 {
-    m_samples.append(std::numeric_limits<double>::quiet_NaN());
+    append(m_samples, std::numeric_limits<double>::quiet_NaN());
+}
+
+void RoundTrips::add(double milliseconds)
+{
+    append(m_milliseconds, milliseconds);
 }
 
 double RoundTrips::quantile(double part) const
 {
     if (isEmpty())
         return 0;
-    std::vector<double> sorted = m_milliseconds.unordered();
+    std::vector<double> sorted;
+    for (int i = m_milliseconds.firstIndex(); i <= m_milliseconds.lastIndex(); ++i)
+        sorted.push_back(m_milliseconds.at(i));
     const double rank = std::ceil(part * static_cast<double>(sorted.size()));
     const auto at = sorted.begin() + std::max(static_cast<long>(rank) - 1, 0L);
     std::nth_element(sorted.begin(), at, sorted.end());
     return *at;
 }
 
-QString trendText(const Ring<double>& samples, int width, bool isBit, TrendSymbols symbols)
+QString trendText(const Samples& samples, int width, bool isBit, TrendSymbols symbols)
 {
-    const std::size_t shown = std::min(samples.size(), static_cast<std::size_t>(std::max(width, 0)));
-    const std::size_t begin = samples.size() - shown;
+    const int begin = samples.lastIndex() + 1 - std::clamp(width, 0, samples.count());
     double least = isBit ? 0 : std::numeric_limits<double>::infinity();
     double most = isBit ? 1 : -std::numeric_limits<double>::infinity();
-    for (std::size_t i = begin; i < samples.size(); ++i) {
+    for (int i = begin; i <= samples.lastIndex(); ++i) {
         least = std::fmin(least, samples.at(i));
         most = std::fmax(most, samples.at(i));
     }
     QString text;
-    for (std::size_t i = begin; i < samples.size(); ++i) {
+    for (int i = begin; i <= samples.lastIndex(); ++i) {
         const double sample = samples.at(i);
         const double part = most > least ? (sample - least) / (most - least) : 0.5;
         text += std::isnan(sample) ? QChar(QLatin1Char(' ')) : trendSymbol(part, symbols);

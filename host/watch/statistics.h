@@ -1,9 +1,11 @@
 #ifndef WATCH_STATISTICS_H
 #define WATCH_STATISTICS_H
 
-#include "watch/ring.h"
-
+#include <QContiguousCache>
 #include <QString>
+
+/// The last samples of a series, the oldest first: from firstIndex() to lastIndex().
+using Samples = QContiguousCache<double>;
 
 /// What is known of one watched element.
 class ValueHistory
@@ -21,7 +23,7 @@ public:
     const QString& largest() const { return m_largestText; }
 
     /// The last samples; a failed one is not a number.
-    const Ring<double>& samples() const { return m_samples; }
+    const Samples& samples() const { return m_samples; }
 
 private:
     QString m_latest;
@@ -29,7 +31,7 @@ private:
     QString m_largestText;
     double m_smallest = 0;
     double m_largest = 0;
-    Ring<double> m_samples{160}; ///< as wide as a trend is ever shown
+    Samples m_samples{160}; ///< as wide as a trend is ever shown
 };
 
 /// How long the last commands took.
@@ -37,17 +39,17 @@ class RoundTrips
 {
 public:
     /// Commands that count.
-    static constexpr std::size_t window = 1000;
+    static constexpr int window = 1000;
 
-    void add(double milliseconds) { m_milliseconds.append(milliseconds); }
-    bool isEmpty() const { return m_milliseconds.size() == 0; }
+    void add(double milliseconds);
+    bool isEmpty() const { return m_milliseconds.isEmpty(); }
 
     /// The shortest time within which that part of the commands, above 0 and up to 1, was done: 0.5 gives the
     /// median. In milliseconds; 0 when there was no command.
     double quantile(double part) const;
 
 private:
-    Ring<double> m_milliseconds{window};
+    Samples m_milliseconds{window};
 };
 
 /// How a trend is drawn.
@@ -59,6 +61,6 @@ enum class TrendSymbols
 
 /// The last samples, at most width of them, one character each, the newest last: scaled between least and
 /// most of those that are shown, or from 0 to 1 for bits. A failed sample leaves a blank.
-QString trendText(const Ring<double>& samples, int width, bool isBit, TrendSymbols symbols);
+QString trendText(const Samples& samples, int width, bool isBit, TrendSymbols symbols);
 
 #endif

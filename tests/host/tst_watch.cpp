@@ -22,9 +22,9 @@ QStringList words(const QString& text)
     return text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
-Ring<double> samplesOf(const QString& text)
+Samples samplesOf(const QString& text)
 {
-    Ring<double> samples(100);
+    Samples samples(100);
     for (const QString& word : words(text))
         samples.append(word == QLatin1String("x") ? gap : word.toDouble());
     return samples;
@@ -57,7 +57,6 @@ private slots:
     void trends();
     void history();
     void roundTrips();
-    void ringKeepsTheLast();
     void items_data();
     void items();
     void tags_data();
@@ -147,7 +146,7 @@ void tst_watch::trends()
 {
     QFETCH(int, width);
     QFETCH(bool, isBit);
-    const Ring<double> samples = samplesOf(QString::fromLatin1(QTest::currentDataTag()));
+    const Samples samples = samplesOf(QString::fromLatin1(QTest::currentDataTag()));
     QTEST(trendText(samples, width, isBit, TrendSymbols::Blocks), "blocks");
     QTEST(trendText(samples, width, isBit, TrendSymbols::Ascii), "ascii");
 }
@@ -163,7 +162,7 @@ void tst_watch::history()
     QCOMPARE(history.latest(), QStringLiteral("nan"));
     QCOMPARE(history.smallest(), QStringLiteral("0x0009"));
     QCOMPARE(history.largest(), QStringLiteral("0x000a"));
-    QCOMPARE(history.samples().size(), std::size_t(4));
+    QCOMPARE(history.samples().count(), 4);
 }
 
 void tst_watch::roundTrips()
@@ -178,17 +177,6 @@ void tst_watch::roundTrips()
     QCOMPARE(times.quantile(0.5), 1500.0);
     QCOMPARE(times.quantile(0.95), 1950.0);
     QCOMPARE(times.quantile(1), 2000.0);
-}
-
-void tst_watch::ringKeepsTheLast()
-{
-    Ring<int> ring(3);
-    for (int i = 1; i <= 7; ++i) {
-        ring.append(i);
-        QCOMPARE(ring.size(), std::size_t(std::min(i, 3)));
-        QCOMPARE(ring.at(0), std::max(i - 2, 1));
-        QCOMPARE(ring.at(ring.size() - 1), i);
-    }
 }
 
 void tst_watch::items_data()
