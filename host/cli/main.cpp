@@ -11,7 +11,7 @@ int main(int argc, char** argv)
     out.setCodec("UTF-8");
     err.setCodec("UTF-8");
     Console console{out, err};
-    interrupt::catchSignals(interrupt::StillBusy::Exit);
+    interrupt::catchSignals();
     const int status = runCommandLine(QCoreApplication::arguments().mid(1), console);
     out.flush();
     if (out.status() != QTextStream::Ok && status == Done)

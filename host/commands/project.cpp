@@ -137,7 +137,7 @@ int runProjectCreate(const ProjectCreateOptions& options, Console& console)
     if (!problem.isEmpty())
         return reportError(console, Refused, problem);
 
-    interrupt::catchSignals(interrupt::StillBusy::Stay);
+    interrupt::endInOwnTime();
     ProjectWriter writer(GetDatabaseName());
     addContents(writer, options.link, tags);
     if (interrupt::flag())

@@ -139,7 +139,7 @@ int runProjectImport(const ProjectImportOptions& options, Console& console)
     if (!file.open(QIODevice::ReadOnly))
         return cannotRead(file, console);
 
-    interrupt::catchSignals(interrupt::StillBusy::Stay);
+    interrupt::endInOwnTime();
     ProgressBar bar(console.err, terminalWidth());
     ProjectWriter writer(GetDatabaseName(), ProjectWriter::FromOldProject);
     const ImportResult result = replaceTags(writer, options.link.linkId, file, bar);

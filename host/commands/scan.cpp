@@ -237,7 +237,7 @@ int runScan(const ScanOptions& options, Console& console)
     if (!session)
         return reportError(console, WrongCommandLine, error);
 
-    interrupt::catchSignals(interrupt::StillBusy::Stay);
+    interrupt::endInOwnTime();
     QElapsedTimer timer;
     timer.start();
     ProgressBar bar(console.err, options.link.trace ? 0 : terminalWidth());

@@ -26,7 +26,7 @@ constexpr milliseconds shortestRedraw{100};
 /// Ages go on when nothing else happens; Ctrl-C is noticed.
 constexpr milliseconds longestWait{250};
 /// For a driver to return from a command that was interrupted.
-constexpr milliseconds stopPatience{1000};
+constexpr milliseconds stopPatience{600};
 
 /// The tags of one station of a link.
 struct StationTags
@@ -347,7 +347,7 @@ int watchItems(const WatchOptions& options, const QVector<WatchedItem>& items, S
         recorder = CsvRecorder::open(options.csvFile, csvHeader(items), error);
     if (!error.isEmpty())
         return reportError(console, WrongCommandLine, QStringLiteral("--csv: ") + error);
-    interrupt::catchSignals(interrupt::StillBusy::Stay);
+    interrupt::endInOwnTime();
     return Watch(options, items, session, recorder.get(), console).run();
 }
 

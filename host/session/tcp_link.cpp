@@ -149,12 +149,12 @@ bool TcpLink::connectTo(const SocketAddress& address, const Waiting& waiting)
     return false;
 }
 
-/// Makes a connected socket the link's. A read on it that nothing ends blocks for the timeout, so that the
-/// usual reply, which comes whole, costs one system call.
+/// Makes a connected socket the link's. A read on it blocks for a while, so that the usual reply, which comes
+/// whole, costs one system call.
 bool TcpLink::adopt(int socket)
 {
     const int on = 1;
-    const timeval limit = {m_timeout / 1000, static_cast<suseconds_t>(m_timeout % 1000) * 1000};
+    const timeval limit = {0, std::min<suseconds_t>(m_timeout, Waiting::longestBlindness.count()) * 1000};
     const int flags = ::fcntl(socket, F_GETFL);
     if (flags < 0 || ::fcntl(socket, F_SETFL, flags & ~O_NONBLOCK) != 0 ||
         ::setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on) != 0 ||

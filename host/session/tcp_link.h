@@ -98,8 +98,8 @@ public:
     /// The observer is not owned and may be null.
     void setObserver(LinkObserver* observer) { m_observer = observer; }
 
-    /// While the flag is true every wait ends and nothing is opened. It is not owned and may be null. A
-    /// signal handler that raises it must be installed without SA_RESTART.
+    /// Within a fifth of a second after the flag has become true every wait ends; nothing is opened then. It
+    /// is not owned and may be null.
     void setStopFlag(const std::atomic<bool>* flag) { m_stopFlag = flag; }
 
 private:

@@ -11,6 +11,9 @@ class Waiting
 public:
     using Clock = std::chrono::steady_clock;
 
+    /// Nobody wakes a wait: it looks at the stop flag this often.
+    static constexpr std::chrono::milliseconds longestBlindness{200};
+
     /// The deadline is so many milliseconds from now. stopFlag may be null; it is not owned.
     Waiting(int milliseconds, const std::atomic<bool>* stopFlag)
         : Waiting(Clock::now() + std::chrono::milliseconds(milliseconds), stopFlag)

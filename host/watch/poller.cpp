@@ -4,7 +4,6 @@
 
 #include <QDateTime>
 
-#include <csignal>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
@@ -13,41 +12,21 @@ namespace {
 /// Readings that may wait to be taken: minutes of polling at the usual intervals.
 constexpr int mostReadings = 4096;
 
-/// Signals that end a wait for the device; they are the polling thread's.
-sigset_t endingSignals()
-{
-    sigset_t signalSet;
-    sigemptyset(&signalSet);
-    for (const int number : {SIGINT, SIGTERM, SIGALRM})
-        sigaddset(&signalSet, number);
-    return signalSet;
-}
-
 } // namespace
 
 Poller::Poller(Session& session, const PollPlan& plan)
     : m_session(session), m_plan(plan), m_event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    const sigset_t ending = endingSignals();
-    ::pthread_sigmask(SIG_SETMASK, &all, &before);
-    m_thread = std::thread([this, ending] {
-        ::pthread_sigmask(SIG_UNBLOCK, &ending, nullptr);
-        run();
-    });
-    ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    ::pthread_sigmask(SIG_BLOCK, &ending, nullptr);
+    m_session.link().setStopFlag(&m_stopping);
+    m_thread = std::thread([this] { run(); });
 }
 
 Poller::~Poller()
 {
     stop(std::chrono::milliseconds(0));
     m_thread.join();
+    m_session.link().setStopFlag(&interrupt::flag());
     ::close(m_event);
-    const sigset_t ending = endingSignals();
-    ::pthread_sigmask(SIG_UNBLOCK, &ending, nullptr);
 }
 
 void Poller::run()
@@ -92,7 +71,7 @@ bool Poller::waitForSlot(PollSchedule& schedule)
 void Poller::pollAll(quint64 sample, quint64 missed)
 {
     const qint64 time = QDateTime::currentMSecsSinceEpoch();
-    for (int i = 0; i < m_plan.commands.size() && !isStopping(); ++i) {
+    for (int i = 0; i < m_plan.commands.size() && !m_stopping; ++i) {
         Reading reading;
         reading.index = i;
         reading.sample = sample;
@@ -103,7 +82,7 @@ void Poller::pollAll(quint64 sample, quint64 missed)
         reading.connected = m_session.link().isConnected();
         reading.connectionsMade = m_session.link().connectionsMade();
         reading.missed = missed;
-        if (reading.outcome.done() || !isStopping())
+        if (reading.outcome.done() || !m_stopping)
             publish(std::move(reading));
     }
 }
@@ -113,13 +92,6 @@ void Poller::publish(Reading&& reading)
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_readings.append(std::move(reading));
     ::eventfd_write(m_event, 1);
-}
-
-/// Ctrl-C stops too: what it interrupts has no outcome.
-bool Poller::isStopping()
-{
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    return m_stopping || interrupt::flag();
 }
 
 QVector<Reading> Poller::take()
@@ -152,7 +124,5 @@ bool Poller::stop(std::chrono::milliseconds patience)
     std::unique_lock<std::mutex> lock(m_mutex);
     m_stopping = true;
     m_changed.notify_all();
-    if (!m_ended)
-        interrupt::disturb(m_thread.native_handle());
     return m_changed.wait_for(lock, patience, [this] { return m_ended; });
 }

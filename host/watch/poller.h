@@ -6,6 +6,7 @@
 
 #include <QVector>
 
+#include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <optional>
@@ -40,9 +41,6 @@ struct Reading
 ///
 /// What was read is kept until it is taken. When nobody takes it for long, slots are missed and memory does
 /// not grow.
-///
-/// interrupt::catchSignals must have been called with StillBusy::Stay. While the poller exists it is its
-/// thread that Ctrl-C disturbs, and the thread that made it keeps those signals out.
 class Poller
 {
 public:
@@ -75,7 +73,6 @@ private:
     bool waitForSlot(PollSchedule& schedule);
     void pollAll(quint64 sample, quint64 missed);
     void publish(Reading&& reading);
-    bool isStopping();
 
     Session& m_session;
     const PollPlan m_plan;
@@ -84,7 +81,7 @@ private:
     std::condition_variable m_changed;
     QVector<Reading> m_readings;
     bool m_paused = false;
-    bool m_stopping = false;
+    std::atomic<bool> m_stopping{false}; ///< the link's waits look at it as well
     bool m_ended = false;
     std::thread m_thread;
 };
