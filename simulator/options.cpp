@@ -94,8 +94,12 @@ static double parseRate(const std::string& text)
 
 static void addCells(CLI::App& app, Options& options)
 {
-    app.add_option("--image", options.imageFile, "Load the cells from FILE (see below); the others are 0")
-        ->option_text("FILE");
+    CLI::Option* image =
+        app.add_option("--image", options.imageFile, "Load the cells from FILE (see below); the others are 0")
+            ->option_text("FILE");
+    app.add_flag("--only-image", options.onlyImage,
+                 "Serve no other cells and stations than those of the\nimage: exception 2, and no reply")
+        ->needs(image);
     app.add_flag("--moving", options.moving, "Let some cells change with time (see below)");
     const auto serve = [&options](const std::string& text) { addServed(options.served, text); };
     addRepeatable(app, "--serve", serve,

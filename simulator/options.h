@@ -17,6 +17,7 @@ struct Options
 {
     Endpoint endpoint{"127.0.0.1", 0};
     std::string imageFile; ///< empty: ProcessImage::numbered()
+    bool onlyImage = false;
     Stations stations = Stations().set();
     ServedCells served;
     bool moving = false;

@@ -2,6 +2,8 @@
 
 #include "text.h"
 
+#include <algorithm>
+
 namespace slavesim {
 
 static constexpr std::array<std::string_view, AreaCount> AreaNames = {"DO", "DI", "IR", "HR"};
@@ -66,6 +68,27 @@ void ProcessImage::setValue(Area area, std::uint32_t number, std::uint16_t value
         bits(area).at(number - 1) = value != 0;
     else
         registers(area).at(number - 1) = value;
+}
+
+void ProcessImage::addToExisting(Area area, std::uint32_t number)
+{
+    std::vector<bool>& existing = m_existing[static_cast<std::size_t>(area)];
+    existing.resize(CellsPerArea);
+    existing[number - 1] = true;
+}
+
+bool ProcessImage::exist(const Cells& cells) const
+{
+    const std::vector<bool>& existing = m_existing[static_cast<std::size_t>(cells.area)];
+    if (cells.address + cells.count > existing.size())
+        return false;
+    const auto first = existing.begin() + cells.address;
+    return std::find(first, first + cells.count, false) == first + cells.count;
+}
+
+bool ProcessImage::anyExists() const
+{
+    return std::any_of(m_existing.begin(), m_existing.end(), [](const auto& area) { return !area.empty(); });
 }
 
 } // namespace slavesim

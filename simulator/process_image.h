@@ -32,6 +32,14 @@ constexpr bool isBitArea(Area area)
     return area == Area::Coils || area == Area::DiscreteInputs;
 }
 
+/// count cells from a Modbus address (from 0) on.
+struct Cells
+{
+    Area area;
+    std::uint32_t address;
+    std::uint32_t count;
+};
+
 /// What a Modbus slave holds: 65536 cells in each of the four areas. Cells are numbered from 1, so that HR1
 /// has the Modbus address 0.
 class ProcessImage
@@ -51,6 +59,15 @@ public:
     /// number: 1 to 65536. Any value but 0 sets a bit.
     void setValue(Area area, std::uint32_t number, std::uint16_t value);
 
+    /// Notes that a cell exists, for those who ask. number: 1 to 65536.
+    void addToExisting(Area area, std::uint32_t number);
+
+    /// Whether all of cells were added. Cells beyond 65536 were not.
+    bool exist(const Cells& cells) const;
+
+    /// Whether any cell was added.
+    bool anyExists() const;
+
     /// The cells of an area by their Modbus address, one element each; a bit is 0 or 1. area must be of that
     /// kind.
     std::vector<std::uint8_t>& bits(Area area);
@@ -59,6 +76,7 @@ public:
 private:
     std::array<std::vector<std::uint8_t>, 2> m_bitAreas;
     std::array<std::vector<std::uint16_t>, 2> m_registerAreas;
+    std::array<std::vector<bool>, AreaCount> m_existing; ///< empty as long as none exists
 };
 
 } // namespace slavesim

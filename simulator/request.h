@@ -12,14 +12,6 @@ constexpr std::size_t UnitOffset = 6; ///< of the unit identifier; the length fi
 constexpr std::size_t FunctionOffset = 7;
 constexpr std::size_t LongestFrame = 260; ///< header of 7 bytes and a protocol data unit of 253
 
-/// count cells from a Modbus address (from 0) on.
-struct Cells
-{
-    Area area;
-    std::uint32_t address;
-    std::uint32_t count;
-};
-
 using Bytes = std::vector<std::uint8_t>;
 
 /// The length of the request that bytes begin with, and that is more than there are bytes as long as it is

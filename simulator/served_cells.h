@@ -10,8 +10,7 @@
 
 namespace slavesim {
 
-/// Which cells a slave has: those in the m_ranges added for an area, or all of an area to which none was
-/// added.
+/// Which cells a slave has: those in the ranges added for an area, or all of an area to which none was added.
 class ServedCells
 {
 public:

@@ -34,7 +34,7 @@ Answer Slave::answer(const Request& request, const std::string& client)
             m_log->write(client + " station " + std::to_string(request.unit()) + " " + requestText(request) +
                          " -> " + answer);
     };
-    if (!m_options.stations.test(request.unit())) {
+    if (!hasStation(request.unit())) {
         note("no answer (no such station)");
         return {};
     }
@@ -44,6 +44,16 @@ Answer Slave::answer(const Request& request, const std::string& client)
     if (!fault || good.empty())
         return {good, fault ? std::optional(fault->kind) : std::nullopt};
     return {spoiltReply(good, *fault), fault->kind};
+}
+
+bool Slave::hasStation(std::uint8_t station)
+{
+    return m_options.stations.test(station) && (!m_options.onlyImage || m_images.of(station).anyExists());
+}
+
+bool Slave::hasCells(std::uint8_t station, const Cells& cells)
+{
+    return m_options.served.contains(cells) && (!m_options.onlyImage || m_images.of(station).exist(cells));
 }
 
 /// The good reply; nothing where a fault prevents one.
@@ -60,11 +70,11 @@ Bytes Slave::reply(const Request& request)
 {
     if (!request.isKnown())
         return m_replyMaker.exception(request, MODBUS_EXCEPTION_ILLEGAL_FUNCTION);
-    const ServedCells& served = m_options.served;
+    const std::uint8_t station = request.unit();
     if (request.quantitiesAreLegal() &&
-        !(served.contains(request.cells()) && served.contains(request.secondCells())))
+        !(hasCells(station, request.cells()) && hasCells(station, request.secondCells())))
         return m_replyMaker.exception(request, MODBUS_EXCEPTION_ILLEGAL_DATA_ADDRESS);
-    ProcessImage& image = m_images.of(request.unit());
+    ProcessImage& image = m_images.of(station);
     if (m_options.moving)
         moveSignals(image, std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count());
     return m_replyMaker.reply(request, image);

@@ -42,6 +42,8 @@ public:
     const Options& options() const { return m_options; }
 
 private:
+    bool hasStation(std::uint8_t station);
+    bool hasCells(std::uint8_t station, const Cells& cells);
     Bytes executed(const Request& request, const std::optional<Fault>& fault);
     Bytes reply(const Request& request);
 

@@ -19,6 +19,7 @@ static void setCells(ProcessImage& image, const Assignment& assignment)
 {
     std::uint32_t number = assignment.number;
     for (const std::uint16_t value : assignment.values) {
+        image.addToExisting(assignment.area, number);
         const int kept = image.value(assignment.area, number) & ~assignment.mask;
         image.setValue(assignment.area, number++, static_cast<std::uint16_t>(kept | value));
     }

@@ -23,7 +23,7 @@ public:
 
     ProcessImage& of(std::uint8_t station);
 
-    /// Puts values into the cells of one station, or of all.
+    /// Puts values into the cells of one station, or of all. They exist from then on.
     void set(const Assignment& assignment);
 
 private:

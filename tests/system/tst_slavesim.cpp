@@ -50,6 +50,7 @@ private slots:
     void helpIsComplete();
     void loadsAnImage_data();
     void loadsAnImage();
+    void servesOnlyTheImage();
     void obeys_data();
     void obeys();
     void movesSignals();
@@ -70,6 +71,15 @@ private slots:
     void losesLogLinesRatherThanClients();
 
 private:
+    /// A file with this content.
+    QString written(const QByteArray& content)
+    {
+        QFile file(m_folder.filePath(QStringLiteral("image")));
+        if (!file.open(QFile::WriteOnly) || file.write(content) != content.size())
+            qFatal("cannot write %s", qPrintable(file.fileName()));
+        return file.fileName();
+    }
+
     QTemporaryDir m_folder;
 };
 
@@ -195,9 +205,9 @@ void TestSlavesim::helpIsComplete()
     process.start(QStringLiteral(SLAVESIM_FILE), {"--help"});
     QVERIFY(process.waitForFinished() && process.exitCode() == 0);
     const QString help = process.readAllStandardOutput();
-    QStringList words =
-        options("host port image moving serve stations fault fault-every fault-rate seed late-ms refuse-ms "
-                "control log stats help version float64");
+    QStringList words = options("host port image only-image moving serve stations fault fault-every "
+                                "fault-rate seed late-ms refuse-ms "
+                                "control log stats help version float64");
     words += QString::fromStdString(faultNames()).split(", ");
     for (const MovingSignal& signal : movingSignals())
         words << QString::fromStdString(cellsOf(signal));
@@ -274,14 +284,12 @@ void TestSlavesim::loadsAnImage()
 {
     QFETCH(QByteArray, content);
     QFETCH(QByteArray, result);
-    QFile file(QDir(m_folder.path()).filePath(QStringLiteral("image")));
-    QVERIFY(file.open(QFile::WriteOnly) && file.write(content) == content.size());
-    file.close();
+    const QString file = written(content);
     QByteArray found;
     try {
-        found = shown(StationImages::fromFile(file.fileName().toStdString()).of(1), result);
+        found = shown(StationImages::fromFile(file.toStdString()).of(1), result);
     } catch (const std::runtime_error& error) {
-        found = QByteArray(error.what()).replace(file.fileName().toLocal8Bit(), "FILE");
+        found = QByteArray(error.what()).replace(file.toLocal8Bit(), "FILE");
     }
     QVERIFY2(found.startsWith(result), found);
 }
@@ -308,6 +316,23 @@ void TestSlavesim::obeys_data()
     row("\nfault", Hr1Is1, ":2: 'fault' is wrong: a kind is missing: it is none, or some of these: late,");
     row("HR0 1\nHR1 999", Hr1Is999, ":1: address 'HR0' is wrong: its number is from 1 to 65536");
     row("HR1 " + QByteArray(2000, '7') + "\nHR1 999", Hr1Is999, ":1: longer than 1000 characters");
+}
+
+void TestSlavesim::servesOnlyTheImage()
+{
+    SlaveProcess slave;
+    QVERIFY2(slave.start({"--only-image", "--control", "--image", written("1-HR2:uint32 7\n1-HR5 8\n")}),
+             slave.problem());
+    ModbusClient client(slave.port());
+    const QByteArray refused = framed("01 83 02");
+    QCOMPARE(client.exchange(framed("01 03 0001 0002")), framed("01 03 04 0007 0000"));
+    QCOMPARE(client.exchange(framed("01 03 0001 0003")), refused);
+    QCOMPARE(client.exchange(framed("01 03 0000 0002")), refused);
+    QCOMPARE(client.exchange(framed("01 03 ffff 0002")), refused);
+    QCOMPARE(client.exchange(framed("01 01 0001 0001")), framed("01 81 02"));
+    QCOMPARE(client.exchange(framed("02 03 0001 0001"), ShortMs), QByteArray());
+    slave.write("2-HR2 9\n");
+    QCOMPARE(client.exchange(framed("02 03 0001 0001")), framed("02 03 02 0009"));
 }
 
 /// The request comes directly behind the lines, and again after the end of the input.
