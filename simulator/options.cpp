@@ -99,6 +99,7 @@ static void addCells(CLI::App& app, Options& options)
             ->option_text("FILE");
     app.add_flag("--only-image", options.onlyImage,
                  "Serve no other cells and stations than those of the\nimage: exception 2, and no reply")
+        ->option_text(" ") // rather than what it needs
         ->needs(image);
     app.add_flag("--moving", options.moving, "Let some cells change with time (see below)");
     const auto serve = [&options](const std::string& text) { addServed(options.served, text); };

@@ -1,27 +1,31 @@
 #!/usr/bin/env bash
-# completion.bash DRIVERHOST SCRIPT: sources the completion script and compares what it offers for command
-# lines, the last word being the one that is completed. Words are separated by blanks, "_" is an empty one.
+# completion.bash DRIVERHOST SCRIPT SLAVESIM SCRIPT: sources the completion scripts and compares what they offer for
+# command lines, the last word being the one that is completed. Words are separated by blanks, "_" is an empty one.
 set -uo pipefail
 driverhost=$1
+declare -A program=([driverhost]=$1 [slavesim]=$3)
+tool=driverhost # the one that is tried
 # shellcheck source=/dev/null
 source "$2"
+# shellcheck source=/dev/null
+source "$4"
 cd "$(mktemp -d)" || exit 1
 touch tags.csv watch.csv
 
 failures=0
 
-# offers LINE EXPECTED: the words after "driverhost" in LINE, and all that must be offered, in any order.
+# offers LINE EXPECTED: the words after the tool's name in LINE, and all that must be offered, in any order.
 offers() {
     local words found expected
     read -ra words <<<"$1"
-    COMP_WORDS=("$driverhost" "${words[@]/#_/}")
+    COMP_WORDS=("${program[$tool]}" "${words[@]/#_/}")
     COMP_CWORD=${#words[@]}
     COMPREPLY=()
-    _driverhost
+    "_$tool"
     found=$(printf '%s\n' "${COMPREPLY[@]}" | sort -u | xargs)
     expected=$(xargs -n 1 <<<"$2" | sort -u | xargs)
     if [ "$found" != "$expected" ]; then
-        echo "driverhost $1: offers '$found', not '$expected'"
+        echo "$tool $1: offers '$found', not '$expected'"
         failures=$((failures + 1))
     fi
 }
@@ -29,15 +33,15 @@ offers() {
 # includes LINE WORDS: the same, but more may be offered.
 includes() {
     local word
-    read -ra COMP_WORDS <<<"driverhost $1"
-    COMP_WORDS=("$driverhost" "${COMP_WORDS[@]:1}")
+    read -ra COMP_WORDS <<<"$tool $1"
+    COMP_WORDS=("${program[$tool]}" "${COMP_WORDS[@]:1}")
     COMP_WORDS=("${COMP_WORDS[@]/#_/}")
     COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
     COMPREPLY=()
-    _driverhost
+    "_$tool"
     for word in $2; do
         if ! printf '%s\n' "${COMPREPLY[@]}" | grep -qxF -- "$word"; then
-            echo "driverhost $1: does not offer '$word'"
+            echo "$tool $1: does not offer '$word'"
             failures=$((failures + 1))
         fi
     done
@@ -70,6 +74,19 @@ offers "project import t" "tags.csv"
 offers "project create --tags t" "tags.csv"
 offers "--driver _" "tags.csv watch.csv"
 offers "project show --a" "--all"
+
+tool=slavesim
+offers "--im" "--image"
+includes "--" "--host --only-image --fault --fault-every --help --version"
+offers "_" ""
+offers "--image t" "tags.csv"
+offers "--log w" "watch.csv"
+offers "--fault d" "drop double drip"
+offers "--fault = si" "silent"
+includes "--fault =" "late silent refuse"
+offers "--serve D" "DO= DI="
+offers "--port _" ""
+offers "--moving _" ""
 
 [ "$failures" -eq 0 ] && echo "completion: all as expected"
 exit "$failures"
