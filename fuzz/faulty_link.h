@@ -37,10 +37,10 @@ class FaultyLink : public AbstractDeviceInterface
 {
 public:
     FaultyLink(Input& from, DriverModbusTcpSlave& caller)
-        : input(from), driver(caller), firstTransaction(caller.getTID()), transaction(caller.getTID()),
-          setting(EthernetDevice, QLatin1String("ETHERNET"), 9600, 8, 0, 2)
+        : m_input(from), m_driver(caller), m_firstTransaction(caller.getTID()),
+          m_transaction(caller.getTID()), m_setting(EthernetDevice, QLatin1String("ETHERNET"), 9600, 8, 0, 2)
     {
-        setting.linkID = 1;
+        m_setting.linkID = 1;
     }
 
     /// Forgets the command before.
@@ -55,14 +55,14 @@ public:
 
     bool open() override
     {
-        up = input.byte() % 8 != 7;
+        up = m_input.byte() % 8 != 7;
         return up;
     }
 
     void close() override
     {
         up = false;
-        incoming.clear();
+        m_incoming.clear();
     }
 
     /// Asked at the start of each attempt, which alone counts.
@@ -73,7 +73,7 @@ public:
         return up;
     }
 
-    DeviceSetting* deviceSetting() override { return &setting; }
+    DeviceSetting* deviceSetting() override { return &m_setting; }
     int retryCount() override { return retries; }
     int stationId() override { return station; }
     int commandDelay() override { return 0; }
@@ -91,13 +91,13 @@ private:
     QByteArray reply(const QByteArray& frame);
     QByteArray rawBytes();
 
-    Input& input;
-    DriverModbusTcpSlave& driver;
-    const int firstTransaction;
-    int transaction;
-    int piece = 0; ///< what readData does with the bytes that are there
-    QByteArray incoming;
-    DeviceSetting setting;
+    Input& m_input;
+    DriverModbusTcpSlave& m_driver;
+    const int m_firstTransaction;
+    int m_transaction;
+    int m_piece = 0; ///< what readData does with the bytes that are there
+    QByteArray m_incoming;
+    DeviceSetting m_setting;
 };
 
 /// Overwrites the whole buffer that it was promised before it fills in what has come.
@@ -105,13 +105,13 @@ inline int FaultyLink::readData(char* buffer, int maxLength)
 {
     CHECK(maxLength >= 0 && !transactions.empty());
     std::fill(buffer, buffer + maxLength, '\xA5');
-    if (piece == 2 || piece == 3)
-        return piece == 2 ? 0 : -1 - input.number16();
+    if (m_piece == 2 || m_piece == 3)
+        return m_piece == 2 ? 0 : -1 - m_input.number16();
     const int length =
-        std::min(maxLength, int(incoming.size())) - (piece == 1 && !incoming.isEmpty() ? 1 : 0);
-    const QByteArray taken = incoming.left(length);
+        std::min(maxLength, int(m_incoming.size())) - (m_piece == 1 && !m_incoming.isEmpty() ? 1 : 0);
+    const QByteArray taken = m_incoming.left(length);
     std::copy(taken.begin(), taken.end(), buffer);
-    incoming.remove(0, length);
+    m_incoming.remove(0, length);
     transactions.back().delivered += taken;
     return length;
 }
@@ -122,21 +122,21 @@ inline int FaultyLink::writeData(const char* data, int length)
     const QByteArray frame(data, length);
     checkRequest(frame);
     transactions.push_back({frame, QByteArray()});
-    const int mode = input.byte();
-    piece = mode >> 4 & 3;
+    const int mode = m_input.byte();
+    m_piece = mode >> 4 & 3;
     if (mode % 16 == 15)
-        return input.number16() - 32768;
-    incoming += mode % 16 == 14 ? QByteArray() : mode % 16 == 13 ? rawBytes() : reply(frame);
+        return m_input.number16() - 32768;
+    m_incoming += mode % 16 == 14 ? QByteArray() : mode % 16 == 13 ? rawBytes() : reply(frame);
     if (mode % 16 == 12)
-        incoming += incoming;
+        m_incoming += m_incoming;
     return length;
 }
 
 inline void FaultyLink::checkRequest(const QByteArray& frame)
 {
     CHECK(frame.size() >= 12 && frame.size() <= 260);
-    transaction = (transaction + 1) & 0xFFFF;
-    CHECK(big16(frame, 0) == transaction && driver.getTID() == transaction);
+    m_transaction = (m_transaction + 1) & 0xFFFF;
+    CHECK(big16(frame, 0) == m_transaction && m_driver.getTID() == m_transaction);
     CHECK(big16(frame, 2) == 0 && big16(frame, 4) == frame.size() - 6);
     CHECK(frame.at(6) == static_cast<char>(station));
 
@@ -177,7 +177,7 @@ inline QByteArray FaultyLink::goodReply(const QByteArray& frame)
     if (request.functionCode() <= 4) {
         const int bytes = request.functionCode() <= 2 ? (request.quantity() + 7) / 8 : 2 * request.quantity();
         pdu = frame.mid(7, 1) + char(bytes);
-        const int seed = input.byte();
+        const int seed = m_input.byte();
         for (int i = 0; i < bytes; ++i)
             pdu += char(seed * (i + 1));
     }
@@ -188,18 +188,18 @@ inline QByteArray FaultyLink::goodReply(const QByteArray& frame)
 inline QByteArray FaultyLink::reply(const QByteArray& frame)
 {
     QByteArray bytes = goodReply(frame);
-    switch (piece == 0 ? input.byte() % 8 : 0) {
+    switch (m_piece == 0 ? m_input.byte() % 8 : 0) {
     case 1: // another byte somewhere
-        bytes[input.byte() % bytes.size()] = char(input.byte());
+        bytes[m_input.byte() % bytes.size()] = char(m_input.byte());
         break;
     case 2: // cut
-        bytes.truncate(input.byte());
+        bytes.truncate(m_input.byte());
         break;
     case 3: // more than was asked for
-        bytes += input.bytes(input.byte());
+        bytes += m_input.bytes(m_input.byte());
         break;
     case 4: // an exception reply
-        bytes = frame.left(4) + big16(3) + frame.mid(6, 1) + char(frame.at(7) | 0x80) + char(input.byte());
+        bytes = frame.left(4) + big16(3) + frame.mid(6, 1) + char(frame.at(7) | 0x80) + char(m_input.byte());
         break;
     case 5: // the length of an exception reply on something else
         bytes.replace(4, 2, big16(3));
@@ -212,9 +212,9 @@ inline QByteArray FaultyLink::reply(const QByteArray& frame)
 /// input means the same whatever was tried before.
 inline QByteArray FaultyLink::rawBytes()
 {
-    QByteArray bytes = input.bytes(input.byte());
+    QByteArray bytes = m_input.bytes(m_input.byte());
     if (bytes.size() >= 2)
-        bytes.replace(0, 2, big16((big16(bytes, 0) + firstTransaction) & 0xFFFF));
+        bytes.replace(0, 2, big16((big16(bytes, 0) + m_firstTransaction) & 0xFFFF));
     return bytes;
 }
 

@@ -85,24 +85,24 @@ public:
     explicit Arrays(const Layout& layout)
     {
         for (const std::uint64_t size : layout.arrays)
-            memory.emplace_back(size);
+            m_memory.emplace_back(size);
     }
 
-    void* at(std::size_t item) { return item < memory.size() ? memory[item].data() : nullptr; }
+    void* at(std::size_t item) { return item < m_memory.size() ? m_memory[item].data() : nullptr; }
 
     /// The element at the front, for a packer.
     int numberAt(std::size_t item) const
     {
         std::uint32_t number = 0;
-        if (item < memory.size())
-            std::memcpy(&number, memory[item].data(), memory[item].size());
+        if (item < m_memory.size())
+            std::memcpy(&number, m_memory[item].data(), m_memory[item].size());
         return static_cast<int>(number);
     }
 
-    bool operator==(const Arrays& other) const { return memory == other.memory; }
+    bool operator==(const Arrays& other) const { return m_memory == other.m_memory; }
 
 private:
-    std::vector<std::vector<unsigned char>> memory;
+    std::vector<std::vector<unsigned char>> m_memory;
 };
 
 template<typename Function, typename Buffer>

@@ -12,23 +12,23 @@ class Input
 {
 public:
     Input(const std::uint8_t* data, std::size_t size)
-        : left(reinterpret_cast<const char*>(data)), length(static_cast<int>(size))
+        : m_left(reinterpret_cast<const char*>(data)), m_length(static_cast<int>(size))
     {
     }
 
-    bool isEmpty() const { return length == 0; }
+    bool isEmpty() const { return m_length == 0; }
 
     /// At most count bytes.
     QByteArray bytes(int count)
     {
-        const int taken = std::min(count, length);
-        QByteArray result(left, taken);
-        left += taken;
-        length -= taken;
+        const int taken = std::min(count, m_length);
+        QByteArray result(m_left, taken);
+        m_left += taken;
+        m_length -= taken;
         return result;
     }
 
-    QByteArray rest() { return bytes(length); }
+    QByteArray rest() { return bytes(m_length); }
 
     int byte() { return static_cast<int>(number(1)); }
     int number16() { return static_cast<int>(number(2)); }
@@ -43,8 +43,8 @@ private:
         return value;
     }
 
-    const char* left;
-    int length;
+    const char* m_left;
+    int m_length;
 };
 
 #endif

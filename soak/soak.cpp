@@ -81,16 +81,17 @@ class Soak
 {
 public:
     Soak(DriverInterface& soakedDriver, TcpLink& soakedLink, const Options& soakOptions)
-        : driver(soakedDriver), link(soakedLink), options(soakOptions), random(soakOptions.seed), err(stderr)
+        : m_driver(soakedDriver), m_link(soakedLink), m_options(soakOptions), m_random(soakOptions.seed),
+          m_err(stderr)
     {
     }
 
     void run()
     {
-        const int settled = std::min(1000, options.commands / 4);
-        start = Clock::now();
-        while (tally.commands < options.commands) {
-            const RandomCommand drawn = drawCommand(random);
+        const int settled = std::min(1000, m_options.commands / 4);
+        m_start = Clock::now();
+        while (tally.commands < m_options.commands) {
+            const RandomCommand drawn = drawCommand(m_random);
             if (drawn.isWrite) {
                 write(drawn);
                 read(readBack(drawn));
@@ -112,12 +113,12 @@ private:
     void read(const RandomCommand& drawn)
     {
         const Clock::time_point begin = Clock::now();
-        const QByteArray data = driver.read(&link, drawn.command);
+        const QByteArray data = m_driver.read(&m_link, drawn.command);
         count(drawn, begin);
-        if (!driver.hasError() && !isRight(drawn, data)) {
+        if (!m_driver.hasError() && !isRight(drawn, data)) {
             ++tally.wrong;
-            err << "\nwrong: " << drawn.command.address << " count " << drawn.command.count << ": "
-                << QString::fromLatin1(data.toHex()) << '\n';
+            m_err << "\nwrong: " << drawn.command.address << " count " << drawn.command.count << ": "
+                  << QString::fromLatin1(data.toHex()) << '\n';
         }
     }
 
@@ -126,16 +127,16 @@ private:
         QByteArray data((drawn.bits + 7) / 8, '\0');
         for (int i = 0; i < drawn.bits; ++i) {
             // What the command does not cover of the last register is written as 0.
-            const bool value = i / 8 < writtenBytes(drawn) && (random() & 1) != 0;
+            const bool value = i / 8 < writtenBytes(drawn) && (m_random() & 1) != 0;
             if (value)
                 data[i / 8] = static_cast<char>(data.at(i / 8) | 1 << i % 8);
-            model.startWrite(drawn.place(i), value);
+            m_model.startWrite(drawn.place(i), value);
         }
         const Clock::time_point begin = Clock::now();
-        const bool done = driver.write(&link, drawn.command, data.left(writtenBytes(drawn)));
+        const bool done = m_driver.write(&m_link, drawn.command, data.left(writtenBytes(drawn)));
         count(drawn, begin);
         for (int i = 0; done && i < drawn.bits; ++i)
-            model.finishWrite(drawn.place(i));
+            m_model.finishWrite(drawn.place(i));
     }
 
     static int writtenBytes(const RandomCommand& drawn)
@@ -151,7 +152,7 @@ private:
         for (int i = 0; i < 8 * data.size(); ++i) {
             const bool value = ((static_cast<unsigned char>(data.at(i / 8)) >> i % 8) & 1) != 0;
             const bool isZero = i >= drawn.bits || !drawn.isAsked(i);
-            if (isZero ? value : !model.mayBe(drawn.place(i), value))
+            if (isZero ? value : !m_model.mayBe(drawn.place(i), value))
                 return false;
         }
         return true;
@@ -162,46 +163,46 @@ private:
         const double ms = std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
         tally.longestMs = std::max(tally.longestMs, ms);
         // Each attempt opens once, and each of its requests is sent and read in two parts.
-        const int waits = (options.retry + 1) * (1 + 3 * drawn.requests);
+        const int waits = (m_options.retry + 1) * (1 + 3 * drawn.requests);
         const double schedulingMs = 1000;
-        if (ms > waits * options.timeout + schedulingMs)
+        if (ms > waits * m_options.timeout + schedulingMs)
             ++tally.overlong;
 
         ++tally.commands;
-        tally.run = driver.hasError() ? tally.run + 1 : 0;
+        tally.run = m_driver.hasError() ? tally.run + 1 : 0;
         tally.longestRun = std::max(tally.longestRun, tally.run);
-        if (driver.hasError()) {
+        if (m_driver.hasError()) {
             ++tally.failed;
-            err << "\nfailed: " << driver.getLastError() << '\n';
+            m_err << "\nfailed: " << m_driver.getLastError() << '\n';
         }
     }
 
     void showProgress()
     {
         const Clock::time_point now = Clock::now();
-        if (!isTerminal || now - shown < std::chrono::milliseconds(200))
+        if (!m_isTerminal || now - m_shown < std::chrono::milliseconds(200))
             return;
-        shown = now;
-        const double seconds = std::chrono::duration<double>(now - start).count();
-        const double left = seconds * (options.commands - tally.commands) / std::max(tally.commands, 1);
-        err << QStringLiteral("\r%1 of %2 commands, %3 failed, %4 wrong, %5 s left   ")
-                   .arg(tally.commands)
-                   .arg(options.commands)
-                   .arg(tally.failed)
-                   .arg(tally.wrong)
-                   .arg(left, 0, 'f', 0);
-        err.flush();
+        m_shown = now;
+        const double seconds = std::chrono::duration<double>(now - m_start).count();
+        const double left = seconds * (m_options.commands - tally.commands) / std::max(tally.commands, 1);
+        m_err << QStringLiteral("\r%1 of %2 commands, %3 failed, %4 wrong, %5 s left   ")
+                     .arg(tally.commands)
+                     .arg(m_options.commands)
+                     .arg(tally.failed)
+                     .arg(tally.wrong)
+                     .arg(left, 0, 'f', 0);
+        m_err.flush();
     }
 
-    DriverInterface& driver;
-    TcpLink& link;
-    const Options& options;
-    DeviceModel model;
-    std::mt19937 random;
-    QTextStream err;
-    const bool isTerminal = ::isatty(STDERR_FILENO) != 0;
-    Clock::time_point start;
-    Clock::time_point shown;
+    DriverInterface& m_driver;
+    TcpLink& m_link;
+    const Options& m_options;
+    DeviceModel m_model;
+    std::mt19937 m_random;
+    QTextStream m_err;
+    const bool m_isTerminal = ::isatty(STDERR_FILENO) != 0;
+    Clock::time_point m_start;
+    Clock::time_point m_shown;
 };
 
 QStringList slaveOptions(const Options& options)

@@ -15,36 +15,37 @@ class ModbusClient
 {
 public:
     /// Connects to a port of 127.0.0.1; connectError() is 0 when that worked, else the errno.
-    explicit ModbusClient(quint16 port) : socket(::socket(AF_INET, SOCK_STREAM, 0))
+    explicit ModbusClient(quint16 port) : m_socket(::socket(AF_INET, SOCK_STREAM, 0))
     {
         sockaddr_in address = {};
         address.sin_family = AF_INET;
         address.sin_port = htons(port);
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        failure = ::connect(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ? 0 : errno;
+        m_failure =
+            ::connect(m_socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 ? 0 : errno;
     }
     ModbusClient(const ModbusClient&) = delete;
     ModbusClient& operator=(const ModbusClient&) = delete;
-    ~ModbusClient() { ::close(socket); }
+    ~ModbusClient() { ::close(m_socket); }
 
-    int connectError() const { return failure; }
+    int connectError() const { return m_failure; }
 
     /// bytes are given as hexadecimal text, blanks allowed.
     void send(const QByteArray& hex)
     {
         const QByteArray bytes = QByteArray::fromHex(hex);
-        ::send(socket, bytes.constData(), static_cast<size_t>(bytes.size()), MSG_NOSIGNAL);
+        ::send(m_socket, bytes.constData(), static_cast<size_t>(bytes.size()), MSG_NOSIGNAL);
     }
 
     /// What the next recv() gives, as hexadecimal text: "" when nothing comes for so long, "end" when the
     /// peer has closed the connection, "reset" when it has reset it.
     QByteArray receive(int milliseconds)
     {
-        pollfd wait = {socket, POLLIN, 0};
+        pollfd wait = {m_socket, POLLIN, 0};
         if (::poll(&wait, 1, milliseconds) == 0)
             return QByteArray();
         char bytes[1024];
-        const ssize_t got = ::recv(socket, bytes, sizeof bytes, 0);
+        const ssize_t got = ::recv(m_socket, bytes, sizeof bytes, 0);
         if (got <= 0)
             return got == 0 ? "end" : "reset";
         return QByteArray(bytes, static_cast<int>(got)).toHex();
@@ -57,8 +58,8 @@ public:
     }
 
 private:
-    int socket;
-    int failure;
+    int m_socket;
+    int m_failure;
 };
 
 #endif

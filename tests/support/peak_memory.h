@@ -8,15 +8,15 @@
 class PeakMemory
 {
 public:
-    PeakMemory() : before(0)
+    PeakMemory() : m_before(0)
     {
         QFile reset(QLatin1String("/proc/self/clear_refs"));
         if (reset.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
             reset.write("5");
-        before = peak();
+        m_before = peak();
     }
 
-    int grownKiB() const { return peak() - before; }
+    int grownKiB() const { return peak() - m_before; }
 
 private:
     static int peak()
@@ -29,7 +29,7 @@ private:
         return line.left(line.indexOf(' ')).toInt();
     }
 
-    int before;
+    int m_before;
 };
 
 #endif

@@ -11,21 +11,21 @@ class WithoutPrivileges
 public:
     WithoutPrivileges()
     {
-        header.version = _LINUX_CAPABILITY_VERSION_3;
-        header.pid = 0;
-        syscall(SYS_capget, &header, own);
-        __user_cap_data_struct fewer[2] = {own[0], own[1]};
+        m_header.version = _LINUX_CAPABILITY_VERSION_3;
+        m_header.pid = 0;
+        syscall(SYS_capget, &m_header, m_own);
+        __user_cap_data_struct fewer[2] = {m_own[0], m_own[1]};
         fewer[0].effective &= ~((1u << CAP_DAC_OVERRIDE) | (1u << CAP_DAC_READ_SEARCH));
-        syscall(SYS_capset, &header, fewer);
+        syscall(SYS_capset, &m_header, fewer);
     }
-    ~WithoutPrivileges() { syscall(SYS_capset, &header, own); }
+    ~WithoutPrivileges() { syscall(SYS_capset, &m_header, m_own); }
 
 private:
     WithoutPrivileges(const WithoutPrivileges&);
     WithoutPrivileges& operator=(const WithoutPrivileges&);
 
-    __user_cap_header_struct header;
-    __user_cap_data_struct own[2];
+    __user_cap_header_struct m_header;
+    __user_cap_data_struct m_own[2];
 };
 
 #endif

@@ -28,7 +28,7 @@ public:
     /// the transaction identifier of that request. An empty text is a device that stays silent.
     ScriptedLink& answers(const char* frame)
     {
-        replies.append(frame);
+        m_replies.append(frame);
         return *this;
     }
 
@@ -39,7 +39,7 @@ public:
         const QString header = QString::fromLatin1("TTTT0000%1%2")
                                    .arg(length, 4, 16, QLatin1Char('0'))
                                    .arg(station & 0xFF, 2, 16, QLatin1Char('0'));
-        replies.append(header.toLatin1() + pdu);
+        m_replies.append(header.toLatin1() + pdu);
         return *this;
     }
 
@@ -55,9 +55,9 @@ public:
     int readData(char* buffer, int maxLength) override
     {
         calls.append(QString::fromLatin1("read %1").arg(maxLength));
-        const int length = std::min(maxLength, int(incoming.size()));
-        memcpy(buffer, incoming.constData(), size_t(length));
-        incoming.remove(0, length);
+        const int length = std::min(maxLength, int(m_incoming.size()));
+        memcpy(buffer, m_incoming.constData(), size_t(length));
+        m_incoming.remove(0, length);
         return length;
     }
 
@@ -67,8 +67,8 @@ public:
         sent.append(QByteArray(data, length));
         if (takes >= 0 && length > takes)
             return takes;
-        if (!replies.isEmpty())
-            incoming += hex(replies.takeFirst().replace("TTTT", sent.last().left(2).toHex()).constData());
+        if (!m_replies.isEmpty())
+            m_incoming += hex(m_replies.takeFirst().replace("TTTT", sent.last().left(2).toHex()).constData());
         return length;
     }
 
@@ -85,7 +85,7 @@ public:
         calls.append(QLatin1String("close"));
         ++closes;
         up = false;
-        incoming.clear();
+        m_incoming.clear();
     }
 
     DeviceSetting* deviceSetting() override { return &setting; }
@@ -115,8 +115,8 @@ public:
     QStringList calls;
 
 private:
-    QList<QByteArray> replies;
-    QByteArray incoming;
+    QList<QByteArray> m_replies;
+    QByteArray m_incoming;
 };
 
 #endif

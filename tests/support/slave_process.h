@@ -21,7 +21,7 @@ public:
     /// The same after a line of bash in the process that becomes slavesim: limits, redirections.
     bool startAfter(const QString& line, const QStringList& options = {})
     {
-        preparation = line;
+        m_preparation = line;
         return start(options);
     }
 
@@ -29,42 +29,42 @@ public:
     bool restart()
     {
         stop();
-        return launch(lastOptions, lastPort);
+        return launch(m_lastOptions, m_lastPort);
     }
 
     /// Ends it as an operating system does at shutdown (SIGTERM). Its exit status; -1 when it did not run,
     /// crashed, or did not end by itself. output() and problem() are complete then.
     int stop()
     {
-        if (process.state() == QProcess::NotRunning)
+        if (m_process.state() == QProcess::NotRunning)
             return -1;
-        process.terminate();
-        const bool ended = process.waitForFinished(WaitMs);
+        m_process.terminate();
+        const bool ended = m_process.waitForFinished(WaitMs);
         if (!ended) {
-            process.kill();
-            process.waitForFinished();
+            m_process.kill();
+            m_process.waitForFinished();
         }
-        outputText += process.readAllStandardOutput();
-        return ended && process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+        m_outputText += m_process.readAllStandardOutput();
+        return ended && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
     }
 
     /// Stops it in the middle of whatever it does, without closing anything itself (SIGKILL).
     void kill()
     {
-        process.kill();
-        process.waitForFinished();
+        m_process.kill();
+        m_process.waitForFinished();
     }
 
     /// Gives it lines on standard input, and ends that input.
     void write(const QByteArray& lines)
     {
-        process.write(lines);
-        process.waitForBytesWritten(WaitMs);
+        m_process.write(lines);
+        m_process.waitForBytesWritten(WaitMs);
     }
-    void endInput() { process.closeWriteChannel(); }
+    void endInput() { m_process.closeWriteChannel(); }
 
-    quint16 port() const { return lastPort; }
-    qint64 processId() const { return process.processId(); }
+    quint16 port() const { return m_lastPort; }
+    qint64 processId() const { return m_process.processId(); }
 
     /// The processor time that it has used so far.
     qint64 processorMs() const
@@ -78,38 +78,38 @@ public:
     }
 
     /// "127.0.0.1:PORT"
-    QString device() const { return QStringLiteral("127.0.0.1:%1").arg(lastPort); }
+    QString device() const { return QStringLiteral("127.0.0.1:%1").arg(m_lastPort); }
 
     /// What it wrote on stdout since its start, and on stderr since the last call.
-    QByteArray output() const { return outputText; }
-    QByteArray problem() { return process.readAllStandardError(); }
+    QByteArray output() const { return m_outputText; }
+    QByteArray problem() { return m_process.readAllStandardError(); }
 
 private:
     static constexpr int WaitMs = 20000; ///< generous: sanitizers and busy machines
 
     bool launch(const QStringList& options, quint16 port)
     {
-        lastOptions = options;
-        lastPort = 0;
-        process.start(QStringLiteral("bash"),
-                      QStringList{QStringLiteral("-c"), preparation + QStringLiteral("\nexec \"$0\" \"$@\""),
-                                  QStringLiteral(SLAVESIM_FILE), QStringLiteral("--port"),
-                                  QString::number(port)} +
-                          options);
-        while (!process.canReadLine() && process.waitForReadyRead(WaitMs)) {
+        m_lastOptions = options;
+        m_lastPort = 0;
+        m_process.start(
+            QStringLiteral("bash"),
+            QStringList{QStringLiteral("-c"), m_preparation + QStringLiteral("\nexec \"$0\" \"$@\""),
+                        QStringLiteral(SLAVESIM_FILE), QStringLiteral("--port"), QString::number(port)} +
+                options);
+        while (!m_process.canReadLine() && m_process.waitForReadyRead(WaitMs)) {
         }
-        outputText = process.readLine();
+        m_outputText = m_process.readLine();
         static const QRegularExpression ready(
             QStringLiteral("^slavesim: listening on 127\\.0\\.0\\.1:([0-9]+)\n$"));
-        lastPort = ready.match(QString::fromLatin1(outputText)).captured(1).toUShort();
-        return lastPort != 0;
+        m_lastPort = ready.match(QString::fromLatin1(m_outputText)).captured(1).toUShort();
+        return m_lastPort != 0;
     }
 
-    QProcess process;
-    QString preparation;
-    QStringList lastOptions;
-    quint16 lastPort = 0;
-    QByteArray outputText;
+    QProcess m_process;
+    QString m_preparation;
+    QStringList m_lastOptions;
+    quint16 m_lastPort = 0;
+    QByteArray m_outputText;
 };
 
 #endif

@@ -114,7 +114,7 @@ private slots:
 
 private:
     void clear();
-    QByteArray good;
+    QByteArray m_good;
 };
 
 void tst_bad_databases::clear()
@@ -130,7 +130,7 @@ void tst_bad_databases::init()
 {
     clear();
     QVERIFY(ProjectFixture::create(ProjectFixture::usualPlace(), QStringList(QLatin1String("DO100"))));
-    good = content();
+    m_good = content();
 }
 
 void tst_bad_databases::contents_data()
@@ -141,17 +141,18 @@ void tst_bad_databases::contents_data()
     const int pageSize = 4096;
     const QByteArray junk(pageSize, '\xEE');
     // The pages are: schema, LINK, NODE, custom_tag_table.
-    QCOMPARE(good.size(), 4 * pageSize);
+    QCOMPARE(m_good.size(), 4 * pageSize);
     QTest::newRow("empty") << QByteArray() << noStation;
     QTest::newRow("one byte") << QByteArray("S") << noStation;
     QTest::newRow("text") << QByteArray("[project]\nname=Pump station 7\n").repeated(300) << noStation;
-    QTest::newRow("header alone") << good.left(100) << noStation;
-    QTest::newRow("cut in the first page") << good.left(pageSize / 2) << noStation;
-    QTest::newRow("cut behind the schema") << good.left(pageSize) << noStation;
-    QTest::newRow("cut behind the nodes") << good.left(3 * pageSize) << noStation; // SQLite looks at the size
-    QTest::newRow("schema damaged") << QByteArray(good).replace(0, pageSize, junk) << noStation;
-    QTest::newRow("nodes damaged") << QByteArray(good).replace(2 * pageSize, pageSize, junk) << noStation;
-    QTest::newRow("tags damaged") << QByteArray(good).replace(3 * pageSize, pageSize, junk) << noTable;
+    QTest::newRow("header alone") << m_good.left(100) << noStation;
+    QTest::newRow("cut in the first page") << m_good.left(pageSize / 2) << noStation;
+    QTest::newRow("cut behind the schema") << m_good.left(pageSize) << noStation;
+    QTest::newRow("cut behind the nodes")
+        << m_good.left(3 * pageSize) << noStation; // SQLite looks at the size
+    QTest::newRow("schema damaged") << QByteArray(m_good).replace(0, pageSize, junk) << noStation;
+    QTest::newRow("nodes damaged") << QByteArray(m_good).replace(2 * pageSize, pageSize, junk) << noStation;
+    QTest::newRow("tags damaged") << QByteArray(m_good).replace(3 * pageSize, pageSize, junk) << noTable;
 }
 
 void tst_bad_databases::contents()
@@ -171,12 +172,12 @@ void tst_bad_databases::contents()
 
     do { // until the time of change is another one than that of the bad content
         QTest::qWait(5);
-        QVERIFY(setContent(good));
+        QVERIFY(setContent(m_good));
         QCOMPARE(stat(file.constData(), &after), 0);
     } while (after.st_mtim.tv_nsec == before.st_mtim.tv_nsec);
     QCOMPARE(inPlace.fails(), QString());
 
-    QVERIFY(setContent(good, projectFile() + QLatin1String(".new")));
+    QVERIFY(setContent(m_good, projectFile() + QLatin1String(".new")));
     QCOMPARE(std::rename(nameOf(projectFile() + QLatin1String(".new")).constData(), file.constData()), 0);
     QCOMPARE(byRename.fails(), QString());
 }
@@ -184,12 +185,12 @@ void tst_bad_databases::contents()
 void tst_bad_databases::failingCostsNothingThatStays()
 {
     Panel panel;
-    QVERIFY(setContent(good.left(4096)));
+    QVERIFY(setContent(m_good.left(4096)));
     QCOMPARE(panel.fails(), QString::fromLatin1(noStation));
     const int filesBefore = openFiles();
     const int connectionsBefore = QSqlDatabase::connectionNames().size();
     for (int i = 0; i < 200; ++i) {
-        QVERIFY(setContent(i % 2 ? good.left(4096) : QByteArray("S")));
+        QVERIFY(setContent(i % 2 ? m_good.left(4096) : QByteArray("S")));
         QCOMPARE(panel.fails(), QString::fromLatin1(noStation));
     }
     QCOMPARE(openFiles(), filesBefore);
@@ -204,7 +205,7 @@ void tst_bad_databases::mendedWhileAnotherThreadIsAtWork()
     QString before, after;
     std::thread([&] {
         before = panel.fails();
-        setContent(good);
+        setContent(m_good);
         after = panel.fails();
     }).join();
     QCOMPARE(before, QString::fromLatin1(noStation));
@@ -241,7 +242,7 @@ void tst_bad_databases::directoryInItsPlace()
     }
     QVERIFY(QDir().rmdir(projectFile()));
     QCOMPARE(panel.fails(), QString::fromLatin1(noStation));
-    QVERIFY(setContent(good));
+    QVERIFY(setContent(m_good));
     QCOMPARE(panel.fails(), QString());
 }
 
@@ -279,17 +280,17 @@ void tst_bad_databases::lockedByAWriter()
 void tst_bad_databases::walInAReadOnlyPlace()
 {
     // Both numbers at byte 18 are 2 when the file is in WAL mode; its log is empty and gone.
-    QVERIFY(setContent(QByteArray(good).replace(18, 2, "\2\2")));
+    QVERIFY(setContent(QByteArray(m_good).replace(18, 2, "\2\2")));
     const QByteArray folder = nameOf(QFileInfo(projectFile()).path());
     QCOMPARE(chmod(folder.constData(), 0555), 0);
     const WithoutPrivileges likeAnyone;
     Panel once, again;
     QCOMPARE(once.fails(), QString::fromLatin1(noStation));
     QCOMPARE(again.fails(), QString::fromLatin1(noStation));
-    QVERIFY(setContent(good)); // out of WAL mode
+    QVERIFY(setContent(m_good)); // out of WAL mode
     QCOMPARE(once.fails(), QString());
 
-    QVERIFY(setContent(QByteArray(good).replace(18, 2, "\2\2")));
+    QVERIFY(setContent(QByteArray(m_good).replace(18, 2, "\2\2")));
     QCOMPARE(again.fails(), QString::fromLatin1(noStation));
     QCOMPARE(chmod(folder.constData(), 0755), 0); // where SQLite can put its log
     QCOMPARE(again.fails(), QString());
@@ -352,7 +353,7 @@ void tst_bad_databases::rowsWithoutEnd()
     QCOMPARE(panel.driver.readDB(&panel.link, QString()), error.isEmpty());
     if (!error.isEmpty())
         QCOMPARE(panel.driver.getLastError(), error);
-    QVERIFY(setContent(good));
+    QVERIFY(setContent(m_good));
     QCOMPARE(panel.fails(), QString());
 }
 

@@ -24,7 +24,7 @@ class tst_bit_tag : public QObject
 {
     Q_OBJECT
 
-    QRegExp qualified;
+    QRegExp m_qualified;
 
     /// "station area address", empty for no bit tag.
     static QString described(unsigned int station, bool isInput, unsigned int address)
@@ -38,8 +38,8 @@ class tst_bit_tag : public QObject
     QString read(const QString& text) const
     {
         BitTag tag;
-        return readBitTag(text, 7, qualified, tag) ? described(tag.station, tag.isInput, tag.address)
-                                                   : QString();
+        return readBitTag(text, 7, m_qualified, tag) ? described(tag.station, tag.isInput, tag.address)
+                                                     : QString();
     }
 
     static unsigned int addressIn(const QString& text)
@@ -60,17 +60,17 @@ class tst_bit_tag : public QObject
             return described(7, true, addressIn(text));
         if (text.startsWith(QLatin1String("DO"), Qt::CaseInsensitive))
             return described(7, false, addressIn(text));
-        if (qualified.indexIn(text) != 0)
+        if (m_qualified.indexIn(text) != 0)
             return QString();
-        return described(qualified.cap(1).toUInt(),
-                         qualified.cap(2).toUpper().startsWith(QLatin1String("DI")),
-                         static_cast<unsigned int>(qualified.cap(3).toInt()) - 1);
+        return described(m_qualified.cap(1).toUInt(),
+                         m_qualified.cap(2).toUpper().startsWith(QLatin1String("DI")),
+                         static_cast<unsigned int>(m_qualified.cap(3).toInt()) - 1);
     }
 
 private slots:
     void initTestCase()
     {
-        qualified = QRegExp(QLatin1String("^(\\d+)-((?:FN5)?DO|DI)(\\d+)"), Qt::CaseInsensitive);
+        m_qualified = QRegExp(QLatin1String("^(\\d+)-((?:FN5)?DO|DI)(\\d+)"), Qt::CaseInsensitive);
     }
 
     void reads_as_the_rules_say()

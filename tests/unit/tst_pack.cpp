@@ -10,14 +10,14 @@ class Memory
 public:
     explicit Memory(const QByteArray& content = QByteArray())
     {
-        std::memset(bytes, 0xEE, sizeof bytes);
+        std::memset(m_bytes, 0xEE, sizeof m_bytes);
         std::memcpy(at(0), content.constData(), static_cast<size_t>(content.size()));
     }
-    unsigned char* at(int index) { return bytes + 1 + index; }
+    unsigned char* at(int index) { return m_bytes + 1 + index; }
     QByteArray hexOf(int size) { return QByteArray(reinterpret_cast<char*>(at(0)), size).toHex(); }
 
 private:
-    unsigned char bytes[65];
+    unsigned char m_bytes[65];
 };
 
 // Packs with the caller's list, into memory and into an array.
