@@ -13,6 +13,11 @@ namespace slavesim {
 static constexpr std::size_t LongestLine = 1000;
 static constexpr std::size_t PipeCapacity = 65536;
 
+Control::Control(Slave& slave) : m_slave(slave)
+{
+    m_line.reserve(LongestLine + 1); // so that no line fails for want of memory
+}
+
 pollfd Control::waitsFor() const
 {
     return {m_isOpen ? STDIN_FILENO : -1, POLLIN, 0};

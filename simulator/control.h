@@ -14,7 +14,7 @@ class Control
 {
 public:
     /// slave outlives it.
-    explicit Control(Slave& slave) : m_slave(slave) {}
+    explicit Control(Slave& slave);
 
     /// What poll() is to wait for; at the end of the input for nothing.
     pollfd waitsFor() const;

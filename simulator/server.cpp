@@ -47,10 +47,14 @@ void Server::run()
             m_control->obey();
         const bool clientHasCome = m_waits[ListenerWait].revents != 0;
         serveSessions();
-        if (m_acceptsAgainAt)
-            acceptAgain();
-        else if (clientHasCome)
-            acceptClient();
+        try {
+            if (m_acceptsAgainAt)
+                acceptAgain();
+            else if (clientHasCome)
+                acceptClient();
+        } catch (const std::bad_alloc&) {
+            m_acceptsAgainAt = Clock::now() + PauseWhenShort;
+        }
     }
 }
 
@@ -105,36 +109,27 @@ Session::Next Server::serve(Session& session, short events)
 
 void Server::acceptClient()
 {
-    try {
+    Endpoint client;
+    Descriptor accepted = acceptFrom(m_listener, client);
+    if (accepted.isOpen()) {
         if (m_sessions.size() >= MostClients)
             closeMostSilent();
-        Endpoint client;
-        Descriptor accepted = acceptFrom(m_listener, client);
-        if (accepted.isOpen())
-            m_sessions.emplace_back(std::move(accepted), client, m_slave);
-        else if (errno == EMFILE && !m_sessions.empty())
-            closeMostSilent(); // the client is still waiting when poll() looks next
-        else if (errno != EAGAIN)
-            m_acceptsAgainAt = Clock::now() + PauseWhenShort;
-    } catch (const std::bad_alloc&) {
+        m_sessions.emplace_back(std::move(accepted), client, m_slave);
+    } else if (errno == EMFILE && !m_sessions.empty()) {
+        closeMostSilent(); // the client is still waiting when poll() looks next
+    } else if (errno != EAGAIN) {
         m_acceptsAgainAt = Clock::now() + PauseWhenShort;
-        if (!m_sessions.empty())
-            m_sessions.erase(mostSilent());
     }
-}
-
-std::list<Session>::iterator Server::mostSilent()
-{
-    return std::min_element(
-        m_sessions.begin(), m_sessions.end(),
-        [](const Session& one, const Session& other) { return one.lastHeard() < other.lastHeard(); });
 }
 
 void Server::closeMostSilent()
 {
-    const auto session = mostSilent();
-    m_slave.log(session->clientText() + " closed, silent for longest and its place is needed");
-    m_sessions.erase(session);
+    const auto mostSilent =
+        std::min_element(m_sessions.begin(), m_sessions.end(), [](const Session& one, const Session& other) {
+            return one.lastHeard() < other.lastHeard();
+        });
+    m_slave.log(mostSilent->clientText() + " closed, silent for longest and its place is needed");
+    m_sessions.erase(mostSilent);
 }
 
 /// The port is bound again at once, so that nobody else takes it.
@@ -145,7 +140,7 @@ void Server::refuseClients()
     m_acceptsAgainAt = Clock::now() + std::chrono::milliseconds(m_options.refuseMs);
     try {
         m_listener = bindTo(m_address);
-    } catch (const std::runtime_error&) {
+    } catch (const std::exception&) {
         // acceptAgain() tries again, and says why not.
     }
 }

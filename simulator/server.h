@@ -39,7 +39,6 @@ private:
     void serveSessions();
     Session::Next serve(Session& session, short events);
     void acceptClient();
-    std::list<Session>::iterator mostSilent();
     void closeMostSilent();
     void refuseClients();
     void acceptAgain();

@@ -121,9 +121,10 @@ Descriptor acceptFrom(const Descriptor& listener, Endpoint& client)
     socklen_t length = sizeof address;
     Descriptor accepted(
         ::accept4(listener.number(), general(address), &length, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (!accepted.isOpen())
+        return accepted;
     const int on = 1;
-    if (accepted.isOpen())
-        ::setsockopt(accepted.number(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+    ::setsockopt(accepted.number(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
     client = endpointOf(address);
     return accepted;
 }
