@@ -15,67 +15,99 @@ class DriverSetting;
 /// The contract between the runtime and a driver.
 ///
 /// The runtime is built apart from the drivers and calls through the virtual table: the order of the
-/// operations is part of the contract and never changes. One driver object is called from one thread at a
-/// time. No operation throws. Pointers to settings that an operation returns are new objects which the
-/// caller deletes.
+/// operations is part of the contract and never changes. The runtime gets a driver object from the plug-in,
+/// asks it what it is and what it can do (name() to getBitBlockAccessSize()), and from then on hands it
+/// commands: read() or write(), then hasError() and getLastError(). One driver object is called from one
+/// thread at a time. No operation throws. Pointers to settings that an operation returns are new objects
+/// which the caller deletes.
+///
+/// Operations without a body are every driver's to answer; the others have an answer that does for most.
 class DriverInterface
 {
 public:
     virtual ~DriverInterface() {}
 
-    /// Number of addressable units of the device, for the runtime's tag editor.
+    /// Number of addressable units of the device, for the runtime's tag editor. A driver without such a limit
+    /// returns any large number.
     virtual int totalSize() = 0;
 
-    /// Writes command.count elements from data (see CommandDataType for the layout). Data shorter than the
-    /// command counts as padded with zero bytes, longer data as cut. Returns true on success; on failure
-    /// hasError() and getLastError() tell why.
+    /// Writes command.count elements from data, which is laid out as CommandDataType says. Called for each
+    /// write of the panel, with the link to the device, connected or not; blocks until the device has
+    /// answered or all attempts have failed. Of bytes, words and double words, data that is shorter than the
+    /// command counts as padded with zero bytes, longer data as cut; data of bits is taken as it is. Returns
+    /// true on success; on failure hasError() and getLastError() tell why.
     virtual bool write(AbstractDeviceInterface* device, const CommunicatorCommand& command,
                        const QByteArray& data) = 0;
 
-    /// Reads command.count elements. Returns their bytes (see CommandDataType for the layout); on failure
-    /// an empty array, and hasError() and getLastError() tell why.
+    /// Reads command.count elements. Called for each read of the panel, otherwise as write(). Returns the
+    /// elements' bytes, laid out as CommandDataType says; on failure an empty array, and hasError() and
+    /// getLastError() tell why.
     virtual QByteArray read(AbstractDeviceInterface* device, const CommunicatorCommand& command) = 0;
 
+    /// Called once for each link, ahead of its first command, for what a driver has to do only once; device
+    /// may be null. Returns whether the driver can work. A driver with nothing to do returns true.
     virtual bool initialize(AbstractDeviceInterface* device) = 0;
+
+    /// Whether the driver accepts a text that was entered for it, such as a licence. A driver that knows no
+    /// such texts returns false.
     virtual bool validation(const QString& text) = 0;
+
+    /// Who the driver is, for the lists that an engineer chooses from: the protocol, who makes it, and its
+    /// version such as "1.0.0". Called after loading; a driver that does not care leaves the answer.
     virtual QString name() { return QLatin1String("Not Assigned"); }
     virtual QString vender() { return QLatin1String("Not Assigned"); }
     virtual QString getVersionNumber() { return QLatin1String("Not Assigned"); }
 
-    /// The link settings to start from; the caller deletes the record.
+    /// The link settings that a new link begins with; the caller deletes the record. A driver over TCP, too,
+    /// returns a record, whose serial parameters nobody uses.
     virtual DeviceSetting* getDefaultSerialDeviceSetting() = 0;
 
-    /// The protocol settings to start from; the caller deletes the record.
+    /// The protocol settings that a new link begins with: timeout, retries, station, pause. The caller
+    /// deletes the record.
     virtual DriverSetting* getDefaultDriverSetting() = 0;
 
-    /// The link settings to start from as one text: serial parameters, or the TCP port.
+    /// The link settings of a new link as one text: serial parameters, or the decimal TCP port.
     virtual QString getStringBasedDefaultDriverSetting() { return QLatin1String("RS232,9600,EVEN,7,1"); }
 
+    /// Which kinds of link the driver works over, as the runtime's flags: 0x100 is TCP.
     virtual int supportedCommunicationFlags() = 0;
+
+    /// Called when somebody switches the driver's diagnostics on or off. A driver without any does nothing.
     virtual void setDebugMode(bool on) = 0;
 
-    /// Largest number of registers that the runtime shall put into one command.
+    /// Largest number of registers, 1 or more, that the runtime shall put into one command. It divides larger
+    /// reads and writes by it; the driver never does.
     virtual int getBlockAccessSize() = 0;
 
-    /// Largest number of bits that the runtime shall put into one command.
+    /// The same in bits, for commands of bits.
     virtual int getBitBlockAccessSize() = 0;
 
-    /// Whether the last command failed.
+    /// Whether the last command failed. Called after each command.
     virtual bool hasError() = 0;
 
-    /// Text of the last failure; it stays when a later command succeeds.
+    /// Text of the last failure, for the operator; it stays when a later command succeeds.
     virtual QString getLastError() = 0;
 
+    /// The driver as a QObject, by which the runtime casts and deletes it. Never null.
     virtual QObject* getThisObject() = 0;
+
+    /// Whether the driver wants to know ahead which commands a screen of the panel will repeat. Only such a
+    /// driver gets the two calls that follow, when a screen opens and when it closes.
     virtual bool isSupportSessionCommand() { return false; }
     // By value, as the runtime's virtual table has it. NOLINTNEXTLINE(performance-unnecessary-value-param)
     virtual void setSessionCommand(QList<CommunicatorCommand> commands) { Q_UNUSED(commands) }
     virtual void clearSessionCommand() {}
+
+    /// Called when somebody has changed a link's settings. Returns whether the driver can go on with them;
+    /// one that reads them from the link whenever it needs them returns true.
     virtual bool deviceSettingChanged(const DeviceSetting* setting)
     {
         Q_UNUSED(setting)
         return true;
     }
+
+    /// Whether commands can go to the device at once. A driver over a connection returns
+    /// device->isConnected(), one without connections true.
     virtual bool isConnected(AbstractDeviceInterface* device)
     {
         Q_UNUSED(device)
