@@ -1,28 +1,6 @@
 #include "modbus_bit_set.h"
 
 #include <algorithm>
-#include <bitset>
-
-namespace {
-
-const size_t addresses = 65536;
-
-// From about here on, marking each address that occurs is quicker than comparing.
-const size_t largeSet = 2048;
-
-void sortByMarking(UShortVector& set)
-{
-    std::bitset<addresses> marked;
-    for (size_t i = 0; i < set.size(); ++i)
-        marked.set(set[i]);
-    set.clear();
-    for (size_t address = 0; address < addresses; ++address) {
-        if (marked.test(address))
-            set.push_back(static_cast<unsigned short>(address));
-    }
-}
-
-} // namespace
 
 int ModbusBitSet::setContains(UShortVector& set, int l, ushort value)
 {
@@ -35,10 +13,6 @@ int ModbusBitSet::setContains(UShortVector& set, int l, ushort value)
 
 void ModbusBitSet::setSort(UShortVector& set)
 {
-    if (set.size() >= largeSet) {
-        sortByMarking(set);
-        return;
-    }
     std::sort(set.begin(), set.end());
     set.erase(std::unique(set.begin(), set.end()), set.end());
 }

@@ -15,7 +15,7 @@ public:
     /// set's size. l is 0 or more. A walk over rising addresses passes the index after its last hit.
     static int setContains(UShortVector& set, int l, ushort value);
 
-    /// Sorts ascending and drops duplicates, in a time that grows with the size only.
+    /// Sorts ascending and drops duplicates.
     static void setSort(UShortVector& set);
 
     int DOSetContains(ushort value);

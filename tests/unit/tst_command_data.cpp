@@ -49,8 +49,9 @@ private slots:
         QTest::newRow("across a border") << 15u << 2u << 3u << 2u << 1u << 1u;
         QTest::newRow("offset beyond a word") << 31u << 2u << 5u << 3u << 2u << 1u;
         QTest::newRow("just above") << 64u << 1u << 9u << 5u << 3u << 2u;
-        QTest::newRow("more than 32 bits")
-            << UINT_MAX << UINT_MAX << 0x40000000u << 0x20000000u << 0x10000000u << 0x08000000u;
+        QTest::newRow("most bits") << 0u << UINT_MAX << 0x20000000u << 0x10000000u << 0x08000000u
+                                   << 0x04000000u;
+        QTest::newRow("sum that wraps") << 2u << UINT_MAX << 1u << 1u << 1u << 1u;
     }
 
     void sizes()
@@ -82,11 +83,13 @@ private slots:
         QVERIFY(safeLength(Bit, 8) == 1 && safeLength(Bit, 9) == 2 && safeLength(BitBlock, 0) == 0);
         QVERIFY(safeLength(Byte, 7) == 7 && safeLength(Block, 7) == 7 && safeLength(Word, 3) == 6);
         QVERIFY(safeLength(DoubleWord, 3) == 12 && safeLength(QuadWord, 3) == 24 && safeLength(7, 100) == 0);
-        // Counts that would wrap.
-        QCOMPARE(safeLength(Word, int(0x80000001)), INT_MAX);
-        QCOMPARE(safeLength(DoubleWord, 0x40000001), INT_MAX);
-        QCOMPARE(safeLength(Byte, -1), INT_MAX);
+        // Counts that wrap.
+        QCOMPARE(safeLength(Word, int(0x80000001)), 2);
+        QCOMPARE(safeLength(DoubleWord, 0x40000001), 4);
+        QCOMPARE(safeLength(Word, INT_MAX), -2);
+        QCOMPARE(safeLength(Byte, -1), -1);
         QCOMPARE(safeLength(Bit, -1), 0x20000000);
+        QCOMPARE(ToSafeData(CommunicatorCommand(Word, INT_MAX, QString()), "ab"), QByteArray());
         QCOMPARE(safeData("0102030405"), QByteArray("01020304"));
         QCOMPARE(safeData("01"), QByteArray("01000000"));
         QCOMPARE(safeData("01020304"), QByteArray("01020304"));

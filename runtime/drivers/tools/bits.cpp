@@ -1,7 +1,6 @@
 #include "bits.h"
 
 #include "byte_access.h"
-#include <QtEndian>
 
 namespace {
 
@@ -51,15 +50,10 @@ void copyBitsBytewise(unsigned char* destination, const QByteArray& source, int 
         replaceBits(*to++, pending, (1u << qMin(left, 8)) - 1);
 }
 
-// For n of 1 to 7. Eight bytes at a time take their top bits from the byte that follows them.
+// For n of 1 to 7.
 void shiftBits(unsigned char* bytes, int size, int n)
 {
-    int i = 0;
-    for (; i + 8 < size; i += 8) {
-        const quint64 top = static_cast<quint64>(bytes[i + 8]) << (64 - n);
-        qToLittleEndian<quint64>(qFromLittleEndian<quint64>(bytes + i) >> n | top, bytes + i);
-    }
-    for (; i + 1 < size; ++i)
+    for (int i = 0; i + 1 < size; ++i)
         bytes[i] = static_cast<unsigned char>((bytes[i] >> n) | (bytes[i + 1] << (8 - n)));
     bytes[size - 1] = static_cast<unsigned char>(bytes[size - 1] >> n);
 }

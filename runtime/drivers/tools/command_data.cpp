@@ -2,18 +2,12 @@
 
 #include "byte_access.h"
 #include "communicator_command.h"
-#include <climits>
 
 namespace {
 
-unsigned int roundedUp(quint64 number, unsigned int unit)
+unsigned int roundedUp(unsigned int number, unsigned int unit)
 {
-    return static_cast<unsigned int>((number + unit - 1) / unit);
-}
-
-unsigned int unitsForBits(unsigned int offset, unsigned int bits, unsigned int unit)
-{
-    return roundedUp(static_cast<quint64>(offset) + bits, unit);
+    return number / unit + (number % unit != 0 ? 1 : 0);
 }
 
 QByteArray paddedTo(const QByteArray& data, int unit)
@@ -23,25 +17,6 @@ QByteArray paddedTo(const QByteArray& data, int unit)
     if (rest != 0)
         resizeZeroFilled(result, data.size() + unit - rest);
     return result;
-}
-
-quint64 bitsPerElement(CommandDataType type)
-{
-    switch (type) {
-    case Bit:
-    case BitBlock:
-        return 1;
-    case Byte:
-    case Block:
-        return 8;
-    case Word:
-        return 16;
-    case DoubleWord:
-        return 32;
-    case QuadWord:
-        return 64;
-    }
-    return 0;
 }
 
 } // namespace
@@ -73,17 +48,17 @@ bool isBlockCommand(const CommunicatorCommand& command)
 
 unsigned int NumOfBitsToNumOfBytes(unsigned int offset, unsigned int bits)
 {
-    return unitsForBits(offset, bits, 8);
+    return roundedUp(offset + bits, 8);
 }
 
 unsigned int NumOfBitsToNumOfWords(unsigned int offset, unsigned int bits)
 {
-    return unitsForBits(offset, bits, 16);
+    return roundedUp(offset + bits, 16);
 }
 
 unsigned int NumOfBitsToNumOfDWords(unsigned int offset, unsigned int bits)
 {
-    return unitsForBits(offset, bits, 32);
+    return roundedUp(offset + bits, 32);
 }
 
 unsigned int NumOfBytesToNumOfWords(unsigned int bytes)
@@ -118,14 +93,27 @@ QByteArray To64bitsData(const QByteArray& data)
 
 int GetSafeDataLen(const CommunicatorCommand& command)
 {
-    const quint64 bits = bitsPerElement(command.dataType) * static_cast<unsigned int>(command.count);
-    const quint64 bytes = (bits + 7) / 8;
-    return bytes > INT_MAX ? INT_MAX : static_cast<int>(bytes);
+    const unsigned int count = static_cast<unsigned int>(command.count);
+    switch (command.dataType) {
+    case Bit:
+    case BitBlock:
+        return static_cast<int>(NumOfBitsToNumOfBytes(0, count));
+    case Byte:
+    case Block:
+        return command.count;
+    case Word:
+        return static_cast<int>(count * 2);
+    case DoubleWord:
+        return static_cast<int>(count * 4);
+    case QuadWord:
+        return static_cast<int>(count * 8);
+    }
+    return 0;
 }
 
 QByteArray ToSafeData(const CommunicatorCommand& command, const QByteArray& data)
 {
     QByteArray result(data);
-    resizeZeroFilled(result, GetSafeDataLen(command));
+    resizeZeroFilled(result, qMax(0, GetSafeDataLen(command)));
     return result;
 }

@@ -12,8 +12,10 @@ Q_DECL_EXPORT bool isWordCommand(const CommunicatorCommand& command);
 Q_DECL_EXPORT bool isDoubleWordCommand(const CommunicatorCommand& command);
 Q_DECL_EXPORT bool isBlockCommand(const CommunicatorCommand& command);
 
-/// How many bytes, words of 16 or double words of 32 bits hold the bits 0 to offset + bits - 1. The sum does
-/// not wrap.
+// The sizes are unsigned 32-bit arithmetic: sums and products wrap. Test a count that comes from outside
+// before it goes in.
+
+/// How many bytes, words of 16 or double words of 32 bits hold the bits 0 to offset + bits - 1.
 Q_DECL_EXPORT unsigned int NumOfBitsToNumOfBytes(unsigned int offset, unsigned int bits);
 Q_DECL_EXPORT unsigned int NumOfBitsToNumOfWords(unsigned int offset, unsigned int bits);
 Q_DECL_EXPORT unsigned int NumOfBitsToNumOfDWords(unsigned int offset, unsigned int bits);
@@ -29,14 +31,15 @@ Q_DECL_EXPORT QByteArray To16bitsData(const QByteArray& data);
 Q_DECL_EXPORT QByteArray To32bitsData(const QByteArray& data);
 Q_DECL_EXPORT QByteArray To64bitsData(const QByteArray& data);
 
-/// Bytes of data that the command covers: a bit takes an eighth, rounded up in the sum. An unknown type
-/// covers none. The count is taken as unsigned and the result stops at INT_MAX, so that a count which no
-/// request can carry never looks like a small one.
+/// Bytes of data that the command covers: 1, 2, 4 or 8 for each element, for bits an eighth of the count
+/// rounded up. The count is taken as unsigned, an unknown type covers none. A count that no request can carry
+/// may wrap to a small or a negative number.
 Q_DECL_EXPORT int GetSafeDataLen(const CommunicatorCommand& command);
 
-/// The data of a write command in exactly GetSafeDataLen bytes: what is too long loses its end, what is too
-/// short gets zero bytes appended, and data of the right size comes back unchanged. It is as large as the
-/// command claims: refuse a count that no request can carry before, not after.
+/// The data of a write command in exactly GetSafeDataLen bytes (none if that is negative): what is too long
+/// loses its end, what is too short gets zero bytes appended, and data of the right size comes back
+/// unchanged. Memory is taken for as many bytes as the command claims: refuse a count that no request can
+/// carry before.
 Q_DECL_EXPORT QByteArray ToSafeData(const CommunicatorCommand& command, const QByteArray& data);
 
 #endif

@@ -1,34 +1,20 @@
 #include "text.h"
 
+#include "characters.h"
 #include <cerrno>
 #include <csignal>
 #include <sys/types.h>
 
-namespace {
-
-int hexDigit(char c)
-{
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
-
-bool hasHexPrefix(const char* text, int length)
+static bool hasHexPrefix(const char* text, int length)
 {
     return length >= 2 && text[0] == '0' && (text[1] == 'x' || text[1] == 'X');
 }
-
-} // namespace
 
 unsigned int HexToUInt(const char* text, int length)
 {
     unsigned int number = 0;
     for (int i = hasHexPrefix(text, length) ? 2 : 0; i < length && text[i] != '\0'; ++i) {
-        const int digit = hexDigit(text[i]);
+        const int digit = digitValue(text[i]);
         if (digit < 0)
             return 0;
         number = number << 4 | static_cast<unsigned int>(digit);
@@ -38,8 +24,7 @@ unsigned int HexToUInt(const char* text, int length)
 
 bool ProcessIsRunning(long long pid)
 {
-    const pid_t id = static_cast<pid_t>(pid);
-    return id == pid && (kill(id, 0) == 0 || errno == EPERM);
+    return kill(static_cast<pid_t>(pid), 0) == 0 || errno == EPERM;
 }
 
 QString dumpByteArray(const QByteArray& bytes)

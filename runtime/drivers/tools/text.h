@@ -10,8 +10,8 @@
 /// length; the text need not end in a zero byte.
 Q_DECL_EXPORT unsigned int HexToUInt(const char* text, int length);
 
-/// Whether a process with this id exists, also one of another user. 0 and negative ids mean groups of
-/// processes, as for kill(2).
+/// Whether a process with this id exists, also one of another user. pid goes to kill(2) as a pid_t: 0 and
+/// negative ids mean groups of processes, bits above the width of a pid_t are lost.
 Q_DECL_EXPORT bool ProcessIsRunning(long long pid);
 
 /// The bytes for a log line: "(", each byte as "0X" with lower-case hexadecimal digits, no leading zero and a
