@@ -24,7 +24,7 @@ double processorSeconds()
     return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
-/// Tags of all kinds that a project has: bits with and without a station, registers, in no order.
+/// Tags as projects have them: bits and registers in no order, one in fifty with a station.
 class MixedTags
 {
 public:
@@ -33,10 +33,12 @@ public:
     template<typename Visit>
     void forEach(Visit visit) const
     {
-        static const char* const forms[] = {"DI%1", "DO%1",   "FN5DO%1", "2-DI%1",  "HR%1",
-                                            "IR%1", "3-DO%1", "1-HR%1",  "FN6HR%1", "di%1"};
-        for (int i = 0; i < m_count; ++i)
-            visit(QString::fromLatin1(forms[i % 10]).arg(1 + (i * 7919LL) % 65536));
+        static const char* const forms[] = {"DI%1", "DO%1", "FN5DO%1", "HR%1", "IR%1",
+                                            "DO%1", "HR%1", "FN6HR%1", "di%1", "DI%1"};
+        for (int i = 0; i < m_count; ++i) {
+            const QString address = QString::fromLatin1(forms[i % 10]).arg(1 + (i * 7919LL) % 65536);
+            visit(i % 50 == 0 ? QStringLiteral("2-") + address : address);
+        }
     }
 
 private:

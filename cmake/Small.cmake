@@ -6,20 +6,18 @@ include(CheckCXXCompilerFlag)
 # without the detour that would allow it. The panel's compiler may be too old to be told.
 check_cxx_compiler_flag(-fno-semantic-interposition HAVE_NO_SEMANTIC_INTERPOSITION)
 
-# keep_small(target sources...): builds the target for speed, but without what makes code larger and no command
-# faster, and those of its sources that run rarely for size. Nothing in a driver throws or catches, so no call needs
-# code that cleans up behind it.
+# keep_small(target): builds the target for speed, but without what makes code larger and no command faster.
+# Nothing in a driver throws or catches, so no call needs code that cleans up behind it.
 function(keep_small target)
-  set(for_speed -O2 -fno-exceptions -fno-align-functions)
+  set(for_speed -O2 -fno-exceptions -fno-asynchronous-unwind-tables -fno-align-functions)
   if(HAVE_NO_SEMANTIC_INTERPOSITION)
     list(APPEND for_speed -fno-semantic-interposition)
   endif()
   target_compile_options(${target} PRIVATE "$<$<CONFIG:Release>:${for_speed}>")
   target_compile_definitions(${target} PRIVATE "$<$<CONFIG:Release>:QT_NO_EXCEPTIONS>")
-  set_source_files_properties(${ARGN} PROPERTIES COMPILE_OPTIONS "$<$<CONFIG:Release>:-Os>")
 endfunction()
 
-# link_small(module): calls inside the module go straight to their target, and its parts lie side by side in the file.
+# link_small(module): calls inside the module go straight to their target.
 function(link_small module)
-  target_link_options(${module} PRIVATE -Wl,-Bsymbolic-functions -Wl,-z,noseparate-code -Wl,--as-needed)
+  target_link_options(${module} PRIVATE -Wl,-Bsymbolic-functions -Wl,--as-needed)
 endfunction()

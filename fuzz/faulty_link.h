@@ -134,7 +134,7 @@ inline int FaultyLink::writeData(const char* data, int length)
 
 inline void FaultyLink::checkRequest(const QByteArray& frame)
 {
-    CHECK(frame.size() >= 12 && frame.size() <= 260);
+    CHECK(frame.size() >= 12 && frame.size() <= 13 + 255);
     m_transaction = (m_transaction + 1) & 0xFFFF;
     CHECK(big16(frame, 0) == m_transaction && m_driver.getTID() == m_transaction);
     CHECK(big16(frame, 2) == 0 && big16(frame, 4) == frame.size() - 6);

@@ -48,12 +48,12 @@ Value oneOf(const Value (&values)[Size], int choice)
     return values[static_cast<std::size_t>(choice) % Size];
 }
 
-/// Counts that a panel has, and those around limits and the ends of 32 bits. Those between would be granted
-/// by byte reads of sparse areas, at hundreds of megabytes a try.
+/// Counts that a panel has, and the ends of 32 bits. Byte reads of sparse areas grant those between, at
+/// gigabytes a try.
 int takeCount(Input& input)
 {
-    static const int odd[] = {-1,         INT_MAX,    INT_MIN,    0x10000000, 0x20000001,
-                              0x40000000, 0x40000001, -0x7FFFFFF, -0x7FFFFFFF};
+    static const int odd[] = {-1,          INT_MAX,     INT_MIN,    INT_MAX - 1, INT_MAX - 2,
+                              INT_MIN + 1, INT_MIN / 2, -0x7FFFFFF, -0x7FFFFFFF};
     const int choice = input.byte();
     if (choice < 200)
         return choice;

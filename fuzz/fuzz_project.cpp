@@ -79,7 +79,8 @@ void tryInput(Input& input)
             CHECK(data.isEmpty() || data.size() == 3000);
         }
         replaceProject(goodProject);
-        CHECK(loads(driver));
+        DriverModbusTcpSlave next;
+        CHECK(loads(next));
     }
     forgetConnections();
 }

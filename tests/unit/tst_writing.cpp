@@ -32,6 +32,7 @@ private slots:
     void requests();
     void limits_data();
     void limits();
+    void oddRegisterDataRefused();
     void hugeCommandsCostNothing_data();
     void hugeCommandsCostNothing();
     void badEchoes_data();
@@ -149,6 +150,18 @@ void tst_writing::limits()
     QCOMPARE(driver.hasError() ? driver.getLastError().section(QLatin1String("> "), 1) : QString(), error);
     if (!error.isEmpty())
         QVERIFY(link.sent.isEmpty() || link.requests() == QStringList(QLatin1String("0000000601030000007c")));
+}
+
+/// The check counts a half register up, the message does not count it.
+void tst_writing::oddRegisterDataRefused()
+{
+    DriverModbusTcpSlave driver;
+    EchoingLink link;
+    QVERIFY(!driver.writeWords(&link, 0, QByteArray(247, '\1')));
+    QCOMPARE(driver.getLastError(), QString::fromLatin1("can't write 123 words to HR1"));
+    QVERIFY(!driver.writeWords(&link, 65535, QByteArray(3, '\1')));
+    QCOMPARE(driver.getLastError(), QString::fromLatin1("can't write 1 words to HR65536"));
+    QVERIFY(link.sent.isEmpty());
 }
 
 void tst_writing::hugeCommandsCostNothing_data()

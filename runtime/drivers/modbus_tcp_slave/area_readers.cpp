@@ -1,36 +1,18 @@
 #include "modbus_tcp_slave.h"
 
-#include "error_text.h"
+#include "area_prefix.h"
 #include "tools.h"
-
-#include <cstring>
 
 using namespace modbus_tcp;
 
 namespace {
 
-const int DataOffset = 9; ///< of a read response: header, function code, byte count
-
-/// Room for the largest read response, of which as much as is expected is zeroed, so that nothing of an
-/// earlier one can show through.
-struct ReadResponse
-{
-    explicit ReadResponse(int dataLength) : length(DataOffset + dataLength)
-    {
-        memset(bytes, 0, static_cast<size_t>(length));
-    }
-    const unsigned char* data() const { return reinterpret_cast<const unsigned char*>(bytes) + DataOffset; }
-
-    const int length;
-    char bytes[ReceiveBufferLength];
-};
-
-inline unsigned char registerFunctionCode(const QByteArray& prefix)
+unsigned char registerFunctionCode(const QByteArray& prefix)
 {
     return beginsWith(prefix, "HR") || beginsWith(prefix, "FN6HR") ? 3 : 4;
 }
 
-inline unsigned char bitFunctionCode(const QByteArray& prefix)
+unsigned char bitFunctionCode(const QByteArray& prefix)
 {
     return beginsWith(prefix, "DO") || beginsWith(prefix, "FN5DO") ? 1 : 2;
 }
@@ -46,41 +28,42 @@ bool fitsRequest(unsigned short address, quint64 quantity, int limit)
     return quantity <= static_cast<quint64>(limit) && address + quantity <= AddressSpace;
 }
 
-QString latin1(const QByteArray& prefix)
+/// Sends a read request; when the link does not take it whole, its reason becomes the error text.
+bool requestRead(DriverModbusTcpSlave& driver, AbstractDeviceInterface* device, unsigned char functionCode,
+                 unsigned short address, quint64 quantity)
 {
-    return QString::fromLatin1(prefix.constData(), prefix.size());
+    int written = 0;
+    if (driver.sendReadDevicesCmd(device, functionCode, address, static_cast<unsigned short>(quantity),
+                                  written))
+        return true;
+    driver.setCommError(device->errorString());
+    return false;
+}
+
+const unsigned char* dataOf(const char* response)
+{
+    return reinterpret_cast<const unsigned char*>(response) + ReplyStartLength;
 }
 
 } // namespace
-
-/// Sends a read request; when the link does not take it whole, its reason becomes the error text.
-bool DriverModbusTcpSlave::requestRead(AbstractDeviceInterface* device, unsigned char functionCode,
-                                       unsigned short address, quint64 quantity)
-{
-    int written = 0;
-    if (sendReadDevicesCmd(device, functionCode, address, static_cast<unsigned short>(quantity), written))
-        return true;
-    setCommError(device->errorString());
-    return false;
-}
 
 QByteArray DriverModbusTcpSlave::readWords(AbstractDeviceInterface* device, const QByteArray& prefix,
                                            unsigned short address, int count)
 {
     if (!fitsRequest(address, elements(count), MaxReadRegisters)) {
-        setCommError(ErrorText("can't read any word from ") << latin1(prefix) << address + 1);
+        setCommError(QString().sprintf("can't read any word from %s%d", prefix.constData(), address + 1));
         return QByteArray();
     }
 
     const unsigned char functionCode = registerFunctionCode(prefix);
-    if (!requestRead(device, functionCode, address, elements(count)))
+    if (!requestRead(*this, device, functionCode, address, elements(count)))
         return QByteArray();
 
-    ReadResponse response(2 * count);
+    char response[ReceiveBufferLength] = {0};
     int received = 0;
-    if (!recvReadDeviceRsp(device, functionCode, response.bytes, response.length, received))
+    if (!recvReadDeviceRsp(device, functionCode, response, ReplyStartLength + 2 * count, received))
         return QByteArray();
-    return fromBigEndianUShortArray(response.data(), count);
+    return fromBigEndianUShortArray(dataOf(response), count);
 }
 
 QByteArray DriverModbusTcpSlave::readDWords(AbstractDeviceInterface* device, const QByteArray& prefix,
@@ -88,20 +71,21 @@ QByteArray DriverModbusTcpSlave::readDWords(AbstractDeviceInterface* device, con
 {
     const quint64 quantity = 2 * elements(count);
     if (!fitsRequest(address, quantity, MaxReadRegisters)) {
-        setCommError(ErrorText("can't read any double word from ") << latin1(prefix) << address + 1);
+        setCommError(
+            QString().sprintf("can't read any double word from %s%d", prefix.constData(), address + 1));
         return QByteArray();
     }
 
     const unsigned char functionCode = registerFunctionCode(prefix);
-    if (!requestRead(device, functionCode, address, quantity))
+    if (!requestRead(*this, device, functionCode, address, quantity))
         return QByteArray();
 
-    ReadResponse response(4 * count);
+    char response[ReceiveBufferLength] = {0};
     int received = 0;
-    if (!recvReadDeviceRsp(device, functionCode, response.bytes, response.length, received))
+    if (!recvReadDeviceRsp(device, functionCode, response, ReplyStartLength + 4 * count, received))
         return QByteArray();
-    return highWordFirst ? fromBigEndianULongArray(response.data(), count)
-                         : fromBigEndianUShortArray(response.data(), 2 * count);
+    return highWordFirst ? fromBigEndianULongArray(dataOf(response), count)
+                         : fromBigEndianUShortArray(dataOf(response), 2 * count);
 }
 
 QByteArray DriverModbusTcpSlave::readBytes(AbstractDeviceInterface* device, const QByteArray& prefix,
@@ -109,22 +93,22 @@ QByteArray DriverModbusTcpSlave::readBytes(AbstractDeviceInterface* device, cons
 {
     const quint64 quantity = (elements(count) + 1) / 2;
     if (!fitsRequest(address, quantity, MaxReadRegisters)) {
-        setCommError(ErrorText("can't read any byte from ") << latin1(prefix) << address + 1);
+        setCommError(QString().sprintf("can't read any byte from %s%d", prefix.constData(), address + 1));
         return QByteArray();
     }
 
     const unsigned char functionCode = registerFunctionCode(prefix);
-    if (!requestRead(device, functionCode, address, quantity)) {
+    if (!requestRead(*this, device, functionCode, address, quantity)) {
         device->close();
         return QByteArray();
     }
 
     const int registers = static_cast<int>(quantity);
-    ReadResponse response(2 * registers);
+    char response[ReceiveBufferLength] = {0};
     int received = 0;
-    if (!recvReadDeviceRsp(device, functionCode, response.bytes, response.length, received))
+    if (!recvReadDeviceRsp(device, functionCode, response, ReplyStartLength + 2 * registers, received))
         return QByteArray();
-    QByteArray result = fromBigEndianUShortArray(response.data(), registers);
+    QByteArray result = fromBigEndianUShortArray(dataOf(response), registers);
     result.resize(count);
     return result;
 }
@@ -133,31 +117,37 @@ QByteArray DriverModbusTcpSlave::readDIDOs(AbstractDeviceInterface* device, cons
                                            unsigned short address, int count)
 {
     if (!fitsRequest(address, elements(count), MaxReadBits)) {
-        setCommError(ErrorText("can't read ") << count << " bits from " << latin1(prefix) << address + 1);
+        setCommError(
+            QString().sprintf("can't read %d bits from %s%u", count, prefix.constData(), address + 1u));
         return QByteArray();
     }
 
     const unsigned char functionCode = bitFunctionCode(prefix);
-    if (!requestRead(device, functionCode, address, elements(count))) {
+    if (!requestRead(*this, device, functionCode, address, elements(count))) {
         device->close();
         return QByteArray();
     }
 
     const int bytes = (count + 7) / 8;
-    ReadResponse response(bytes);
+    char response[ReceiveBufferLength] = {0};
     int received = 0;
-    if (!recvReadDeviceRsp(device, functionCode, response.bytes, response.length, received))
+    if (!recvReadDeviceRsp(device, functionCode, response, ReplyStartLength + bytes, received))
         return QByteArray();
-    QByteArray result(reinterpret_cast<const char*>(response.data()), bytes);
+    QByteArray result(response + ReplyStartLength, bytes);
     clearUnnecessaryBits(result, count);
     return result;
+}
+
+int DriverModbusTcpSlave::registersOfBits(unsigned char bit, int count)
+{
+    const unsigned int bits = qMin<unsigned int>(static_cast<unsigned int>(count), AddressSpace);
+    return static_cast<int>(NumOfBitsToNumOfWords(bit, bits));
 }
 
 QByteArray DriverModbusTcpSlave::readIRHRbits(AbstractDeviceInterface* device, const QByteArray& prefix,
                                               unsigned short address, unsigned char bit, int count)
 {
-    const unsigned int registers = NumOfBitsToNumOfWords(bit, static_cast<unsigned int>(count));
-    QByteArray result = readWords(device, prefix, address, static_cast<int>(registers));
+    QByteArray result = readWords(device, prefix, address, registersOfBits(bit, count));
     if (result.isEmpty())
         return result;
     RightShiftNBits(result, bit);

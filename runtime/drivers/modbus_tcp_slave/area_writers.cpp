@@ -1,83 +1,75 @@
 #include "modbus_tcp_slave.h"
 
-#include "error_text.h"
 #include "tools.h"
-
-#include <cstring>
 
 using namespace modbus_tcp;
 
 namespace {
 
-/// The length of one register's data, and the data of register k of an array of them.
 const int RegisterLength = 2;
-
-struct WriteResponse
-{
-    WriteResponse() { memset(bytes, 0, sizeof bytes); }
-
-    char bytes[WriteReplyLength];
-};
-
-quint64 registersOf(const QByteArray& data)
-{
-    return static_cast<quint64>(data.size() / RegisterLength);
-}
 
 unsigned short offsetAddress(unsigned short address, int offset)
 {
     return static_cast<unsigned short>(address + offset);
 }
 
-} // namespace
-
-/// dataLength: bytes that one request has to carry, 0 when there is one request for each coil.
-bool DriverModbusTcpSlave::coilsFitRequest(unsigned short address, int count, int dataLength)
+bool coilsFitRequest(DriverModbusTcpSlave& driver, unsigned short address, int count, int byteCount)
 {
     const quint64 coils = static_cast<quint32>(count);
-    if (coils <= MaxWriteBits && address + coils <= AddressSpace && dataLength <= MaxWriteBits / 8)
+    if (coils <= MaxWriteBits && address + coils <= AddressSpace && byteCount <= MaxByteCount)
         return true;
-    return fail(ErrorText("can't write ") << count << " bits to DO" << address + 1);
+    driver.setCommError(QString().sprintf("can't write %d bits to DO%d", count, address + 1));
+    return false;
 }
 
-bool DriverModbusTcpSlave::wordsFitRequest(unsigned short address, quint64 words)
+/// One request of function code 6 for each register of data; stops at the first that fails.
+bool writeEachWord(DriverModbusTcpSlave& driver, AbstractDeviceInterface* device, unsigned short address,
+                   const QByteArray& data)
 {
+    for (int i = 0; i < data.size(); i += RegisterLength) {
+        if (!driver.write1WordWithFN6(device, offsetAddress(address, i / RegisterLength),
+                                      data.mid(i, RegisterLength)))
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+bool DriverModbusTcpSlave::wordsFitRequest(unsigned short address, quint64 size)
+{
+    const quint64 words = (size + 1) / RegisterLength;
     if (words <= MaxWriteRegisters && address + words <= AddressSpace)
         return true;
-    return fail(ErrorText("can't write ") << words << " words to HR" << address + 1);
+    return fail(QString().sprintf("can't write %llu words to HR%d", size / RegisterLength, address + 1));
 }
 
-bool DriverModbusTcpSlave::wordsFitFN6Requests(unsigned short address, quint64 words)
+bool DriverModbusTcpSlave::wordsFitFN6Requests(unsigned short address, quint64 size)
 {
+    const quint64 words = size / RegisterLength;
     if (words <= MaxWriteRegisters && address + words <= AddressSpace)
         return true;
-    return fail(ErrorText("can't write any word to HR") << address + 1);
-}
-
-/// A request that the link did not take whole leaves the device with half a frame: start afresh.
-bool DriverModbusTcpSlave::failedToSend(AbstractDeviceInterface* device)
-{
-    return failAndClose(device, device->errorString());
+    return fail(QString::fromLatin1("can't write any word to HR%1").arg(address + 1));
 }
 
 bool DriverModbusTcpSlave::writeCoils(AbstractDeviceInterface* device, unsigned short address,
                                       const QByteArray& data, int count)
 {
-    if (!coilsFitRequest(address, count, data.size()))
+    if (!coilsFitRequest(*this, address, count, data.size()))
         return false;
 
     const unsigned short quantity = static_cast<unsigned short>(count);
     int transferred = 0;
     if (!sendWriteCoilsCmd(device, address, quantity, data, transferred))
-        return failedToSend(device);
-    WriteResponse response;
-    return recvWriteDevicesRsp(device, 15, address, quantity, response.bytes, transferred);
+        return failAndClose(device, device->errorString());
+    char response[ReceiveBufferLength] = {0};
+    return recvWriteDevicesRsp(device, 15, address, quantity, response, transferred);
 }
 
 bool DriverModbusTcpSlave::writeCoilsWithFN5(AbstractDeviceInterface* device, unsigned short address,
                                              const QByteArray& data, int count)
 {
-    if (!coilsFitRequest(address, count, 0))
+    if (!coilsFitRequest(*this, address, count, 1))
         return false;
 
     for (int i = 0; i < count; ++i) {
@@ -85,9 +77,9 @@ bool DriverModbusTcpSlave::writeCoilsWithFN5(AbstractDeviceInterface* device, un
         const bool on = getBit(data, i);
         int transferred = 0;
         if (!sendWrite1CoilCmd(device, coil, on, transferred))
-            return failedToSend(device);
-        WriteResponse response;
-        if (!recvWrite1CoilRsp(device, coil, on, response.bytes, transferred))
+            return failAndClose(device, device->errorString());
+        char response[ReceiveBufferLength] = {0};
+        if (!recvWrite1CoilRsp(device, coil, on, response, transferred))
             return false;
     }
     return true;
@@ -96,51 +88,43 @@ bool DriverModbusTcpSlave::writeCoilsWithFN5(AbstractDeviceInterface* device, un
 bool DriverModbusTcpSlave::writeWords(AbstractDeviceInterface* device, unsigned short address,
                                       const QByteArray& data)
 {
-    if (!wordsFitRequest(address, NumOfBytesToNumOfWords(static_cast<unsigned int>(data.size()))))
+    if (!wordsFitRequest(address, static_cast<quint64>(data.size())))
         return false;
 
     int transferred = 0;
     if (!sendWriteWordsCmd(device, address, data, transferred))
-        return failedToSend(device);
-    WriteResponse response;
-    return recvWriteDevicesRsp(device, 16, address, static_cast<unsigned short>(registersOf(data)),
-                               response.bytes, transferred);
+        return failAndClose(device, device->errorString());
+    const unsigned short quantity = static_cast<unsigned short>(data.size() / RegisterLength);
+    char response[ReceiveBufferLength] = {0};
+    return recvWriteDevicesRsp(device, 16, address, quantity, response, transferred);
 }
 
 bool DriverModbusTcpSlave::write1WordWithFN6(AbstractDeviceInterface* device, unsigned short address,
                                              const QByteArray& data)
 {
-    if (!wordsFitFN6Requests(address, registersOf(data)))
+    if (!wordsFitFN6Requests(address, static_cast<quint64>(data.size())))
         return false;
 
     int transferred = 0;
     if (!sendWrite1WordCmd(device, address, data, transferred))
-        return failedToSend(device);
-    WriteResponse response;
-    return recvWrite1WordRsp(device, address, data, response.bytes, transferred);
+        return failAndClose(device, device->errorString());
+    char response[ReceiveBufferLength] = {0};
+    return recvWrite1WordRsp(device, address, data, response, transferred);
 }
 
 bool DriverModbusTcpSlave::writeWordsWithFN6(AbstractDeviceInterface* device, unsigned short address,
                                              const QByteArray& data)
 {
-    if (!wordsFitFN6Requests(address, registersOf(data)))
-        return false;
-
-    for (int i = 0; i < data.size(); i += RegisterLength) {
-        if (!write1WordWithFN6(device, offsetAddress(address, i / RegisterLength),
-                               data.mid(i, RegisterLength)))
-            return false;
-    }
-    return true;
+    return wordsFitFN6Requests(address, static_cast<quint64>(data.size())) &&
+           writeEachWord(*this, device, address, data);
 }
 
 /// The registers that hold the bits, in device order, as they read now but with the bits of data in place.
-/// Empty when they can not be read.
+/// Empty when they cannot be read.
 QByteArray DriverModbusTcpSlave::changedRegisters(AbstractDeviceInterface* device, unsigned short address,
                                                   unsigned char bit, const QByteArray& data, int count)
 {
-    const unsigned int registers = NumOfBitsToNumOfWords(bit, static_cast<unsigned int>(count));
-    QByteArray values = readWords(device, QByteArray("HR"), address, static_cast<int>(registers));
+    QByteArray values = readWords(device, QByteArray("HR"), address, registersOfBits(bit, count));
     if (values.isEmpty())
         return values;
     for (int i = 0; i < count; ++i)
@@ -159,12 +143,5 @@ bool DriverModbusTcpSlave::writeHRbitWithFN6(AbstractDeviceInterface* device, un
                                              unsigned char bit, const QByteArray& data, int count)
 {
     const QByteArray registers = changedRegisters(device, address, bit, data, count);
-    if (registers.isEmpty())
-        return false;
-    for (int i = 0; i < registers.size(); i += RegisterLength) {
-        if (!write1WordWithFN6(device, offsetAddress(address, i / RegisterLength),
-                               registers.mid(i, RegisterLength)))
-            return false;
-    }
-    return true;
+    return !registers.isEmpty() && writeEachWord(*this, device, address, registers);
 }

@@ -1,93 +1,70 @@
 #include "modbus_tcp_slave.h"
 
+#include "area_prefix.h"
 #include "device_setting.h"
-#include "error_text.h"
 #include "tools.h"
+#include "tools/characters.h"
+
+#include <algorithm>
 
 using namespace modbus_tcp;
 
 namespace {
 
-bool equals(const QByteArray& prefix, const char* area)
+/// As projects write them.
+const QByteArray UsualPrefixes[] = {"HR", "IR", "DI", "DO", "FN6HR", "FN5DO"};
+
+bool isSame(char expected, QChar character)
 {
-    return qstricmp(prefix.constData(), area) == 0;
+    return character == QLatin1Char(expected);
 }
 
-bool isLetter(QChar character)
+/// The first length characters of an address as its area prefix. A usual one takes no memory,
+/// which would add a quarter to the instructions of a read.
+QByteArray asPrefix(const QChar* address, int length)
 {
-    const ushort code = character.unicode();
-    return (code >= 'A' && code <= 'Z') || (code >= 'a' && code <= 'z');
+    for (const QByteArray& usual : UsualPrefixes) {
+        if (usual.size() == length && std::equal(usual.constBegin(), usual.constEnd(), address, isSame))
+            return usual;
+    }
+    return QString(address, length).toLatin1();
 }
 
-bool isDigit(QChar character)
-{
-    return character.unicode() >= '0' && character.unicode() <= '9';
-}
-
-unsigned int digitAt(const QChar* character)
-{
-    return character->unicode() - static_cast<unsigned int>('0');
-}
-
-/// Whether prefix holds the characters from text to end. Most commands name the area of the one before.
-bool holds(const QByteArray& prefix, const QChar* text, const QChar* end)
-{
-    if (prefix.size() != end - text)
-        return false;
-    const char* known = prefix.constData();
-    while (text != end && static_cast<unsigned char>(*known) == text->unicode())
-        ++text, ++known;
-    return text == end;
-}
-
-/// The first length characters of text. Kept out of the way of commands that do without.
-__attribute__((noinline)) void takePrefix(QByteArray& prefix, const QString& text, int length)
-{
-    prefix = text.left(length).toLatin1();
-}
-
-/// Takes the text of a command's address apart: prefix becomes the area prefix as written, address the
-/// number minus one modulo 65536 (65535 without a number) and bit, only when the number is followed by ".",
-/// the decimal digits after that modulo 256. What follows, such as "SW", is not looked at.
+/// Takes the text of a command's address apart: prefix becomes its area prefix as written, address the number
+/// minus one modulo 65536 (65535 without a number) and bit, only when the number is followed by ".", the
+/// decimal digits after that modulo 256. What follows, such as "SW", is not looked at.
 void ModbusTcpSlaveParseAddress(const QString& text, QByteArray& prefix, unsigned short& address,
                                 unsigned char& bit)
 {
-    const QChar* const start = text.constData();
-    const QChar* const end = start + text.size();
+    const QChar* const start = text.constData(); // ends with a zero character
     const QChar* next = start;
     address = AddressSpace - 1;
 
-    if (next != end && (*next == QLatin1Char('F') || *next == QLatin1Char('f')))
+    if (*next == QLatin1Char('F') || *next == QLatin1Char('f'))
         next += qMin(text.size(), 3);
-    while (next != end && isLetter(*next))
+    while (isLetter(*next))
         ++next;
-    const QChar* const prefixEnd = next;
+    const int length = static_cast<int>(next - start);
 
-    if (next != end && isDigit(*next)) {
+    if (isDigit(*next)) {
         unsigned int number = 0;
-        for (; next != end && isDigit(*next); ++next)
-            number = number * 10 + digitAt(next);
+        for (; isDigit(*next); ++next)
+            number = number * 10 + next->unicode() - '0';
         address = static_cast<unsigned short>(number - 1);
     }
-
-    if (next != end && *next == QLatin1Char('.')) {
+    if (*next == QLatin1Char('.')) {
         bit = 0;
-        for (++next; next != end && isDigit(*next); ++next)
-            bit = static_cast<unsigned char>(bit * 10 + digitAt(next));
+        for (++next; isDigit(*next); ++next)
+            bit = static_cast<unsigned char>(bit * 10 + next->unicode() - '0');
     }
 
-    if (!holds(prefix, start, prefixEnd))
-        takePrefix(prefix, text, static_cast<int>(prefixEnd - start));
+    prefix = asPrefix(start, length);
 }
 
-/// Whether the command's address has the mark "SW" anywhere, in any case.
+/// Whether the command's address has the word-order mark.
 bool isHighWordFirst(const CommunicatorCommand& command)
 {
-    const QChar* text = command.address.constData();
-    const QChar* const end = text + command.address.size();
-    while (end - text >= 2 && !beginsWith(text, "SW"))
-        ++text;
-    return end - text >= 2;
+    return command.address.contains(QLatin1String("SW"), Qt::CaseInsensitive);
 }
 
 /// Bytes that the elements of a register command take on the wire, whatever their count.
@@ -111,13 +88,31 @@ QByteArray inDeviceOrder(const CommunicatorCommand& command, const QByteArray& d
                                                                       : toBigEndianUShortArray(exact);
 }
 
-} // namespace
-
-bool DriverModbusTcpSlave::loadProject(AbstractDeviceInterface* device)
+QString deviceString(AbstractDeviceInterface* device)
 {
-    const DeviceSetting* setting = device->deviceSetting();
-    return readDB(device, setting ? setting->string : QString());
+    const DeviceSetting* const setting = device->deviceSetting();
+    return setting ? setting->string : QString();
 }
+
+// By data type; the last one is that of every other type.
+const char* const ReadDescriptions[] = {"read %1 bit(s) from %2-%3> ", "read %1 byte(s) from %2-%3> ",
+                                        "read %1 word(s) from %2-%3> ", "read %1 dword(s) from %2-%3> ",
+                                        "read %1-%2> "};
+const char* const WriteDescriptions[] = {"write %1 bit(s) to %2-%3> ", "write %1 byte(s) to %2-%3> ",
+                                         "write %1 word(s) to %2-%3> ", "write %1 dword(s) to %2-%3> ",
+                                         "write %1-%2> "};
+
+QString description(const char* const* formats, unsigned char station, const CommunicatorCommand& command)
+{
+    const bool isCounted = command.dataType >= Bit && command.dataType <= DoubleWord;
+    QString text =
+        QString::fromLatin1(formats[isCounted ? static_cast<int>(command.dataType) : DoubleWord + 1]);
+    if (isCounted)
+        text = text.arg(static_cast<unsigned int>(command.count));
+    return text.arg(static_cast<int>(station)).arg(command.address);
+}
+
+} // namespace
 
 /// Runs attempt until it records no error, at most the link's retry count plus one times. False when the
 /// link could not be opened, which ends the command at once.
@@ -129,10 +124,8 @@ bool DriverModbusTcpSlave::runAttempts(AbstractDeviceInterface* device, Attempt 
         if (delay > 0)
             HRSleep(static_cast<unsigned long>(delay));
         clearError();
-        if (!isConnected(device) && !device->open()) {
-            setCommError(device->errorString());
-            return false;
-        }
+        if (!isConnected(device) && !device->open())
+            return fail(device->errorString());
         attempt();
         if (!hasCommError || retries >= device->retryCount())
             return true;
@@ -141,15 +134,16 @@ bool DriverModbusTcpSlave::runAttempts(AbstractDeviceInterface* device, Attempt 
 
 QByteArray DriverModbusTcpSlave::read(AbstractDeviceInterface* device, const CommunicatorCommand& command)
 {
-    if (!databaseLoaded && !loadProject(device))
+    if (!databaseLoaded && !readDB(device, deviceString(device)))
         return QByteArray();
 
+    QByteArray prefix;
     unsigned short address = 0;
     unsigned char bit = 0;
-    ModbusTcpSlaveParseAddress(command.address, areaPrefix, address, bit);
+    ModbusTcpSlaveParseAddress(command.address, prefix, address, bit);
 
     QByteArray data;
-    if (!runAttempts(device, [&] { data = readArea(device, command, areaPrefix, address, bit); }))
+    if (!runAttempts(device, [&] { data = readArea(device, command, prefix, address, bit); }))
         return QByteArray();
     if (hasCommError)
         appendCmdToReadCommError(static_cast<unsigned char>(device->stationId()), command);
@@ -167,9 +161,9 @@ QByteArray DriverModbusTcpSlave::readArea(AbstractDeviceInterface* device, const
         return readIRHRbits(device, prefix, address, bit, command.count);
     case Byte:
     case Block:
-        if (equals(prefix, "HR") || equals(prefix, "FN6HR") || equals(prefix, "IR"))
+        if (isArea(prefix, "HR") || isArea(prefix, "FN6HR") || isArea(prefix, "IR"))
             return readBytes(device, prefix, address, command.count);
-        if (equals(prefix, "DI"))
+        if (isArea(prefix, "DI"))
             return readBytesFromDI(device, address, command.count);
         return readBytesFromDO(device, address, command.count);
     case Word:
@@ -185,15 +179,16 @@ QByteArray DriverModbusTcpSlave::readArea(AbstractDeviceInterface* device, const
 bool DriverModbusTcpSlave::write(AbstractDeviceInterface* device, const CommunicatorCommand& command,
                                  const QByteArray& data)
 {
-    if (!databaseLoaded && !loadProject(device))
+    if (!databaseLoaded && !readDB(device, deviceString(device)))
         return false;
 
+    QByteArray prefix;
     unsigned short address = 0;
     unsigned char bit = 0;
-    ModbusTcpSlaveParseAddress(command.address, areaPrefix, address, bit);
+    ModbusTcpSlaveParseAddress(command.address, prefix, address, bit);
 
     bool done = false;
-    if (!runAttempts(device, [&] { done = writeArea(device, command, data, areaPrefix, address, bit); }))
+    if (!runAttempts(device, [&] { done = writeArea(device, command, data, prefix, address, bit); }))
         return false;
     if (hasCommError)
         appendCmdToWriteCommError(static_cast<unsigned char>(device->stationId()), command);
@@ -207,72 +202,52 @@ bool DriverModbusTcpSlave::writeArea(AbstractDeviceInterface* device, const Comm
     switch (command.dataType) {
     case Bit:
     case BitBlock:
-        return writeBits(device, command, data, prefix, address, bit);
+        if (beginsWith(prefix, "DO"))
+            return writeCoils(device, address, data, command.count);
+        if (beginsWith(prefix, "FN5DO"))
+            return writeCoilsWithFN5(device, address, data, command.count);
+        if (beginsWith(prefix, "HR"))
+            return writeHRbit(device, address, bit, data, command.count);
+        if (beginsWith(prefix, "FN6HR"))
+            return writeHRbitWithFN6(device, address, bit, data, command.count);
+        return fail(QString::fromLatin1("can't write any bit to %1").arg(command.address));
     case Byte:
     case Block:
-        return writeRegisters(device, command, data, prefix, address, "byte");
+        return writeRegisters(device, command, data, prefix, address, "can't write any byte to %1");
     case Word:
-        return writeRegisters(device, command, data, prefix, address, "word");
+        return writeRegisters(device, command, data, prefix, address, "can't write any word to %1");
     case DoubleWord:
-        return writeRegisters(device, command, data, prefix, address, "double word");
+        return writeRegisters(device, command, data, prefix, address, "can't write any double word to %1");
     case QuadWord:
         break;
     }
     return false;
 }
 
-bool DriverModbusTcpSlave::writeBits(AbstractDeviceInterface* device, const CommunicatorCommand& command,
-                                     const QByteArray& data, const QByteArray& prefix, unsigned short address,
-                                     unsigned char bit)
-{
-    if (beginsWith(prefix, "DO"))
-        return writeCoils(device, address, data, command.count);
-    if (beginsWith(prefix, "FN5DO"))
-        return writeCoilsWithFN5(device, address, data, command.count);
-    if (beginsWith(prefix, "HR"))
-        return writeHRbit(device, address, bit, data, command.count);
-    if (beginsWith(prefix, "FN6HR"))
-        return writeHRbitWithFN6(device, address, bit, data, command.count);
-    return fail(ErrorText("can't write any bit to ") << command.address);
-}
-
 /// Writes bytes, words or double words. A command that no request can carry is refused before its data is
 /// padded to the length that it claims.
 bool DriverModbusTcpSlave::writeRegisters(AbstractDeviceInterface* device, const CommunicatorCommand& command,
                                           const QByteArray& data, const QByteArray& prefix,
-                                          unsigned short address, const char* elementName)
+                                          unsigned short address, const char* refusal)
 {
-    const quint64 words = registerDataLength(command) / 2;
+    const quint64 size = registerDataLength(command);
     if (beginsWith(prefix, "HR"))
-        return wordsFitRequest(address, words) && writeWords(device, address, inDeviceOrder(command, data));
+        return wordsFitRequest(address, size) && writeWords(device, address, inDeviceOrder(command, data));
     if (beginsWith(prefix, "FN6HR"))
-        return wordsFitFN6Requests(address, words) &&
+        return wordsFitFN6Requests(address, size) &&
                writeWordsWithFN6(device, address, inDeviceOrder(command, data));
-    return fail(ErrorText("can't write any ") << elementName << " to " << command.address);
+    return fail(QString::fromLatin1(refusal).arg(command.address));
 }
 
 void DriverModbusTcpSlave::appendCmdToReadCommError(unsigned char station, const CommunicatorCommand& command)
 {
-    describeCommand("read", "from", station, command);
+    if (!lastError.contains(QLatin1Char('>')))
+        lastError.prepend(description(ReadDescriptions, station, command));
 }
 
 void DriverModbusTcpSlave::appendCmdToWriteCommError(unsigned char station,
                                                      const CommunicatorCommand& command)
 {
-    describeCommand("write", "to", station, command);
-}
-
-void DriverModbusTcpSlave::describeCommand(const char* verb, const char* preposition, unsigned char station,
-                                           const CommunicatorCommand& command)
-{
-    if (lastError.contains(QLatin1Char('>')))
-        return;
-
-    static const char* const elementNames[] = {"bit(s)", "byte(s)", "word(s)", "dword(s)"};
-    ErrorText description(verb);
-    if (command.dataType >= Bit && command.dataType <= DoubleWord)
-        description << " " << quint64(static_cast<quint32>(command.count)) << " "
-                    << elementNames[command.dataType] << " " << preposition;
-    description << " " << int(station) << "-" << command.address << "> " << lastError;
-    lastError = description;
+    if (!lastError.contains(QLatin1Char('>')))
+        lastError.prepend(description(WriteDescriptions, station, command));
 }

@@ -4,27 +4,33 @@
 #include "driver_setting.h"
 
 #include <QSet>
-#include <QSqlDatabase>
 
 #include <mutex>
 
 static const QString VERSION_STRING = QLatin1String("1.0.0");
 
-/// A connection name that no other driver object of this process has. Every thread starts with the same
-/// seed, so objects made on different threads draw the same numbers.
-static QString takeConnectionName()
+/// A connection name that no other driver object of this process has drawn, as the connection outlives the
+/// object. Every thread starts with the same seed, so objects made on different threads draw the same
+/// numbers.
+static QString drawConnectionName()
 {
     static std::mutex mutex;
-    static QSet<QString> taken;
+    static QSet<QString> drawn;
 
     const std::lock_guard<std::mutex> lock(mutex);
     QString name;
     do {
         name = QString::number(qrand());
-    } while (taken.contains(name) || QSqlDatabase::contains(name));
-    taken.insert(name);
+    } while (drawn.contains(name));
+    drawn.insert(name);
     return name;
 }
+
+/// Addressable units of a device, as the runtime's tag editor counts them.
+static const int TotalSize = 0x44000;
+
+/// The runtime's flag for a driver whose link is a TCP connection.
+static const int TcpCommunication = 0x100;
 
 DriverInterface* CreateDriver()
 {
@@ -34,7 +40,7 @@ DriverInterface* CreateDriver()
 DriverModbusTcpSlave::DriverModbusTcpSlave()
     : hasCommError(false), debugMode(false), databaseOpened(false), databaseLoaded(false), transactionId(0),
       bitAddressRegExp(QLatin1String("^(\\d+)-((?:FN5)?DO|DI)(\\d+)"), Qt::CaseInsensitive),
-      connectionName(takeConnectionName()), madeConnection(false), projectStamp()
+      connectionName(drawConnectionName())
 {
 }
 
@@ -44,7 +50,7 @@ DriverModbusTcpSlave::~DriverModbusTcpSlave()
 
 int DriverModbusTcpSlave::totalSize()
 {
-    return 0x44000;
+    return TotalSize;
 }
 
 bool DriverModbusTcpSlave::initialize(AbstractDeviceInterface*)
@@ -74,6 +80,7 @@ QString DriverModbusTcpSlave::getVersionNumber()
 
 DeviceSetting* DriverModbusTcpSlave::getDefaultSerialDeviceSetting()
 {
+    // The last two are the runtime's codes of stop bits and parity; a link over TCP has neither.
     return new DeviceSetting(EthernetDevice, QLatin1String("COM2"), 9600, 8, 0, 2);
 }
 
@@ -89,7 +96,7 @@ QString DriverModbusTcpSlave::getStringBasedDefaultDriverSetting()
 
 int DriverModbusTcpSlave::supportedCommunicationFlags()
 {
-    return 0x100;
+    return TcpCommunication;
 }
 
 void DriverModbusTcpSlave::setDebugMode(bool on)
@@ -139,9 +146,11 @@ bool DriverModbusTcpSlave::fail(const QString& text)
     return false;
 }
 
-bool DriverModbusTcpSlave::fail(const char* latin1)
+bool DriverModbusTcpSlave::failAndClose(AbstractDeviceInterface* device, const QString& text)
 {
-    return fail(QString(QLatin1String(latin1)));
+    setCommError(text);
+    device->close();
+    return false;
 }
 
 void DriverModbusTcpSlave::clearError()

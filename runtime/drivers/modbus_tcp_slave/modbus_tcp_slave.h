@@ -10,52 +10,37 @@
 #include <QRegExp>
 #include <QString>
 
-#include <cstddef>
 #include <map>
 
 class DeviceSetting;
 
-/// Sizes and limits of one Modbus TCP transaction. The read limits are the sizes that the driver reports to
-/// the runtime. 1976 coils fill the 247 data bytes that an application data unit of 260 bytes has room for;
-/// the Modbus standard allows 1968, so devices may refuse the last eight.
+/// Sizes and limits of one Modbus TCP transaction, in bytes unless the name says otherwise. The Modbus
+/// standard has the first two ("MODBUS Messaging on TCP/IP Implementation Guide", MBAP header; "MODBUS
+/// Application Protocol Specification", size of the protocol data unit); the limits follow from them: a read
+/// reply has a function code and a byte count ahead of its data, a write request also an address and a
+/// quantity. For bits the standard allows less (2000 to read, 1968 to write), so devices may refuse the last
+/// few.
 namespace modbus_tcp {
 enum : int
 {
     MbapLength = 7,
-    ReplyStartLength = 9, ///< header, function code and one byte: the least that any reply has
-    WriteReplyLength = 12,
-    ReceiveBufferLength = 261,
-    MaxReadRegisters = 125,
-    MaxReadBits = 2008,
-    MaxWriteRegisters = 123,
-    MaxWriteBits = 1976,
-    AddressSpace = 65536
+    ProtocolDataUnit = 253,
+    ApplicationDataUnit = MbapLength + ProtocolDataUnit,
+    ReceiveBufferLength = ApplicationDataUnit + 1,
+
+    ReplyStartLength = MbapLength + 2, ///< header, function code and one byte: the least that a reply has
+    WriteReplyLength = MbapLength + 5, ///< header, function code, address, and value or quantity
+
+    MaxReadData = ProtocolDataUnit - 2,
+    MaxReadRegisters = MaxReadData / 2,
+    MaxReadBits = MaxReadData * 8,
+    MaxWriteData = ProtocolDataUnit - 6,
+    MaxWriteRegisters = MaxWriteData / 2,
+    MaxWriteBits = MaxWriteData * 8,
+    MaxByteCount = 255, ///< what a request's field for the number of its data bytes can tell
+
+    AddressSpace = 65536 ///< registers or bits of an area
 };
-
-inline unsigned int upperCase(ushort code)
-{
-    return code >= 'a' && code <= 'z' ? code - 'a' + 'A' : code;
-}
-
-/// Whether the text, whatever the case of its letters, begins with area, which is in capitals.
-template<std::size_t Size>
-bool beginsWith(const QByteArray& text, const char (&area)[Size])
-{
-    for (std::size_t i = 0; i < Size - 1; ++i)
-        if (upperCase(static_cast<unsigned char>(text.constData()[i])) != static_cast<unsigned char>(area[i]))
-            return false;
-    return true;
-}
-
-/// The text ends with a zero character.
-template<std::size_t Size>
-bool beginsWith(const QChar* text, const char (&area)[Size])
-{
-    for (std::size_t i = 0; i < Size - 1; ++i)
-        if (upperCase(text[i].unicode()) != static_cast<unsigned char>(area[i]))
-            return false;
-    return true;
-}
 struct RequestHead;
 } // namespace modbus_tcp
 
@@ -79,7 +64,8 @@ class Q_DECL_EXPORT DriverModbusTcpSlave : public QObject, public DriverInterfac
 public:
     DriverModbusTcpSlave();
 
-    /// Leaves the project database connection registered, as its name may not be given to another object.
+    /// The project database connection stays registered until the process ends, closed after a load that
+    /// succeeded and open, with its file descriptor, after one that failed later than at the opening.
     ~DriverModbusTcpSlave() override;
 
     // The contract with the runtime.
@@ -120,25 +106,27 @@ public:
     // Project database (project_tags.cpp).
 
     /// Loads the valid bit tables of the link's default stations once; true when they are loaded, now or
-    /// earlier. On failure the error text is set and the next call tries again. deviceString is not used:
-    /// the link is found by the linkID of the device's settings.
+    /// earlier. On failure the error text is set and the next call goes on where this one ended: with the
+    /// connection that is open by then, whatever has become of the file. deviceString is not used: the link
+    /// is found by the linkID of the device's settings.
     bool readDB(AbstractDeviceInterface* device, const QString& deviceString);
 
-    /// Registers and opens this object's read-only connection. True when it was registered before, open or
-    /// not.
+    /// Registers and opens this object's read-only connection. True when one of its name was registered
+    /// before, open or not and whoever registered it; it then serves as it is.
     bool createDBConnection();
 
     /// Rebuilds the valid bit tables from the tags of link linkId; tags that name no station belong to
-    /// defaultStation. False, with the tables unchanged, when the tags can not be read to their end, or are
-    /// more than four million.
+    /// defaultStation. False, with the tables unchanged, when the statement fails. False, with the tables
+    /// empty, when the tags cannot be read to their end, or are more than four million.
     bool initValidBitAddressesMap(int linkId, unsigned char defaultStation);
 
+    /// File a zero-based address under a station, 0 to 255; the tables are not sorted afterwards.
     void validBitAddressesMapInsertDO(unsigned char station, unsigned short address);
     void validBitAddressesMapInsertDI(unsigned char station, unsigned short address);
 
     // Area readers (area_readers.cpp): one request each, an empty array on failure. prefix is the area
     // prefix of the command's address, in any case; count is refused before anything is sent when one
-    // request can not carry it or when it passes Modbus address 65535.
+    // request cannot carry it or when it passes Modbus address 65535.
 
     /// count registers (at most 125), 2 bytes each.
     QByteArray readWords(AbstractDeviceInterface* device, const QByteArray& prefix, unsigned short address,
@@ -168,10 +156,11 @@ public:
 
     // Area writers (area_writers.cpp). Bits are packed as the runtime supplies them; register data is in
     // device order, high byte first. Refused before anything is sent: more than 1976 coils or 123
-    // registers, data that no request can carry, a range that passes Modbus address 65535. Writers of one
-    // element per request stop at the first failure; what was written before it stays written.
+    // registers, a range that passes Modbus address 65535. Writers of one element per request stop at the
+    // first failure; what was written before it stays written.
 
-    /// count coils in one request of function code 15.
+    /// count coils in one request of function code 15. All of data goes out, also when it has more bytes than
+    /// the coils need; more than 255, which the request's byte count cannot tell, are refused.
     bool writeCoils(AbstractDeviceInterface* device, unsigned short address, const QByteArray& data,
                     int count);
 
@@ -236,56 +225,42 @@ public:
                              int& received);
 
 private:
-    // Nothing but the module itself calls these: hidden, they take no room in its table of symbols.
+    /// Record the text, close the link in the second case, and return false.
+    bool fail(const QString& text);
+    bool failAndClose(AbstractDeviceInterface* device, const QString& text);
 
     template<typename Attempt>
     bool runAttempts(AbstractDeviceInterface* device, Attempt attempt);
-    Q_DECL_HIDDEN bool loadProject(AbstractDeviceInterface* device);
-    Q_DECL_HIDDEN void reopenChangedProject();
-    Q_DECL_HIDDEN void describeCommand(const char* verb, const char* preposition, unsigned char station,
-                                       const CommunicatorCommand& command);
 
-    Q_DECL_HIDDEN QByteArray readArea(AbstractDeviceInterface* device, const CommunicatorCommand& command,
-                                      const QByteArray& prefix, unsigned short address, unsigned char bit);
-    Q_DECL_HIDDEN bool writeArea(AbstractDeviceInterface* device, const CommunicatorCommand& command,
-                                 const QByteArray& data, const QByteArray& prefix, unsigned short address,
-                                 unsigned char bit);
-    Q_DECL_HIDDEN bool writeBits(AbstractDeviceInterface* device, const CommunicatorCommand& command,
-                                 const QByteArray& data, const QByteArray& prefix, unsigned short address,
-                                 unsigned char bit);
-    Q_DECL_HIDDEN bool writeRegisters(AbstractDeviceInterface* device, const CommunicatorCommand& command,
-                                      const QByteArray& data, const QByteArray& prefix,
-                                      unsigned short address, const char* elementName);
+    bool sendRequest(AbstractDeviceInterface* device, const modbus_tcp::RequestHead& head,
+                     unsigned char functionCode, unsigned short address, unsigned short value,
+                     const QByteArray& data, int& written);
+    bool receiveResponse(AbstractDeviceInterface* device, unsigned char functionCode, char* buffer,
+                         int expectedLength, int& received);
 
-    Q_DECL_HIDDEN bool requestRead(AbstractDeviceInterface* device, unsigned char functionCode,
-                                   unsigned short address, quint64 quantity);
-    Q_DECL_HIDDEN QByteArray readSparseBits(AbstractDeviceInterface* device, unsigned short address,
-                                            int count, UShortVector ModbusBitSet::*tags, const char* area);
+    /// Registers that hold count bits from bit on; for a count that no request can carry, more than one
+    /// reads.
+    static int registersOfBits(unsigned char bit, int count);
 
-    Q_DECL_HIDDEN bool coilsFitRequest(unsigned short address, int count, int dataLength);
-    Q_DECL_HIDDEN bool wordsFitRequest(unsigned short address, quint64 words);
-    Q_DECL_HIDDEN bool wordsFitFN6Requests(unsigned short address, quint64 words);
-    Q_DECL_HIDDEN bool failedToSend(AbstractDeviceInterface* device);
-    Q_DECL_HIDDEN QByteArray changedRegisters(AbstractDeviceInterface* device, unsigned short address,
-                                              unsigned char bit, const QByteArray& data, int count);
+    void insertTag(const QString& tag, unsigned char defaultStation);
 
-    Q_DECL_HIDDEN bool sendRequest(AbstractDeviceInterface* device, const modbus_tcp::RequestHead& head,
-                                   unsigned char functionCode, unsigned short address, unsigned short value,
-                                   const QByteArray& data, int& written);
-    Q_DECL_HIDDEN bool receiveResponse(AbstractDeviceInterface* device, unsigned char functionCode,
-                                       char* buffer, int expectedLength, int& received);
-    Q_DECL_HIDDEN bool failAndClose(AbstractDeviceInterface* device, const QString& text);
+    /// Whether write requests can carry so many bytes of register data to address; records the reason.
+    bool wordsFitRequest(unsigned short address, quint64 size);
+    bool wordsFitFN6Requests(unsigned short address, quint64 size);
 
-    // Set the error text and return false.
-    Q_DECL_HIDDEN bool fail(const QString& text);
-    Q_DECL_HIDDEN bool fail(const char* latin1);
+    QByteArray readArea(AbstractDeviceInterface* device, const CommunicatorCommand& command,
+                        const QByteArray& prefix, unsigned short address, unsigned char bit);
+    bool writeArea(AbstractDeviceInterface* device, const CommunicatorCommand& command,
+                   const QByteArray& data, const QByteArray& prefix, unsigned short address,
+                   unsigned char bit);
+    bool writeRegisters(AbstractDeviceInterface* device, const CommunicatorCommand& command,
+                        const QByteArray& data, const QByteArray& prefix, unsigned short address,
+                        const char* refusal);
+    QByteArray readSparseBits(AbstractDeviceInterface* device, unsigned short address, int count,
+                              UShortVector ModbusBitSet::*tags, const char* area);
 
-    /// What tells one state of the project database file from another.
-    struct FileStamp
-    {
-        quint64 device, inode, size;
-        qint64 seconds, nanoseconds;
-    };
+    QByteArray changedRegisters(AbstractDeviceInterface* device, unsigned short address, unsigned char bit,
+                                const QByteArray& data, int count);
 
     bool hasCommError;
     bool debugMode;
@@ -295,10 +270,7 @@ private:
     QRegExp bitAddressRegExp; ///< station-qualified bit tags: station, area, number
     QString lastError;
     QString connectionName;
-    std::map<unsigned char, ModbusBitSet> validBitAddressesMap;
-    QByteArray areaPrefix;  ///< of the command at hand; kept so that the next one need not make it again
-    bool madeConnection;    ///< it is the driver's own, not one that somebody registered under its name
-    FileStamp projectStamp; ///< of the project file when it was last looked into without success
+    std::map<unsigned char, ModbusBitSet> validBitAddressesMap; ///< by station
 };
 
 #endif

@@ -1,19 +1,23 @@
 #include "modbus_tcp_slave.h"
 
-#include "bit_tag.h"
+#include "area_prefix.h"
 #include "device_setting.h"
 #include "tools.h"
 
-#include <QFile>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QVariant>
 
-#include <sys/stat.h>
-
-/// Far more tags than a project has.
+/// Far more tags than a project has: a damaged file can have rows almost without end, when its pages name the
+/// same pages again and again.
 static const int MaxTagRows = 4 * 1024 * 1024;
+
+/// One-based number of a tag as the zero-based address of its bit; 65535 for a tag without a number.
+static unsigned short bitAddress(int number)
+{
+    return static_cast<unsigned short>(static_cast<unsigned int>(number) - 1);
+}
 
 bool DriverModbusTcpSlave::createDBConnection()
 {
@@ -21,70 +25,32 @@ bool DriverModbusTcpSlave::createDBConnection()
         return true;
 
     QSqlDatabase database = QSqlDatabase::addDatabase(QLatin1String("QSQLITE"), connectionName);
-    madeConnection = true;
     database.setDatabaseName(GetDatabaseName());
     database.setConnectOptions(QLatin1String("QSQLITE_OPEN_READONLY"));
     return database.open();
-}
-
-/// Opens the connection of a failed load again. It is closed before when the project file is another one than
-/// at the last try: it may have been mended by putting a new file in its place, and the open connection would
-/// go on reading the old one. The lookup would open it too, but with a warning to the log for every command
-/// that fails.
-void DriverModbusTcpSlave::reopenChangedProject()
-{
-    const QString name = GetDatabaseName();
-    struct stat file;
-    FileStamp stamp = FileStamp();
-    if (stat(QFile::encodeName(name).constData(), &file) == 0) {
-        stamp.device = file.st_dev;
-        stamp.inode = file.st_ino;
-        stamp.size = static_cast<quint64>(file.st_size);
-        stamp.seconds = file.st_mtim.tv_sec;
-        stamp.nanoseconds = file.st_mtim.tv_nsec;
-    }
-
-    QSqlDatabase database = QSqlDatabase::database(connectionName, false);
-    if (!database.isValid()) {
-        // It belongs to the thread of the earlier command, and Qt 5 gives it to no other.
-        QSqlDatabase::removeDatabase(connectionName);
-        databaseOpened = false;
-        return;
-    }
-    if (stamp.inode != projectStamp.inode || stamp.device != projectStamp.device ||
-        stamp.size != projectStamp.size || stamp.seconds != projectStamp.seconds ||
-        stamp.nanoseconds != projectStamp.nanoseconds || name != database.databaseName()) {
-        database.close();
-        database.setDatabaseName(name);
-        projectStamp = stamp;
-    }
-    if (!database.isOpen())
-        database.open();
 }
 
 bool DriverModbusTcpSlave::readDB(AbstractDeviceInterface* device, const QString&)
 {
     if (databaseLoaded)
         return true;
-    if (madeConnection && QSqlDatabase::contains(connectionName))
-        reopenChangedProject();
     if (!databaseOpened) {
         databaseOpened = createDBConnection();
         if (!databaseOpened)
-            return fail("can not open database");
+            return fail(QLatin1String("can not open database"));
     }
 
-    const DeviceSetting* setting = device->deviceSetting();
+    const DeviceSetting* const setting = device->deviceSetting();
     QList<LinkIdStationId> stations;
-    const bool isOpen = !madeConnection || QSqlDatabase::database(connectionName, false).isOpen();
-    if (!setting || !isOpen || !GetLinkIdAndDefaultStationId(connectionName, setting->linkID, stations))
-        return fail("failed to get default station id");
-    // The tables of each default station replace those of the one before, so only the last ones are made.
-    if (!initValidBitAddressesMap(stations.last().linkId, stations.last().defaultStationId))
-        return fail("failed to initialize valid bit addresses table");
+    if (!setting || !GetLinkIdAndDefaultStationId(connectionName, setting->linkID, stations))
+        return fail(QLatin1String("failed to get default station id"));
+    for (int i = 0; i < stations.size(); ++i) {
+        if (!initValidBitAddressesMap(stations.at(i).linkId, stations.at(i).defaultStationId))
+            return fail(QLatin1String("failed to initialize valid bit addresses table"));
+    }
 
     databaseLoaded = true;
-    QSqlDatabase::database(connectionName, false).close();
+    QSqlDatabase::database(connectionName).close();
     databaseOpened = false;
     return true;
 }
@@ -99,6 +65,24 @@ void DriverModbusTcpSlave::validBitAddressesMapInsertDI(unsigned char station, u
     validBitAddressesMap[station].DISetPush(address);
 }
 
+void DriverModbusTcpSlave::insertTag(const QString& tag, unsigned char defaultStation)
+{
+    if (beginsWith(tag, "FN5DO")) {
+        validBitAddressesMapInsertDO(defaultStation, bitAddress(ExtractPLCDeviceAddress(tag.mid(3), 10)));
+    } else if (beginsWith(tag, "DI")) {
+        validBitAddressesMapInsertDI(defaultStation, bitAddress(ExtractPLCDeviceAddress(tag, 10)));
+    } else if (beginsWith(tag, "DO")) {
+        validBitAddressesMapInsertDO(defaultStation, bitAddress(ExtractPLCDeviceAddress(tag, 10)));
+    } else if (!tag.isEmpty() && tag.at(0).isDigit() && bitAddressRegExp.indexIn(tag) == 0) {
+        const unsigned char station = static_cast<unsigned char>(bitAddressRegExp.cap(1).toUInt());
+        const unsigned short address = bitAddress(bitAddressRegExp.cap(3).toInt());
+        if (beginsWith(bitAddressRegExp.cap(2), "DI"))
+            validBitAddressesMapInsertDI(station, address);
+        else
+            validBitAddressesMapInsertDO(station, address);
+    }
+}
+
 bool DriverModbusTcpSlave::initValidBitAddressesMap(int linkId, unsigned char defaultStation)
 {
     QSqlQuery query(QSqlDatabase::database(connectionName, true));
@@ -108,23 +92,14 @@ bool DriverModbusTcpSlave::initValidBitAddressesMap(int linkId, unsigned char de
     if (!query.isActive())
         return false;
 
-    std::map<unsigned char, ModbusBitSet> previous;
-    previous.swap(validBitAddressesMap);
+    validBitAddressesMap.clear();
     int rows = 0;
-    while (rows < MaxTagRows && query.next()) {
-        ++rows;
-        BitTag tag;
-        if (!readBitTag(query.value(0).toString(), defaultStation, bitAddressRegExp, tag))
-            continue;
-        if (tag.isInput)
-            validBitAddressesMapInsertDI(tag.station, tag.address);
-        else
-            validBitAddressesMapInsertDO(tag.station, tag.address);
-    }
+    for (; rows < MaxTagRows && query.next(); ++rows)
+        insertTag(query.value(0).toString(), defaultStation);
+    // SQLite breaks off in the middle of a damaged file. Tags behind the damage would read as 0 for ever, so
+    // such a file is not loaded at all.
     if (query.lastError().isValid() || rows == MaxTagRows) {
-        // A damaged file can break off between two rows, and the tags behind would read as 0 for ever. Or it
-        // can have rows almost without end, when its pages name the same pages again and again.
-        previous.swap(validBitAddressesMap);
+        validBitAddressesMap.clear();
         return false;
     }
 

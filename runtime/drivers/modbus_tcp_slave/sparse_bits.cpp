@@ -1,6 +1,5 @@
 #include "modbus_tcp_slave.h"
 
-#include "error_text.h"
 #include "tools.h"
 
 #include <algorithm>
@@ -10,12 +9,15 @@ using namespace modbus_tcp;
 
 namespace {
 
+/// What Qt can hold at the most, its own part of the array taken off.
+const int LargestArray = INT_MAX - 64;
+
 /// Finds the runs of consecutive configured addresses in a range of bits, first to last. Addresses past
 /// 65535 go on at 0; a tag counts only when it lies behind the last one found.
 class TagRuns
 {
 public:
-    TagRuns(const UShortVector& sortedTags, unsigned short address, int bits)
+    TagRuns(const UShortVector& sortedTags, unsigned short address, qint64 bits)
         : tags(sortedTags), firstAddress(address), end(bits), from(0), index(0), runStart(0), runLength(0)
     {
     }
@@ -35,12 +37,14 @@ public:
         return true;
     }
 
-    int start() const { return runStart; } ///< bit index in the range
+    /// Bit index in the range. However long the range is, the tags are all met in its first 131072 bits.
+    int start() const { return static_cast<int>(runStart); }
+
     int length() const { return runLength; }
     unsigned short address() const { return addressAt(runStart); }
 
 private:
-    unsigned short addressAt(int bit) const { return static_cast<unsigned short>(firstAddress + bit); }
+    unsigned short addressAt(qint64 bit) const { return static_cast<unsigned short>(firstAddress + bit); }
 
     /// Moves index and from to the next bit with a tag. What lies between is stepped over at once.
     bool findTag()
@@ -64,10 +68,10 @@ private:
 
     const UShortVector& tags;
     const unsigned short firstAddress;
-    const int end;
+    const qint64 end;
     std::size_t from; ///< tags before this one are behind
-    int index;
-    int runStart;
+    qint64 index;
+    qint64 runStart;
     int runLength;
 };
 
@@ -92,20 +96,19 @@ QByteArray DriverModbusTcpSlave::readSparseBits(AbstractDeviceInterface* device,
     const std::map<unsigned char, ModbusBitSet>::const_iterator entry =
         validBitAddressesMap.find(static_cast<unsigned char>(station));
     if (entry == validBitAddressesMap.end()) {
-        setCommError(ErrorText("invalid address ") << station << "-" << area);
+        setCommError(QString().sprintf("invalid address %d-%s", station, area));
         return QByteArray();
     }
     if (count <= 0)
         return QByteArray();
-    if (count > INT_MAX / 8) {
-        setCommError(ErrorText("can't read ")
-                     << quint64(8) * static_cast<quint32>(count) << " bits from " << area << address + 1);
+    if (count > LargestArray) {
+        setCommError(QString().sprintf("can't read %d bytes from %s%d", count, area, address + 1));
         return QByteArray();
     }
 
     QByteArray result(count, '\0');
     const QByteArray prefix(area);
-    TagRuns runs(entry->second.*tags, address, count * 8);
+    TagRuns runs(entry->second.*tags, address, static_cast<qint64>(count) * 8);
     for (bool first = true; runs.next(); first = false) {
         const int delay = first ? 0 : device->commandDelay();
         if (delay > 0)

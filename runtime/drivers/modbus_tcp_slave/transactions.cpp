@@ -1,64 +1,65 @@
 #include "modbus_tcp_slave.h"
 
-#include "error_text.h"
 #include "tools.h"
 
 #include <QVarLengthArray>
 
+#include <cstdarg>
 #include <cstring>
 
 using namespace modbus_tcp;
 
-static const unsigned char ExceptionFlag = 0x80;
-static const int ExceptionReplyMbapLength = 3;
-static const int MbapLengthOffset = 6; ///< the header's length field counts from here
-static const int EchoedAddress = MbapLength + 1;
-static const int EchoedValue = MbapLength + 3; ///< or quantity
-
-/// What stands before the data of a request: MBAP header, function code and fields. As a format it takes from
-/// the front as many as it has of: the header's fields, function code, address, value, number of data bytes.
+/// What stands ahead of the data of a request, as format and in bytes.
 struct modbus_tcp::RequestHead
 {
     const char* format;
     int length;
 };
 
-static const QByteArray NoData;
-static const RequestHead AddressHead = {"nnnCCn", 10};
-static const RequestHead AddressValueHead = {"nnnCCnn", 12};
-static const RequestHead AddressValueSizeHead = {"nnnCCnnC", 13};
+namespace {
 
-static unsigned char unitIdentifier(AbstractDeviceInterface* device)
+const unsigned char ExceptionFlag = 0x80;
+const int ExceptionReplyMbapLength = 3;
+const int MbapLengthOffset = 6; ///< the header's length field counts from here
+
+const QByteArray NoData;
+const RequestHead WriteHead = {"nnnC"
+                               "Cn",
+                               MbapLength + 3};
+const RequestHead ReadHead = {"nnnC"
+                              "Cnn",
+                              MbapLength + 5};
+const RequestHead WriteManyHead = {"nnnC"
+                                   "CnnC",
+                                   MbapLength + 6};
+const int LongestRequest = MbapLength + 6 + MaxByteCount;
+
+const unsigned short CoilOn = 0xFF00;
+const unsigned short CoilOff = 0x0000;
+
+const unsigned char* bytesAt(const char* frame, int offset)
 {
-    return static_cast<unsigned char>(device->stationId());
+    return reinterpret_cast<const unsigned char*>(frame) + offset;
 }
 
-static unsigned char byteAt(const char* frame, int offset)
-{
-    return static_cast<unsigned char>(frame[offset]);
-}
-
-/// A field of two bytes, the high one first.
-static unsigned short fieldAt(const char* frame, int offset)
-{
-    return static_cast<unsigned short>(byteAt(frame, offset) << 8 | byteAt(frame, offset + 1));
-}
+} // namespace
 
 unsigned short DriverModbusTcpSlave::getTID()
 {
     return transactionId;
 }
 
-/// Sends one request: its head, then data.
+/// Sends one request. format describes what stands ahead of data and takes as many as it has of: the header,
+/// function code, address, value, number of data bytes.
 bool DriverModbusTcpSlave::sendRequest(AbstractDeviceInterface* device, const RequestHead& head,
                                        unsigned char functionCode, unsigned short address,
                                        unsigned short value, const QByteArray& data, int& written)
 {
     ++transactionId;
-    const unsigned char unitId = unitIdentifier(device);
+    const unsigned char unitId = static_cast<unsigned char>(device->stationId());
 
     const int length = head.length + data.size();
-    QVarLengthArray<unsigned char, ReceiveBufferLength> frame(length);
+    QVarLengthArray<unsigned char, LongestRequest> frame(length);
     DataPack(frame.data(), head.format, transactionId, 0, length - MbapLengthOffset, unitId, functionCode,
              address, value, data.size());
     if (!data.isEmpty())
@@ -71,67 +72,61 @@ bool DriverModbusTcpSlave::sendReadDevicesCmd(AbstractDeviceInterface* device, u
                                               unsigned short startAddress, unsigned short quantity,
                                               int& written)
 {
-    return sendRequest(device, AddressValueHead, functionCode, startAddress, quantity, NoData, written);
+    return sendRequest(device, ReadHead, functionCode, startAddress, quantity, NoData, written);
 }
 
 bool DriverModbusTcpSlave::sendWrite1CoilCmd(AbstractDeviceInterface* device, unsigned short address, bool on,
                                              int& written)
 {
-    return sendRequest(device, AddressValueHead, 5, address, on ? 0xFF00 : 0x0000, NoData, written);
+    return sendRequest(device, ReadHead, 5, address, on ? CoilOn : CoilOff, NoData, written);
 }
 
 bool DriverModbusTcpSlave::sendWrite1WordCmd(AbstractDeviceInterface* device, unsigned short address,
                                              const QByteArray& value, int& written)
 {
-    return sendRequest(device, AddressHead, 6, address, 0, value, written);
+    return sendRequest(device, WriteHead, 6, address, 0, value, written);
 }
 
 bool DriverModbusTcpSlave::sendWriteCoilsCmd(AbstractDeviceInterface* device, unsigned short startAddress,
                                              unsigned short quantity, const QByteArray& data, int& written)
 {
-    return sendRequest(device, AddressValueSizeHead, 15, startAddress, quantity, data, written);
+    return sendRequest(device, WriteManyHead, 15, startAddress, quantity, data, written);
 }
 
 bool DriverModbusTcpSlave::sendWriteWordsCmd(AbstractDeviceInterface* device, unsigned short startAddress,
                                              const QByteArray& data, int& written)
 {
-    return sendRequest(device, AddressValueSizeHead, 16, startAddress,
-                       static_cast<unsigned short>(data.size() / 2), data, written);
+    return sendRequest(device, WriteManyHead, 16, startAddress, static_cast<unsigned short>(data.size() / 2),
+                       data, written);
 }
 
 bool DriverModbusTcpSlave::checkMBAP(const char* response, unsigned short expectedLength,
                                      unsigned char unitId)
 {
-    const unsigned short transaction = fieldAt(response, 0);
-    const unsigned short protocol = fieldAt(response, 2);
-    const unsigned short length = fieldAt(response, 4);
-    const unsigned char unit = byteAt(response, 6);
+    unsigned short transaction = 0;
+    unsigned short protocol = 0;
+    unsigned short length = 0;
+    unsigned char unit = 0;
+    DataUnpack(bytesAt(response, 0), "nnnC", &transaction, &protocol, &length, &unit);
 
     if (transaction != getTID())
-        return fail("invalid transaction ID");
+        return fail(QLatin1String("invalid transaction ID"));
     if (protocol != 0 || (length != expectedLength && length != ExceptionReplyMbapLength))
-        return fail("invalid response");
+        return fail(QLatin1String("invalid response"));
     if (unit != unitId)
-        return fail("invalid station id");
+        return fail(QLatin1String("invalid station id"));
     return true;
 }
 
 bool DriverModbusTcpSlave::checkException(const char* response, unsigned char functionCode, bool& isException,
                                           unsigned char& exceptionCode)
 {
-    const unsigned char reply = byteAt(response, MbapLength);
+    const unsigned char reply = *bytesAt(response, MbapLength);
     if (reply == functionCode)
         return true;
     isException = reply == (functionCode | ExceptionFlag);
     if (isException)
-        exceptionCode = byteAt(response, MbapLength + 1);
-    return false;
-}
-
-bool DriverModbusTcpSlave::failAndClose(AbstractDeviceInterface* device, const QString& text)
-{
-    setCommError(text);
-    device->close();
+        exceptionCode = *bytesAt(response, MbapLength + 1);
     return false;
 }
 
@@ -145,7 +140,7 @@ bool DriverModbusTcpSlave::receiveResponse(AbstractDeviceInterface* device, unsi
         return failAndClose(device, device->errorString());
 
     if (!checkMBAP(buffer, static_cast<unsigned short>(expectedLength - MbapLengthOffset),
-                   unitIdentifier(device))) {
+                   static_cast<unsigned char>(device->stationId()))) {
         device->close();
         return false;
     }
@@ -155,8 +150,7 @@ bool DriverModbusTcpSlave::receiveResponse(AbstractDeviceInterface* device, unsi
     if (!checkException(buffer, functionCode, isException, exceptionCode)) {
         if (!isException)
             return failAndClose(device, QLatin1String("invalid response"));
-        const QString code = QString::number(exceptionCode, 16).toUpper().rightJustified(2, QLatin1Char('0'));
-        return fail(ErrorText("exception code:") << code);
+        return fail(QString().sprintf("exception code:%02X", exceptionCode));
     }
 
     received += device->readData(buffer + ReplyStartLength, expectedLength - ReplyStartLength);
@@ -177,10 +171,13 @@ bool DriverModbusTcpSlave::recvWrite1CoilRsp(AbstractDeviceInterface* device, un
     if (!receiveResponse(device, 5, buffer, WriteReplyLength, received))
         return false;
 
-    if (fieldAt(buffer, EchoedAddress) != address)
-        return fail("wrong device address from response");
-    if (fieldAt(buffer, EchoedValue) != (on ? 0xFF00 : 0x0000))
-        return fail(ErrorText("failed to write DO") << address + 1);
+    unsigned short echoedAddress = 0;
+    unsigned short echoedValue = 0;
+    DataUnpack(bytesAt(buffer, MbapLength), "xnn", &echoedAddress, &echoedValue);
+    if (echoedAddress != address)
+        return fail(QLatin1String("wrong device address from response"));
+    if (echoedValue != (on ? CoilOn : CoilOff))
+        return fail(QString().sprintf("failed to write DO%d", address + 1));
     return true;
 }
 
@@ -190,10 +187,13 @@ bool DriverModbusTcpSlave::recvWrite1WordRsp(AbstractDeviceInterface* device, un
     if (!receiveResponse(device, 6, buffer, WriteReplyLength, received))
         return false;
 
-    if (fieldAt(buffer, EchoedAddress) != address)
-        return fail("wrong device address from response");
-    if (value.left(2) != QByteArray::fromRawData(buffer + EchoedValue, 2))
-        return fail(ErrorText("failed to write HR") << address + 1);
+    unsigned short echoedAddress = 0;
+    unsigned char echoedValue[2] = {0, 0};
+    DataUnpack(bytesAt(buffer, MbapLength), "xnCC", &echoedAddress, &echoedValue[0], &echoedValue[1]);
+    if (echoedAddress != address)
+        return fail(QLatin1String("wrong device address from response"));
+    if (value.left(2) != ByteArrayPack("2C", echoedValue))
+        return fail(QString().sprintf("failed to write HR%d", address + 1));
     return true;
 }
 
@@ -204,9 +204,12 @@ bool DriverModbusTcpSlave::recvWriteDevicesRsp(AbstractDeviceInterface* device, 
     if (!receiveResponse(device, functionCode, buffer, WriteReplyLength, received))
         return false;
 
-    if (fieldAt(buffer, EchoedAddress) != startAddress)
-        return fail("wrong device address from response");
-    if (fieldAt(buffer, EchoedValue) != quantity)
-        return fail("wrong quantity from response");
+    unsigned short echoedAddress = 0;
+    unsigned short echoedQuantity = 0;
+    DataUnpack(bytesAt(buffer, MbapLength), "xnn", &echoedAddress, &echoedQuantity);
+    if (echoedAddress != startAddress)
+        return fail(QLatin1String("wrong device address from response"));
+    if (echoedQuantity != quantity)
+        return fail(QLatin1String("wrong quantity from response"));
     return true;
 }
