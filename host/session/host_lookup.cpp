@@ -1,79 +1,98 @@
 #include "session/host_lookup.h"
 
 #include <cstring>
-#include <future>
 #include <netdb.h>
-#include <thread>
+#include <string>
 
-namespace {
-
-struct Lookup
+/// What the system reads and writes while it looks up a name.
+struct HostLookup::Question
 {
-    int result;
-    std::vector<SocketAddress> addresses;
+    Question(const QString& host, quint16 port) : name(host.toStdString()), service(std::to_string(port))
+    {
+        hints.ai_family = AF_UNSPEC;
+        hints.ai_socktype = SOCK_STREAM;
+        hints.ai_flags = AI_NUMERICSERV;
+        request.ar_name = name.c_str();
+        request.ar_service = service.c_str();
+        request.ar_request = &hints;
+    }
+
+    ~Question()
+    {
+        if (request.ar_result)
+            ::freeaddrinfo(request.ar_result);
+    }
+
+    Question(const Question&) = delete;
+    Question& operator=(const Question&) = delete;
+
+    /// 0, or the EAI_ code that tells why it was not asked.
+    int ask()
+    {
+        addrinfo numeric = hints;
+        numeric.ai_flags |= AI_NUMERICHOST;
+        if (::getaddrinfo(name.c_str(), service.c_str(), &numeric, &request.ar_result) == 0)
+            return 0;
+        gaicb* list[] = {&request};
+        return ::getaddrinfo_a(GAI_NOWAIT, list, 1, nullptr);
+    }
+
+    /// 0, EAI_INPROGRESS when there is no answer yet, or the EAI_ code that tells why there is none.
+    int wait(const Waiting& waiting)
+    {
+        const gaicb* list[] = {&request};
+        while (::gai_error(&request) == EAI_INPROGRESS && !waiting.stopped() &&
+               waiting.remaining().count() > 0) {
+            const timespec slice = waiting.slice();
+            ::gai_suspend(list, 1, &slice);
+        }
+        return ::gai_error(&request);
+    }
+
+    std::vector<SocketAddress> addresses() const
+    {
+        std::vector<SocketAddress> found;
+        for (const addrinfo* entry = request.ar_result; entry; entry = entry->ai_next) {
+            SocketAddress address;
+            address.length = entry->ai_addrlen;
+            std::memcpy(&address.storage, entry->ai_addr, entry->ai_addrlen);
+            found.push_back(address);
+        }
+        return found;
+    }
+
+    const std::string name;
+    const std::string service;
+    addrinfo hints{};
+    gaicb request{};
 };
 
-Lookup askSystem(const std::string& host, quint16 port, int flags)
+HostLookup::HostLookup(const QString& host, quint16 port) : m_host(host), m_port(port)
 {
-    addrinfo hints{};
-    hints.ai_family = AF_UNSPEC;
-    hints.ai_socktype = SOCK_STREAM;
-    hints.ai_flags = flags | AI_NUMERICSERV;
-    addrinfo* list = nullptr;
-    Lookup lookup{::getaddrinfo(host.c_str(), std::to_string(port).c_str(), &hints, &list), {}};
-    if (lookup.result != 0)
-        return lookup;
-    for (const addrinfo* entry = list; entry; entry = entry->ai_next) {
-        SocketAddress address;
-        address.length = entry->ai_addrlen;
-        std::memcpy(&address.storage, entry->ai_addr, entry->ai_addrlen);
-        lookup.addresses.push_back(address);
+}
+
+HostLookup::~HostLookup()
+{
+    if (m_question && ::gai_cancel(&m_question->request) == EAI_NOTCANCELED)
+        static_cast<void>(m_question.release()); // the system is going to write into it
+}
+
+std::vector<SocketAddress> HostLookup::addresses(const Waiting& waiting, QString& error)
+{
+    int result = 0;
+    if (!m_question) {
+        m_question = std::make_unique<Question>(m_host, m_port);
+        result = m_question->ask();
     }
-    ::freeaddrinfo(list);
-    return lookup;
-}
-
-/// Name servers can take longer than any deadline and getaddrinfo can not be interrupted: it runs on a thread
-/// of its own, which is left behind when nobody waits for it any more.
-std::future<Lookup> askInBackground(const std::string& host, quint16 port)
-{
-    std::packaged_task<Lookup()> task([host, port] { return askSystem(host, port, 0); });
-    std::future<Lookup> answer = task.get_future();
-    std::thread(std::move(task)).detach();
-    return answer;
-}
-
-bool waitFor(const std::future<Lookup>& answer, const Waiting& waiting)
-{
-    const std::chrono::nanoseconds slice = std::chrono::milliseconds(20);
-    while (!waiting.stopped()) {
-        const auto left = waiting.remaining();
-        if (answer.wait_for(std::min(left, slice)) == std::future_status::ready)
-            return true;
-        if (left.count() == 0)
-            return false;
-    }
-    return false;
-}
-
-} // namespace
-
-std::vector<SocketAddress> lookUpHost(const QString& host, quint16 port, const Waiting& waiting,
-                                      QString& error)
-{
-    const std::string name = host.toStdString();
-    Lookup lookup = askSystem(name, port, AI_NUMERICHOST);
-    if (lookup.result == 0)
-        return lookup.addresses;
-
-    std::future<Lookup> answer = askInBackground(name, port);
-    if (!waitFor(answer, waiting)) {
-        error = QStringLiteral("host name \"%1\" was not resolved in time").arg(host);
+    if (result == 0)
+        result = m_question->wait(waiting);
+    if (result == EAI_INPROGRESS) {
+        error = QStringLiteral("host name \"%1\" was not resolved in time").arg(m_host);
         return {};
     }
-    lookup = answer.get();
-    if (lookup.result != 0)
+    if (result != 0)
         error = QStringLiteral("host name \"%1\" can not be resolved (%2)")
-                    .arg(host, QString::fromLocal8Bit(::gai_strerror(lookup.result)));
-    return lookup.addresses;
+                    .arg(m_host, QString::fromLocal8Bit(::gai_strerror(result)));
+    const std::unique_ptr<Question> answered = std::move(m_question);
+    return answered->addresses();
 }

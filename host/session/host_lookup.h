@@ -5,6 +5,7 @@
 
 #include <QString>
 
+#include <memory>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <vector>
@@ -18,11 +19,30 @@ struct SocketAddress
     const sockaddr* generic() const { return reinterpret_cast<const sockaddr*>(&storage); }
 };
 
-/// The TCP addresses of host (an IPv4 or IPv6 address text, or a name) with the port, in the order in which
-/// the system would try them. Address texts never ask a name server. A name that is not resolved by the
-/// deadline, or when the stop flag rises, counts as failed. On failure the list is empty and error holds a
-/// sentence that names the host.
-std::vector<SocketAddress> lookUpHost(const QString& host, quint16 port, const Waiting& waiting,
-                                      QString& error);
+/// Looks up the TCP addresses of a host.
+class HostLookup
+{
+public:
+    /// host is an IPv4 or IPv6 address text, or a name.
+    HostLookup(const QString& host, quint16 port);
+
+    /// A question that a name server has not yet answered is left to the system.
+    ~HostLookup();
+    HostLookup(const HostLookup&) = delete;
+    HostLookup& operator=(const HostLookup&) = delete;
+
+    /// The addresses, with the port, in the order in which the system would try them. Address texts never ask
+    /// a name server. A name that is not resolved by the deadline, or when the stop flag rises, counts as
+    /// failed; the next call goes on waiting for the same answer. On failure the list is empty and error
+    /// holds a sentence that names the host.
+    std::vector<SocketAddress> addresses(const Waiting& waiting, QString& error);
+
+private:
+    struct Question;
+
+    const QString m_host;
+    const quint16 m_port;
+    std::unique_ptr<Question> m_question; ///< asked and not yet answered
+};
 
 #endif

@@ -76,7 +76,7 @@ int connectWithin(int socket, const SocketAddress& address, const Waiting& waiti
 } // namespace
 
 TcpLink::TcpLink(const QString& host, quint16 port, const DriverSetting& setting, int linkId)
-    : m_host(host), m_port(port), m_peer(peerName(host, port)), m_setting(setting),
+    : m_lookup(host, port), m_peer(peerName(host, port)), m_setting(setting),
       m_timeout(std::max(setting.timeout, 1)), m_deviceSetting(ethernetSetting(host, port, linkId)),
       m_error(QStringLiteral("no connection to %1").arg(m_peer))
 {
@@ -123,7 +123,7 @@ bool TcpLink::open()
         return false;
     }
     QString error;
-    const std::vector<SocketAddress> addresses = lookUpHost(m_host, m_port, waiting, error);
+    const std::vector<SocketAddress> addresses = m_lookup.addresses(waiting, error);
     setError(waiting.stopped() ? QStringLiteral("interrupted") : error);
     for (std::size_t i = 0; i < addresses.size(); ++i) {
         if (connectTo(addresses[i], waiting.share(addresses.size() - i)))

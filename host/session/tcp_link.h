@@ -118,8 +118,7 @@ private:
     void hungUp(int reason);
     void explainShortRead(int got, int wanted, const Waiting& waiting);
 
-    const QString m_host;
-    const quint16 m_port;
+    HostLookup m_lookup;
     const QString m_peer;
     DriverSetting m_setting;
     const int m_timeout;

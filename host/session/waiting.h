@@ -1,6 +1,7 @@
 #ifndef SESSION_WAITING_H
 #define SESSION_WAITING_H
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <ctime>
@@ -32,6 +33,12 @@ public:
     {
         const auto left = m_deadline - Clock::now();
         return left > Clock::duration::zero() ? left : Clock::duration::zero();
+    }
+
+    /// How long to wait before the next look at the stop flag.
+    timespec slice() const
+    {
+        return {0, std::min<std::chrono::nanoseconds>(remaining(), longestBlindness).count()};
     }
 
     /// This one's remaining time divided among so many tries: the wait of the first of them.
