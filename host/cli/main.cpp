@@ -3,6 +3,26 @@
 
 #include <QCoreApplication>
 
+#include <new>
+
+namespace {
+
+/// The command line, whatever the system has run out of.
+int run(Console& console)
+{
+    try {
+        return runCommandLine(QCoreApplication::arguments().mid(1), console);
+    } catch (const std::bad_alloc&) {
+        return reportError(console, Refused, QStringLiteral("the system has no memory left"));
+    } catch (const std::exception& problem) {
+        return reportError(console, Refused,
+                           QStringLiteral("the system gives no more: ") +
+                               QString::fromLocal8Bit(problem.what()));
+    }
+}
+
+} // namespace
+
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
@@ -12,7 +32,7 @@ int main(int argc, char** argv)
     err.setCodec("UTF-8");
     Console console{out, err};
     interrupt::catchSignals();
-    const int status = runCommandLine(QCoreApplication::arguments().mid(1), console);
+    const int status = run(console);
     out.flush();
     if (out.status() != QTextStream::Ok && status == Done)
         return reportError(console, Refused, QStringLiteral("the output can not be written"));

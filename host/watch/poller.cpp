@@ -17,7 +17,6 @@ constexpr int mostReadings = 4096;
 Poller::Poller(Session& session, const PollPlan& plan)
     : m_session(session), m_plan(plan), m_event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
-    m_session.link().setStopFlag(&m_stopping);
     m_thread = std::thread([this] { run(); });
 }
 
@@ -25,11 +24,27 @@ Poller::~Poller()
 {
     stop(std::chrono::milliseconds(0));
     m_thread.join();
-    m_session.link().setStopFlag(&interrupt::flag());
     ::close(m_event);
 }
 
 void Poller::run()
+{
+    std::exception_ptr failure;
+    m_session.link().setStopFlag(&m_stopping);
+    try {
+        poll();
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    m_session.link().setStopFlag(&interrupt::flag());
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_failure = failure;
+    m_ended = true;
+    ::eventfd_write(m_event, 1);
+    m_changed.notify_all();
+}
+
+void Poller::poll()
 {
     const auto begin = PollSchedule::Clock::now();
     PollSchedule schedule(begin, m_plan.interval);
@@ -41,10 +56,6 @@ void Poller::run()
         pollAll(sample, schedule.missed());
         schedule.polled(PollSchedule::Clock::now());
     }
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    m_ended = true;
-    ::eventfd_write(m_event, 1);
-    m_changed.notify_all();
 }
 
 /// Returns false when the polling is to end. A slot for whose readings there is no room is missed.
@@ -109,6 +120,8 @@ QVector<Reading> Poller::take()
 bool Poller::finished()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_failure)
+        std::rethrow_exception(m_failure);
     return m_ended && m_readings.isEmpty();
 }
 

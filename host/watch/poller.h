@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <exception>
 #include <mutex>
 #include <optional>
 #include <thread>
@@ -44,7 +45,8 @@ struct Reading
 class Poller
 {
 public:
-    /// The session must outlive the poller, and nobody else may use it before stop() has returned true.
+    /// Throws std::system_error when no thread can be started. The session must outlive the poller, and
+    /// nobody else may use it before stop() has returned true.
     Poller(Session& session, const PollPlan& plan);
 
     /// Ends the polling, however long the command that is going on takes.
@@ -58,7 +60,8 @@ public:
     /// What was read since the last call, oldest first.
     QVector<Reading> take();
 
-    /// No more readings will come, and all have been taken.
+    /// No more readings will come, and all have been taken. Throws what the polling has thrown, such as
+    /// std::bad_alloc.
     bool finished();
 
     /// While paused no sample begins; the one that is going on is completed.
@@ -70,6 +73,7 @@ public:
 
 private:
     void run();
+    void poll();
     bool waitForSlot(PollSchedule& schedule);
     void pollAll(quint64 sample, quint64 missed);
     void publish(Reading&& reading);
@@ -83,6 +87,7 @@ private:
     bool m_paused = false;
     std::atomic<bool> m_stopping{false}; ///< the link's waits look at it as well
     bool m_ended = false;
+    std::exception_ptr m_failure; ///< that ended the polling
     std::thread m_thread;
 };
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <vector>
 
 namespace {
 
@@ -17,11 +16,11 @@ QChar trendSymbol(double part, TrendSymbols symbols)
     return symbols == TrendSymbols::Blocks ? QChar(lowestBlock + level) : QLatin1Char(ascii[level]);
 }
 
-/// Indices grow with each sample, past the largest int within weeks unless they are made small again.
-void append(Samples& samples, double number)
+void append(Samples& samples, double number, std::size_t most)
 {
-    samples.append(number);
-    samples.normalizeIndexes();
+    samples.push_back(number);
+    if (samples.size() > most)
+        samples.pop_front();
 }
 
 } // namespace
@@ -41,26 +40,24 @@ void ValueHistory::add(double number, const QString& text)
         m_largest = number;
         m_largestText = text;
     }
-    append(m_samples, number);
+    append(m_samples, number, width);
 }
 
 void ValueHistory::addGap()
 {
-    append(m_samples, std::numeric_limits<double>::quiet_NaN());
+    append(m_samples, std::numeric_limits<double>::quiet_NaN(), width);
 }
 
 void RoundTrips::add(double milliseconds)
 {
-    append(m_milliseconds, milliseconds);
+    append(m_milliseconds, milliseconds, window);
 }
 
 double RoundTrips::quantile(double part) const
 {
     if (isEmpty())
         return 0;
-    std::vector<double> sorted;
-    for (int i = m_milliseconds.firstIndex(); i <= m_milliseconds.lastIndex(); ++i)
-        sorted.push_back(m_milliseconds.at(i));
+    Samples sorted = m_milliseconds;
     const double rank = std::ceil(part * static_cast<double>(sorted.size()));
     const auto at = sorted.begin() + std::max(static_cast<long>(rank) - 1, 0L);
     std::nth_element(sorted.begin(), at, sorted.end());
@@ -69,15 +66,16 @@ double RoundTrips::quantile(double part) const
 
 QString trendText(const Samples& samples, int width, bool isBit, TrendSymbols symbols)
 {
-    const int begin = samples.lastIndex() + 1 - std::clamp(width, 0, samples.count());
+    const std::size_t shown = std::min(samples.size(), static_cast<std::size_t>(std::max(width, 0)));
+    const std::size_t begin = samples.size() - shown;
     double least = isBit ? 0 : std::numeric_limits<double>::infinity();
     double most = isBit ? 1 : -std::numeric_limits<double>::infinity();
-    for (int i = begin; i <= samples.lastIndex(); ++i) {
+    for (std::size_t i = begin; i < samples.size(); ++i) {
         least = std::fmin(least, samples.at(i));
         most = std::fmax(most, samples.at(i));
     }
     QString text;
-    for (int i = begin; i <= samples.lastIndex(); ++i) {
+    for (std::size_t i = begin; i < samples.size(); ++i) {
         const double sample = samples.at(i);
         const double part = most > least ? (sample - least) / (most - least) : 0.5;
         text += std::isnan(sample) ? QChar(QLatin1Char(' ')) : trendSymbol(part, symbols);

@@ -1,16 +1,20 @@
 #ifndef WATCH_STATISTICS_H
 #define WATCH_STATISTICS_H
 
-#include <QContiguousCache>
 #include <QString>
 
-/// The last samples of a series, the oldest first: from firstIndex() to lastIndex().
-using Samples = QContiguousCache<double>;
+#include <deque>
+
+/// The last samples of a series, the oldest first.
+using Samples = std::deque<double>;
 
 /// What is known of one watched element.
 class ValueHistory
 {
 public:
+    /// Samples that are kept: as wide as a trend is ever shown.
+    static constexpr std::size_t width = 160;
+
     /// A sample: its number, which may be not finite, and its text in print.
     void add(double number, const QString& text);
 
@@ -31,7 +35,7 @@ private:
     QString m_largestText;
     double m_smallest = 0;
     double m_largest = 0;
-    Samples m_samples{160}; ///< as wide as a trend is ever shown
+    Samples m_samples;
 };
 
 /// How long the last commands took.
@@ -39,17 +43,17 @@ class RoundTrips
 {
 public:
     /// Commands that count.
-    static constexpr int window = 1000;
+    static constexpr std::size_t window = 1000;
 
     void add(double milliseconds);
-    bool isEmpty() const { return m_milliseconds.isEmpty(); }
+    bool isEmpty() const { return m_milliseconds.empty(); }
 
     /// The shortest time within which that part of the commands, above 0 and up to 1, was done: 0.5 gives the
     /// median. In milliseconds; 0 when there was no command.
     double quantile(double part) const;
 
 private:
-    Samples m_milliseconds{window};
+    Samples m_milliseconds;
 };
 
 /// How a trend is drawn.

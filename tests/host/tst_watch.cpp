@@ -24,9 +24,9 @@ QStringList words(const QString& text)
 
 Samples samplesOf(const QString& text)
 {
-    Samples samples(100);
+    Samples samples;
     for (const QString& word : words(text))
-        samples.append(word == QLatin1String("x") ? gap : word.toDouble());
+        samples.push_back(word == QLatin1String("x") ? gap : word.toDouble());
     return samples;
 }
 
@@ -162,7 +162,7 @@ void tst_watch::history()
     QCOMPARE(history.latest(), QStringLiteral("nan"));
     QCOMPARE(history.smallest(), QStringLiteral("0x0009"));
     QCOMPARE(history.largest(), QStringLiteral("0x000a"));
-    QCOMPARE(history.samples().count(), 4);
+    QCOMPARE(history.samples().size(), std::size_t(4));
 }
 
 void tst_watch::roundTrips()

@@ -238,6 +238,61 @@ class Watch(unittest.TestCase):
         self.assertEqual(process.returncode, 130)
         self.assertEqual(len(self.rows("interrupted.csv")), len(lines))
 
+    # What the system does not give
+
+    def limited(self, limit, *arguments):
+        """One sample under a limit of bash's ulimit: exit status and text of the error."""
+        command = ["bash", "-c", f'ulimit {limit}; exec "$@"', "bash", self.host, *arguments]
+        done = subprocess.run(command, capture_output=True, text=True, timeout=60, stdin=subprocess.DEVNULL)
+        return done.returncode, done.stderr
+
+    def watch_limited(self, limit):
+        port = self.slave.device.rpartition(":")[2]
+        return self.limited(limit, "--device", "localhost:" + port, "--retry", "0", "watch", "HR1:word:100",
+                            "--samples", "1")
+
+    def test_no_thread(self):
+        status, error = self.watch_limited("-s 200000000000")  # a stack that no address space has room for
+        self.assertEqual(status, 1)
+        self.assertRegex(error, "^error: the system gives no more: .+\n$")
+
+    def test_no_descriptor_or_memory(self):
+        limits = [f"-n {number}" for number in range(4, 10)]
+        with open(self.host, "rb") as file:
+            if b"__asan" not in file.read():  # needs terabytes itself
+                limits += [f"-v {size}" for size in range(40000, 120000, 1000)]
+        started = [limit for limit in limits if self.limited(limit, "--version")[0] == 0]
+        outcomes = [self.watch_limited(limit) for limit in started]
+        for limit, (status, error) in zip(started, outcomes):
+            self.assertIn(status, (0, 1, 2), limit)
+            self.assertEqual(error.count("error: "), 0 if status == 0 else 1, limit)
+        self.assertGreater(sum(status != 0 for status, _ in outcomes), 0)
+        self.assertEqual(outcomes[-1][0], 0)
+
+    SILENT_NAME_SERVER = """
+import fcntl, os, socket, struct, subprocess, sys
+silent = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+fcntl.ioctl(silent, 0x8914, struct.pack("16sh14x", b"lo", 0x41))  # SIOCSIFFLAGS: the loopback comes up
+silent.bind(("127.0.0.1", 53))
+watch = subprocess.Popen(sys.argv[1:], stdout=subprocess.PIPE)
+lines = [watch.stdout.readline() for _ in range(40)]
+print(sum(b"was not resolved in time" in line for line in lines), len(os.listdir(f"/proc/{watch.pid}/task")))
+watch.send_signal(2)
+print(watch.wait(10))
+"""
+
+    def test_silent_name_server(self):
+        with open(self.path("resolv.conf"), "w", encoding="ascii") as file:
+            file.write("nameserver 127.0.0.1\n")
+        apart = ["unshare", "-rmn", "sh", "-c", 'mount --bind "$0" /etc/resolv.conf && exec "$@"', file.name]
+        if subprocess.run([*apart, "true"], capture_output=True, check=False).returncode != 0:
+            self.skipTest("this system allows no namespaces of one's own")
+        done = subprocess.run(
+            [*apart, sys.executable, "-c", self.SILENT_NAME_SERVER, self.host, "--device", "plc.example",
+             "--timeout", "20", "--retry", "0", "watch", "HR1", "--interval", "20"],
+            capture_output=True, text=True, timeout=60)
+        self.assertEqual(done.stdout.split(), ["40", "3", "130"])  # the screen's, the poller's, the look-up's
+
     # Time
 
     def test_intervals_do_not_drift(self):
