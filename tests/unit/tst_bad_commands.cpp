@@ -142,6 +142,7 @@ void tst_bad_commands::counts_data()
         {"DI1", Bit, 2008, "can't read # bits from DI1", -1, "can't write any bit to DI1"},
         {"DI1", Byte, LargestArray, "can't read # bytes from DI1", -1, "can't write any byte to DI1"},
         {"DI1", Word, 125, "can't read any word from DI1", -1, "can't write any word to DI1"},
+        {"FNUDO1", Bit, 2000, "can't read any word from FNUDO1", -1, "can't write any bit to FNUDO1"},
         {"XY1", Bit, 2000, "can't read any word from XY1", -1, "can't write any bit to XY1"},
         {"XY1", Byte, LargestArray, "can't read # bytes from DO1", -1, "can't write any byte to XY1"},
     };
