@@ -1,7 +1,5 @@
 #include "scan/answer.h"
 
-#include <QRegularExpression>
-
 namespace scan {
 namespace {
 
@@ -19,15 +17,14 @@ bool saysNothingOfTheElements(int code)
 
 Answer answerFromError(const QString& error)
 {
-    static const QRegularExpression exception(QStringLiteral("exception code:([0-9A-F]{2})$"));
     if (error.isEmpty())
         return Answer();
     Answer answer;
     answer.text = error.mid(error.indexOf(QLatin1String("> ")) + 1).trimmed();
     answer.kind = Answer::Silence;
-    const QRegularExpressionMatch match = exception.match(error);
-    const int code = match.captured(1).toInt(nullptr, 16);
-    if (match.hasMatch() && !saysNothingOfTheElements(code)) {
+    bool isException = false;
+    const int code = error.section(QLatin1String("exception code:"), 1).toInt(&isException, 16);
+    if (isException && !saysNothingOfTheElements(code)) {
         answer.kind = Answer::Exception;
         answer.code = code;
     }

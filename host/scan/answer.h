@@ -26,9 +26,9 @@ struct Answer
 
 constexpr int illegalFunction = 1;
 
-/// The answer behind the driver's error text. Its description of the command, up to "> ", is left out. The
-/// exception codes for "come again later" (05, 06) and those by which a gateway says that the station behind
-/// it does not answer (0A, 0B) count as Silence. An empty text is Data.
+/// The answer behind the driver's error text, of those that docs/errors.md lists. Its description of the
+/// command, up to "> ", is left out. The exception codes for "come again later" (05, 06) and those by which a
+/// gateway says that the station behind it does not answer (0A, 0B) count as Silence. An empty text is Data.
 Answer answerFromError(const QString& error);
 
 } // namespace scan
