@@ -52,8 +52,7 @@ void printFacts(const QVector<Fact>& facts, OutputFormat format, QTextStream& ou
 int runInfo(const LinkOptions& options, Console& console)
 {
     QString error;
-    const QString file = options.driverFile.isEmpty() ? DriverPlugin::defaultFileName() : options.driverFile;
-    const auto plugin = DriverPlugin::load(file, options.entry, error);
+    const auto plugin = DriverPlugin::load(options.driverFile, options.entry, error);
     if (!plugin)
         return reportError(console, WrongCommandLine, error);
     printFacts(factsAbout(plugin->driver(), plugin->fileName()), options.format, console.out);

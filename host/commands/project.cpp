@@ -3,6 +3,7 @@
 #include "commands/project_reads.h"
 #include "project/project_file.h"
 #include "session/interrupt.h"
+#include "session/session.h"
 #include "text/json_line.h"
 #include "text/text_table.h"
 #include "tools/project_database.h"
@@ -12,9 +13,6 @@
 #include <QMap>
 
 namespace {
-
-constexpr int defaultStation = 1;
-constexpr int defaultPort = 502;
 
 /// Adds the addresses of a file, one on each line; blank lines and lines that begin with # are passed over.
 /// Returns a sentence that names the file and the line, empty on success.
@@ -37,11 +35,23 @@ QString readTagFile(const QString& fileName, QStringList& tags)
                : QStringLiteral("--tags: can not read %1: %2").arg(fileName, file.errorString());
 }
 
-void addContents(ProjectWriter& writer, const LinkOptions& link, const QStringList& tags)
+/// The default station of the link, by the options and the driver's defaults. Empty, with a sentence in
+/// problem, when there is no such driver.
+std::optional<ProjectNode> defaultNode(const LinkOptions& link, QString& problem)
 {
-    const int port = link.device.port.value_or(defaultPort);
+    const auto plugin = DriverPlugin::load(link.driverFile, link.entry, problem);
+    const auto port = plugin ? effectivePort(plugin->driver(), link, problem) : std::nullopt;
+    if (!port)
+        return std::nullopt;
+    return ProjectNode{link.linkId, effectiveSetting(plugin->driver(), link).stationid, true,
+                       link.device.host, *port};
+}
+
+void addContents(ProjectWriter& writer, const LinkOptions& link, const ProjectNode& node,
+                 const QStringList& tags)
+{
     writer.addLink({link.linkId, ethernetHmiPort});
-    writer.addNode({link.linkId, link.station.value_or(defaultStation), true, link.device.host, port});
+    writer.addNode(node);
     for (const QString& tag : tags) {
         if (interrupt::flag() || !writer.addTag({link.linkId, tag}))
             return;
@@ -133,13 +143,16 @@ int runProjectCreate(const ProjectCreateOptions& options, Console& console)
     QString problem = options.tagFile.isEmpty() ? QString() : readTagFile(options.tagFile, tags);
     if (!problem.isEmpty())
         return reportError(console, WrongCommandLine, problem);
+    const auto node = defaultNode(options.link, problem);
+    if (!node)
+        return reportError(console, WrongCommandLine, problem);
     problem = makeProjectFolder();
     if (!problem.isEmpty())
         return reportError(console, Refused, problem);
 
     interrupt::endInOwnTime();
     ProjectWriter writer(GetDatabaseName());
-    addContents(writer, options.link, tags);
+    addContents(writer, options.link, *node, tags);
     if (interrupt::flag())
         return reportError(console, Interrupted, QStringLiteral("interrupted, the project is as it was"));
     if (!writer.commit())

@@ -95,10 +95,9 @@ void printRuns(const ProjectReads& reads, bool allRuns, QTextStream& out)
 ProjectReads readsOfProject(const LinkOptions& options, const QVector<ProjectLink>& links)
 {
     ProjectReads reads;
-    const QString file = options.driverFile.isEmpty() ? DriverPlugin::defaultFileName() : options.driverFile;
     for (const ProjectLink& link : links) {
         QString problem;
-        const auto plugin = DriverPlugin::load(file, options.entry, problem);
+        const auto plugin = DriverPlugin::load(options.driverFile, options.entry, problem);
         if (!plugin) {
             reads.notes += problem;
             return reads;

@@ -55,11 +55,11 @@ void takeTag(const ProjectTag& tag, StationTags& tags)
         tags.addresses += tag.address.mid(hyphen + 1);
 }
 
-StationTags readTags(const LinkOptions& link, QString& error)
+StationTags readTags(const LinkOptions& link, int driversStation, QString& error)
 {
     ProjectReader reader(GetDatabaseName());
     StationTags tags;
-    tags.station = link.station ? *link.station : defaultStation(reader.nodes(), link.linkId, 1);
+    tags.station = link.station ? *link.station : defaultStation(reader.nodes(), link.linkId, driversStation);
     reader.forEachTag([&](const ProjectTag& tag) {
         if (tag.linkId == link.linkId)
             takeTag(tag, tags);
@@ -354,20 +354,19 @@ int watchItems(const WatchOptions& options, const QVector<WatchedItem>& items, S
 int watchTags(const WatchOptions& options, Console& console)
 {
     QString error;
-    const StationTags tags = readTags(options.link, error);
+    const auto session = Session::start(options.link, console.err, error);
+    if (!session)
+        return reportError(console, WrongCommandLine, error);
+    const StationTags tags = readTags(options.link, session->link().stationId(), error);
     if (!error.isEmpty())
         return reportError(console, Refused, error);
     if (tags.ofOthers > 0)
         console.err << "note: " << tags.ofOthers << " tag(s) of other stations than " << tags.station
                     << " are left out\n";
-    WatchOptions stationOptions = options;
-    stationOptions.link.station = tags.station;
-    const auto session = Session::start(stationOptions.link, console.err, error);
-    if (!session)
-        return reportError(console, WrongCommandLine, error);
+    session->link().setStation(tags.station);
     DriverInterface& driver = session->driver();
     const CommandLimits limits = {driver.getBlockAccessSize(), driver.getBitBlockAccessSize()};
-    return watchItems(stationOptions, itemsOfTags(tags.addresses, limits), *session, console);
+    return watchItems(options, itemsOfTags(tags.addresses, limits), *session, console);
 }
 
 } // namespace

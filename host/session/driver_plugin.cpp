@@ -115,6 +115,11 @@ std::unique_ptr<DriverPlugin> loadAs(const QString& fileName, QString& error)
     return plugin;
 }
 
+QString defaultFileName()
+{
+    return QCoreApplication::applicationDirPath() + QLatin1String("/drivers/libmodbus_tcp_slave.so");
+}
+
 } // namespace
 
 bool isModbusTcp(DriverInterface& driver)
@@ -122,8 +127,9 @@ bool isModbusTcp(DriverInterface& driver)
     return driver.name() == QLatin1String("Modbus TCP Slave");
 }
 
-std::unique_ptr<DriverPlugin> DriverPlugin::load(const QString& fileName, PluginEntry entry, QString& error)
+std::unique_ptr<DriverPlugin> DriverPlugin::load(const QString& wanted, PluginEntry entry, QString& error)
 {
+    const QString fileName = wanted.isEmpty() ? defaultFileName() : wanted;
     const QString problem = fileProblem(fileName);
     if (!problem.isEmpty()) {
         error = QStringLiteral("driver plug-in %1 %2").arg(fileName, problem);
@@ -131,9 +137,4 @@ std::unique_ptr<DriverPlugin> DriverPlugin::load(const QString& fileName, Plugin
     }
     return entry == PluginEntry::CreateDriver ? loadAs<CreatedDriver>(fileName, error)
                                               : loadAs<SharedInstance>(fileName, error);
-}
-
-QString DriverPlugin::defaultFileName()
-{
-    return QCoreApplication::applicationDirPath() + QLatin1String("/drivers/libmodbus_tcp_slave.so");
 }

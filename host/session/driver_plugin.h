@@ -27,13 +27,11 @@ public:
     DriverPlugin(const DriverPlugin&) = delete;
     DriverPlugin& operator=(const DriverPlugin&) = delete;
 
-    /// Loads the plug-in and takes a driver from it. On failure the result is null and error holds one
-    /// sentence that names the file and why: missing, no file, not a shared library, built for another
-    /// machine, cut off, not a driver, or what the system's loader says.
+    /// Loads the plug-in and takes a driver from it. An empty fileName stands for
+    /// drivers/libmodbus_tcp_slave.so in the folder of the running program. On failure the result is null and
+    /// error holds one sentence that names the file and why: missing, no file, not a shared library, built
+    /// for another machine, cut off, not a driver, or what the system's loader says.
     static std::unique_ptr<DriverPlugin> load(const QString& fileName, PluginEntry entry, QString& error);
-
-    /// drivers/libmodbus_tcp_slave.so in the folder of the running program.
-    static QString defaultFileName();
 
     DriverInterface& driver() const { return *m_driver; }
     const QString& fileName() const { return m_fileName; }

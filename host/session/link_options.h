@@ -8,7 +8,7 @@
 /// What every command that uses a driver shares.
 struct LinkOptions
 {
-    QString driverFile; ///< empty: DriverPlugin::defaultFileName()
+    QString driverFile; ///< empty: the one of DriverPlugin::load
     PluginEntry entry = PluginEntry::CreateDriver;
     DeviceAddress device;       ///< without a port: the driver's own default
     std::optional<int> station; ///< these four: none is the driver's own default

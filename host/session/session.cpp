@@ -36,21 +36,26 @@ DriverSetting effectiveSetting(DriverInterface& driver, const LinkOptions& optio
                          options.delay.value_or(defaults->delay));
 }
 
+std::optional<quint16> effectivePort(DriverInterface& driver, const LinkOptions& options, QString& error)
+{
+    const QString defaultPort = driver.getStringBasedDefaultDriverSetting();
+    const auto port = options.device.port ? options.device.port : parsePort(defaultPort);
+    if (!port)
+        error =
+            QStringLiteral("--device needs a port: the driver's default, \"%1\", is none").arg(defaultPort);
+    return port;
+}
+
 std::unique_ptr<Session> Session::start(const LinkOptions& options, QTextStream& traceStream, QString& error)
 {
-    const QString file = options.driverFile.isEmpty() ? DriverPlugin::defaultFileName() : options.driverFile;
-    auto plugin = DriverPlugin::load(file, options.entry, error);
+    auto plugin = DriverPlugin::load(options.driverFile, options.entry, error);
     if (!plugin)
         return nullptr;
     std::unique_ptr<Session> session(new Session(std::move(plugin)));
     DriverInterface& driver = session->driver();
-    const QString defaultPort = driver.getStringBasedDefaultDriverSetting();
-    const auto port = options.device.port ? options.device.port : parsePort(defaultPort);
-    if (!port) {
-        error =
-            QStringLiteral("--device needs a port: the driver's default, \"%1\", is none").arg(defaultPort);
+    const auto port = effectivePort(driver, options, error);
+    if (!port)
         return nullptr;
-    }
     session->m_link = std::make_unique<TcpLink>(options.device.host, *port, effectiveSetting(driver, options),
                                                 options.linkId);
     session->m_link->setStopFlag(&interrupt::flag());

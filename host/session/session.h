@@ -48,4 +48,7 @@ private:
 /// The driver's default settings with what the options replace in them.
 DriverSetting effectiveSetting(DriverInterface& driver, const LinkOptions& options);
 
+/// The port of the device, or the driver's default. Empty when neither is there; error says so then.
+std::optional<quint16> effectivePort(DriverInterface& driver, const LinkOptions& options, QString& error);
+
 #endif
