@@ -9,6 +9,6 @@ int main()
     std::printf("number %d decimal, %d octal\n", ExtractPLCDeviceAddress(tag, 10),
                 ExtractPLCDeviceAddress(tag, 8));
 
-    // In base 16 the D of the area would already be a digit: cut the area off first.
+    // In base 16 the area's D would count as a digit, so cut the area off first.
     std::printf("number %d hexadecimal\n", ExtractPLCDeviceAddress(tag.mid(4), 16));
 }

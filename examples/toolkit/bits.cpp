@@ -4,7 +4,7 @@
 
 int main()
 {
-    // Registers 8001 and 0003, low byte first; wanted are the 4 bits from bit 14 on: 0, 1, 1, 1.
+    // Registers 8001 and 0003, low byte first. Take the 4 bits starting at bit 14: 0, 1, 1, 1.
     QByteArray bits("\x01\x80\x03\x00", 4);
     RightShiftNBits(bits, 14);
     FitBitArray(bits, 4);
@@ -12,7 +12,7 @@ int main()
     std::printf("bits 14 to 17: %s, each in a byte of its own: %s\n", bits.toHex().constData(),
                 ExpandBitsToBytes(bits, 0, 4).toHex().constData());
 
-    // Into a register that has all bits set, at bit 10; the others stay.
+    // Copy them to bit 10 of a register with all bits set; its other bits stay.
     QByteArray target("\xff\xff");
     CopyBits(target, bits, 10, 4);
     setBit(target, 0, false);

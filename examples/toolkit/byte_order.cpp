@@ -4,7 +4,7 @@
 
 int main()
 {
-    // Two registers as they come from the wire, and as the runtime wants them: low byte first.
+    // Two registers as they come from the wire, then as the runtime wants them: low byte first.
     const unsigned char wire[] = {0x12, 0x34, 0x56, 0x78};
     const QByteArray words = fromBigEndianUShortArray(wire, 2);
     std::printf("words: %s, the first is %#x\n", words.toHex().constData(), QByteArrayToWord(words));
@@ -14,6 +14,6 @@ int main()
     std::printf("double word: %s, that is %#x\n", doubleWord.toHex().constData(),
                 static_cast<unsigned int>(QByteArrayToInt(doubleWord)));
 
-    // The way back. Three bytes of the runtime make two registers.
+    // And back: three bytes from the runtime make two registers.
     std::printf("to the wire: %s\n", toBigEndianUShortArray(QByteArray("\x34\x12\x78")).toHex().constData());
 }

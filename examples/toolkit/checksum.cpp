@@ -10,7 +10,7 @@ int main()
     std::printf("sum %02x, exclusive-or %02x\n", UInt8CheckSum(frame, length),
                 XorUInt8CheckSum(frame, length));
 
-    // CRC16Calculate begins with 0. The CRC of serial Modbus begins with FFFF, and is sent low byte first.
+    // CRC16Calculate starts from 0. The CRC of serial Modbus starts from FFFF and is sent low byte first.
     unsigned short crc = 0xFFFF;
     for (int i = 0; i < length; ++i)
         crc = update_crc_16(crc, frame[i]);

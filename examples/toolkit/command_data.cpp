@@ -10,9 +10,9 @@ int main()
     const QByteArray data = ToSafeData(words, QByteArray("\x01\x02\x03\x04"));
     std::printf("%d bytes: %s\n", GetSafeDataLen(words), data.toHex().constData());
 
-    // 20 bits from bit 14 of the first register on lie in so many registers.
+    // How many registers hold 20 bits, starting at bit 14 of the first?
     std::printf("registers: %u\n", NumOfBitsToNumOfWords(14, 20));
 
-    // Text for registers gets a whole number of them.
+    // Text written to registers is padded to whole registers.
     std::printf("padded: %s\n", To16bitsData("abc").toHex().constData());
 }

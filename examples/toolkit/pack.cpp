@@ -4,11 +4,11 @@
 
 int main()
 {
-    // Read 10 holding registers (function code 3) of station 17, from address 99 on.
+    // Read 10 holding registers (function code 3) of station 17, starting at address 99.
     const QByteArray request = ByteArrayPack("nnnCCnn", 1, 0, 6, 17, 3, 99, 10);
     std::printf("request: %s\n", request.toHex().constData());
 
-    // Of the answer: the transaction identifier, the station, and behind the byte count two registers.
+    // From the reply: the transaction identifier, the station and, after the byte count, two registers.
     const unsigned char reply[] = {0, 1, 0, 0, 0, 7, 17, 3, 4, 0x12, 0x34, 0xAB, 0xCD};
     unsigned short transaction, registers[2];
     unsigned char station;

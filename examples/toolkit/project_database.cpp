@@ -9,7 +9,7 @@ int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
 
-    // A driver opens the file GetDatabaseName(), read-only; this one lies in memory.
+    // A driver opens the file GetDatabaseName() read-only; this example keeps its database in memory.
     const QString name = QLatin1String("example");
     QSqlDatabase project = QSqlDatabase::addDatabase(QLatin1String("QSQLITE"), name);
     project.setDatabaseName(QLatin1String(":memory:"));

@@ -5,7 +5,7 @@
 
 int main()
 {
-    // Three characters out of the middle of a line.
+    // Three characters from the middle of a line.
     const char line[] = "ID=1F4;";
     std::printf("number %u\n", HexToUInt(line + 3, 3));
 

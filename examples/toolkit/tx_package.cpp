@@ -4,7 +4,7 @@
 
 int main()
 {
-    // A frame of characters: colon, station, function, and the sum of all before it.
+    // An ASCII frame: colon, station, function, and the sum of everything before it.
     TxPackage request;
     request.appendString(QLatin1String(":"));
     request.appendByte2Ascii(0x11);
@@ -12,7 +12,7 @@ int main()
     request.appendLRCAscii();
     std::printf("%s\n", qPrintable(request.toString()));
 
-    // A received frame: station, length of the data, data. The entry -1 is a length that section 1 holds.
+    // A received frame: station, data length, data. The entry -1 says that section 1 holds the length.
     TxPackage answer;
     answer.setSectionSize(QList<int>() << 1 << 1 << -1);
     answer.setData(QByteArray("\x11\x02\xAB\xCD", 4));
