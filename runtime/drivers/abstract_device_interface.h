@@ -5,24 +5,24 @@
 
 class DeviceSetting;
 
-/// The runtime's link to one device. The runtime owns it; a driver only calls it, from the thread on which
-/// the runtime called the driver, and may be blocked by any of the calls up to the link's timeout.
+/// The runtime's link to one device. The runtime owns it; a driver only calls it, on the thread on which the
+/// runtime called the driver. Any call may block for up to the link's timeout.
 class AbstractDeviceInterface
 {
 public:
     virtual ~AbstractDeviceInterface() {}
 
-    /// Reads up to maxLength bytes of the device's answer into buffer. Returns the number of bytes read;
-    /// less than maxLength, 0 or negative when the link gave no more.
+    /// Reads up to maxLength bytes of the device's reply into buffer. Returns the number of bytes read; less
+    /// than maxLength, 0 or negative if no more came.
     virtual int readData(char* buffer, int maxLength) = 0;
 
     /// Sends length bytes. Returns the number of bytes sent; anything but length is a failure.
     virtual int writeData(const char* data, int length) = 0;
 
-    /// Establishes the link, again if need be. Returns true when it is up.
+    /// Establishes the link, or re-establishes it. Returns true when it is up.
     virtual bool open() = 0;
 
-    /// Drops the link. Bytes of the device that are still on the way must not reach a later readData.
+    /// Drops the link. Bytes of the device that are still in transit must not reach a later readData.
     virtual void close() = 0;
 
     /// The link's settings; the runtime keeps ownership.

@@ -3,7 +3,7 @@
 
 #include <QString>
 
-/// What one element of a command is. The runtime may hand over any 32-bit value; drivers refuse what they
+/// Type of one element of a command. The runtime may pass any 32-bit value; drivers refuse values that they
 /// do not know.
 enum CommandDataType : int
 {

@@ -2,7 +2,7 @@
 
 namespace {
 
-// What eight bits do to a CRC, for each value that they can have.
+// The effect of one byte on a CRC, for each value that the byte can have.
 template<typename Crc>
 struct ReflectedTable
 {

@@ -4,10 +4,10 @@
 #include <QtGlobal>
 
 // One step of a cyclic redundancy check: takes the running value crc and the next byte c, returns the new
-// running value. The caller begins with the initial value of its protocol, applies a final exclusive-or if
-// there is one, and knows in which byte order the result is sent.
+// running value. The caller starts from its protocol's initial value, applies the final exclusive-or, if any,
+// and knows the byte order in which the result is sent.
 //
-// All but the last step look up a table that is built at the first use; threads may come first together.
+// All steps but the last use a table that is built on first use, safely even if several threads come first.
 
 /// CRC-16-CCITT, polynomial 0x1021, most significant bit first.
 Q_DECL_EXPORT quint16 update_crc_ccitt(quint16 crc, unsigned char c);

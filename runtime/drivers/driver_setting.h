@@ -4,8 +4,8 @@
 #include <QDataStream>
 #include <QString>
 
-/// Protocol settings of one connection, as the runtime and a driver exchange them. A plain value: no field
-/// is range-tested, copies are independent.
+/// Protocol settings of one connection, as the runtime and a driver exchange them. A plain value: no field is
+/// range-checked, copies are independent.
 class Q_DECL_EXPORT DriverSetting
 {
 public:
@@ -19,7 +19,7 @@ public:
     DriverSetting(int timeoutMs, int retries, int station, int commandDelay, const QString& unusedText,
                   unsigned short unusedNumber, const QString& hostText, bool hostFlag);
 
-    /// Takes every field of other but auxFlag.
+    /// Copies every field of other except auxFlag.
     void copy(const DriverSetting& other);
 
     /// Prints the four numbers as one debug message.
@@ -34,7 +34,7 @@ public:
 };
 
 /// Stream format: timeout, retry, stationid, delay as qint32 each, in the byte order of the stream
-/// (big-endian unless changed). A stream that runs short gives 0 for what is missing; its status tells.
+/// (big-endian unless changed). A truncated stream gives 0 for what is missing; its status says so.
 Q_DECL_EXPORT QDataStream& operator<<(QDataStream& stream, const DriverSetting& setting);
 Q_DECL_EXPORT QDataStream& operator>>(QDataStream& stream, DriverSetting& setting);
 

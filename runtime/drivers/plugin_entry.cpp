@@ -3,10 +3,11 @@
 
 #include <QPointer>
 
-// The entry points that are the same in each plug-in; CreateDriver is the driver's own.
+// The entry points that are the same in every plug-in; CreateDriver is the driver's own.
 
-/// The runtime's Qt 4.8 loads a module only when it finds this text, the one that its own build of Qt would
-/// have written. The loader scans the file for it, so it stays in a section of its own and unmangled.
+/// The runtime's Qt 4.8 loads a module only if it finds this text, the one that its own build of Qt would
+/// have written. The loader searches the file for it, so the text stays in one piece, in a section of its
+/// own.
 __attribute__((section(".qtplugin"), used)) static const char verificationData[] =
     "pattern=QT_PLUGIN_VERIFICATION_DATA\n"
     "version=4.8.6\n"
@@ -21,7 +22,7 @@ Q_DECL_EXPORT const char* qt_plugin_query_verification_data()
 }
 
 #ifdef DRIVER_DEFINES_PLUGIN_INSTANCE
-/// The module's one shared object; made again when the runtime has deleted it.
+/// The module's single instance; made anew after the runtime has deleted it.
 Q_DECL_EXPORT QObject* qt_plugin_instance()
 {
     static QPointer<QObject> instance;

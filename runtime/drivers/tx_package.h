@@ -5,14 +5,14 @@
 #include <QList>
 #include <QString>
 
-/// A frame made of sections (address, function, data, check characters ...) that lie back to back in one
-/// content. Append the sections of a frame to be sent; or lay a known structure over received bytes with
-/// setData and setSectionSize. Then ask where each section is and what it holds.
+/// A frame made of sections (address, function, data, check characters ...) that lie back to back. To send a
+/// frame, append its sections; to parse one, lay a known structure over the received bytes with setData and
+/// setSectionSize. Then ask where each section is and what it holds.
 ///
 /// Each section has an entry in the list of sizes: its length in bytes, or -k (k of 1 or more) for a section
-/// whose length is a number held in section k. Where entries are added up, negative ones count as they stand.
-/// No list makes any function read outside the content. A package has one owner and is used by one thread at
-/// a time.
+/// whose length is a number held in section k. Where entries are summed, negative ones count as they are. No
+/// list of sizes makes a function read outside the content. A package has one owner and is used by one thread
+/// at a time.
 class Q_DECL_EXPORT TxPackage
 {
 public:
@@ -29,20 +29,21 @@ public:
     /// Whether number is 0 or more and below numberOfSections().
     bool validSectionNumber(int number) const;
 
-    /// Index of the section's first byte: the sum of all entries before its own, held within the range of
-    /// int. -1 for an invalid section number.
+    /// Index of the section's first byte: the sum of all entries before its own, clamped to the range of int.
+    /// -1 for an invalid section number.
     int sectionStartIndex(int number) const;
 
-    /// The section's entry; if that is -k, the little-endian number in the first four bytes of section k, or
-    /// in as many as section k and the content have (all four if the entry of section k is negative too). 0
-    /// for an invalid section number, also if k is one.
+    /// The section's entry. If that is -k: the little-endian number in the first four bytes of section k, or
+    /// in as many as section k and the content have (all four if the entry of section k is negative too).
+    /// With the sizes 1, 1, -1 and the content 11 02 AB CD, section 2 has 2 bytes. 0 for an invalid section
+    /// number, also if k is one.
     int sectionSize(int number) const;
 
     /// Copy of the section's bytes, as far as they lie inside the content. Empty for an invalid section
     /// number.
     QByteArray dataAt(int number) const;
 
-    /// The content, to be written to: totalSize() bytes, valid until the package is changed.
+    /// The content, for writing to: totalSize() bytes, valid until the package is changed.
     char* data();
 
     QByteArray byteArrayData() const;
@@ -73,8 +74,8 @@ public:
     bool appendLRCAscii();                     ///< the same in two upper-case hexadecimal digits
     bool appendFCSAscii(int unused);           ///< calculateFCS of the content so far, in two such digits
 
-    /// Exclusive-or of all bytes of the content but the last excluded ones, 0 to 255. The package stays the
-    /// caller's.
+    /// Exclusive-or of all bytes of the content except the last `excluded` ones, 0 to 255. The package stays
+    /// the caller's.
     static int calculateFCS(TxPackage* package, int excluded);
 
 private:

@@ -4,8 +4,8 @@
 #include <QByteArray>
 #include <QString>
 
-// Area prefixes such as "HR" or "FN5DO", of commands (8-bit) and of tags (QString). Their letters may have
-// any case; area is in capitals.
+// Area prefixes such as "HR" or "FN5DO", of commands (8-bit) and of tags (QString), in upper or lower case;
+// area is in upper case.
 
 inline ushort codeOf(char character)
 {

@@ -17,7 +17,7 @@ unsigned char bitFunctionCode(const QByteArray& prefix)
     return beginsWith(prefix, "DO") || beginsWith(prefix, "FN5DO") ? 1 : 2;
 }
 
-/// A count as the limits see it: a negative one is far beyond any of them.
+/// A count for comparison with the limits: a negative one is far above any of them.
 quint64 elements(int count)
 {
     return static_cast<quint32>(count);
@@ -28,7 +28,7 @@ bool fitsRequest(unsigned short address, quint64 quantity, int limit)
     return quantity <= static_cast<quint64>(limit) && address + quantity <= AddressSpace;
 }
 
-/// Sends a read request; when the link does not take it whole, its reason becomes the error text.
+/// Sends a read request. If the link does not take all of it, its reason becomes the error text.
 bool requestRead(DriverModbusTcpSlave& driver, AbstractDeviceInterface* device, unsigned char functionCode,
                  unsigned short address, quint64 quantity)
 {

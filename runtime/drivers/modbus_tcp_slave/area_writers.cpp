@@ -119,8 +119,8 @@ bool DriverModbusTcpSlave::writeWordsWithFN6(AbstractDeviceInterface* device, un
            writeEachWord(*this, device, address, data);
 }
 
-/// The registers that hold the bits, in device order, as they read now but with the bits of data in place.
-/// Empty when they cannot be read.
+/// The registers that hold the bits, in device order: their present values with the bits of data put in.
+/// Empty if they cannot be read.
 QByteArray DriverModbusTcpSlave::changedRegisters(AbstractDeviceInterface* device, unsigned short address,
                                                   unsigned char bit, const QByteArray& data, int count)
 {

@@ -11,7 +11,7 @@ using namespace modbus_tcp;
 
 namespace {
 
-/// As projects write them.
+/// As projects spell them.
 const QByteArray UsualPrefixes[] = {"HR", "IR", "DI", "DO", "FN6HR", "FN5DO"};
 
 bool isSame(char expected, QChar character)
@@ -19,8 +19,8 @@ bool isSame(char expected, QChar character)
     return character == QLatin1Char(expected);
 }
 
-/// The first length characters of an address as its area prefix. A usual one takes no memory,
-/// which would add a quarter to the instructions of a read.
+/// The first length characters of an address as its area prefix. A usual prefix is not allocated: that would
+/// add a quarter to the instructions of a read.
 QByteArray asPrefix(const QChar* address, int length)
 {
     for (const QByteArray& usual : UsualPrefixes) {
@@ -30,9 +30,10 @@ QByteArray asPrefix(const QChar* address, int length)
     return QString(address, length).toLatin1();
 }
 
-/// Takes the text of a command's address apart: prefix becomes its area prefix as written, address the number
-/// minus one modulo 65536 (65535 without a number) and bit, only when the number is followed by ".", the
-/// decimal digits after that modulo 256. What follows, such as "SW", is not looked at.
+/// Splits the address text of a command: prefix becomes its area prefix as written, address the number minus
+/// one, modulo 65536 (65535 without a number), and bit the decimal digits after a "." that follows the
+/// number, modulo 256 (unchanged without a "."). The rest, such as "SW", is ignored: "HR100.3SW" gives HR, 99
+/// and 3.
 void ModbusTcpSlaveParseAddress(const QString& text, QByteArray& prefix, unsigned short& address,
                                 unsigned char& bit)
 {
@@ -94,7 +95,7 @@ QString deviceString(AbstractDeviceInterface* device)
     return setting ? setting->string : QString();
 }
 
-// By data type; the last one is that of every other type.
+// By data type; the last one serves every other type.
 const char* const ReadDescriptions[] = {"read %1 bit(s) from %2-%3> ", "read %1 byte(s) from %2-%3> ",
                                         "read %1 word(s) from %2-%3> ", "read %1 dword(s) from %2-%3> ",
                                         "read %1-%2> "};
@@ -114,8 +115,8 @@ QString description(const char* const* formats, unsigned char station, const Com
 
 } // namespace
 
-/// Runs attempt until it records no error, at most the link's retry count plus one times. False when the
-/// link could not be opened, which ends the command at once.
+/// Runs attempt until it records no error, at most the link's retry count plus one times. False if the link
+/// could not be opened, which ends the command at once.
 template<typename Attempt>
 bool DriverModbusTcpSlave::runAttempts(AbstractDeviceInterface* device, Attempt attempt)
 {

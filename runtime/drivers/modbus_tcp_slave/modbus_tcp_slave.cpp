@@ -9,9 +9,9 @@
 
 static const QString VERSION_STRING = QLatin1String("1.0.0");
 
-/// A connection name that no other driver object of this process has drawn, as the connection outlives the
-/// object. Every thread starts with the same seed, so objects made on different threads draw the same
-/// numbers.
+/// A connection name that no other driver object of this process has drawn, because the connection outlives
+/// the object. Drawing alone would not do: every thread starts from the same seed, so objects made on
+/// different threads draw the same numbers.
 static QString drawConnectionName()
 {
     static std::mutex mutex;
@@ -80,7 +80,7 @@ QString DriverModbusTcpSlave::getVersionNumber()
 
 DeviceSetting* DriverModbusTcpSlave::getDefaultSerialDeviceSetting()
 {
-    // The last two are the runtime's codes of stop bits and parity; a link over TCP has neither.
+    // The last two are the runtime's codes for stop bits and parity; a TCP link has neither.
     return new DeviceSetting(EthernetDevice, QLatin1String("COM2"), 9600, 8, 0, 2);
 }
 

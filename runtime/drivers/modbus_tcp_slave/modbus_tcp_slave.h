@@ -14,10 +14,10 @@
 
 class DeviceSetting;
 
-/// Sizes and limits of one Modbus TCP transaction, in bytes unless the name says otherwise. The Modbus
-/// standard has the first two ("MODBUS Messaging on TCP/IP Implementation Guide", MBAP header; "MODBUS
-/// Application Protocol Specification", size of the protocol data unit); the limits follow from them: a read
-/// reply has a function code and a byte count ahead of its data, a write request also an address and a
+/// Sizes and limits of one Modbus TCP transaction, in bytes unless the name says otherwise. The first two
+/// come from the Modbus standard ("MODBUS Messaging on TCP/IP Implementation Guide", MBAP header; "MODBUS
+/// Application Protocol Specification", size of the protocol data unit). The limits follow from them: in a
+/// read reply a function code and a byte count precede the data, in a write request also an address and a
 /// quantity. For bits the standard allows less (2000 to read, 1968 to write), so devices may refuse the last
 /// few.
 namespace modbus_tcp {
@@ -28,7 +28,7 @@ enum : int
     ApplicationDataUnit = MbapLength + ProtocolDataUnit,
     ReceiveBufferLength = ApplicationDataUnit + 1,
 
-    ReplyStartLength = MbapLength + 2, ///< header, function code and one byte: the least that a reply has
+    ReplyStartLength = MbapLength + 2, ///< header, function code and one byte: the shortest start of a reply
     WriteReplyLength = MbapLength + 5, ///< header, function code, address, and value or quantity
 
     MaxReadData = ProtocolDataUnit - 2,
@@ -37,7 +37,7 @@ enum : int
     MaxWriteData = ProtocolDataUnit - 6,
     MaxWriteRegisters = MaxWriteData / 2,
     MaxWriteBits = MaxWriteData * 8,
-    MaxByteCount = 255, ///< what a request's field for the number of its data bytes can tell
+    MaxByteCount = 255, ///< most that a request's byte count can say
 
     AddressSpace = 65536 ///< registers or bits of an area
 };
@@ -46,15 +46,15 @@ struct RequestHead;
 
 /// The Modbus TCP driver.
 ///
-/// A command travels one way: read or write (dispatch.cpp) choose an area reader or writer, which checks the
-/// limits of one request and converts data; that runs one transaction per request, which frames, sends,
+/// A command travels one way: read or write (dispatch.cpp) chooses an area reader or writer, which checks the
+/// limits of one request and converts data. That runs one transaction per request, which frames, sends,
 /// receives and checks. Each layer reports failure by its result and leaves the reason in the error state.
 ///
 /// Addresses below the dispatchers are zero-based 16-bit Modbus addresses; texts and messages print the
-/// one-based number. On the wire registers are big-endian; towards the runtime words are low byte first,
-/// double words least significant byte first and bits packed 8 per byte from bit 0 of byte 0.
+/// one-based number. On the wire, registers are big-endian; in the runtime's data, words are low byte first,
+/// double words least significant byte first, and bits packed 8 per byte from bit 0 of byte 0.
 ///
-/// One object serves one thread at a time. Objects share nothing on the way of a command.
+/// One object serves one thread at a time. Objects share nothing while they run a command.
 class Q_DECL_EXPORT DriverModbusTcpSlave : public QObject, public DriverInterface
 {
     Q_OBJECT
@@ -64,8 +64,8 @@ class Q_DECL_EXPORT DriverModbusTcpSlave : public QObject, public DriverInterfac
 public:
     DriverModbusTcpSlave();
 
-    /// The project database connection stays registered until the process ends, closed after a load that
-    /// succeeded and open, with its file descriptor, after one that failed later than at the opening.
+    /// The project database connection stays registered until the process ends: closed after a load that
+    /// succeeded; open, with its file descriptor, after one that failed once the database was open.
     ~DriverModbusTcpSlave() override;
 
     // The contract with the runtime.
@@ -92,41 +92,41 @@ public:
 
     // Error state.
 
-    /// Raises the error flag and replaces the error text.
+    /// Sets the error flag and replaces the error text.
     void setCommError(const QString& text);
 
-    /// Lowers the error flag; the text stays.
+    /// Clears the error flag; the text stays.
     void clearError();
 
-    /// Put "read 4 word(s) from 1-HR100> " (or the like for the command) in front of the error text, unless
-    /// the text holds a '>' already. station: 0 to 255.
+    /// Puts "read 4 word(s) from 1-HR100> " (or what fits the command) in front of the error text, unless the
+    /// text already contains a '>'. station: 0 to 255.
     void appendCmdToReadCommError(unsigned char station, const CommunicatorCommand& command);
     void appendCmdToWriteCommError(unsigned char station, const CommunicatorCommand& command);
 
     // Project database (project_tags.cpp).
 
-    /// Loads the valid bit tables of the link's default stations once; true when they are loaded, now or
-    /// earlier. On failure the error text is set and the next call goes on where this one ended: with the
-    /// connection that is open by then, whatever has become of the file. deviceString is not used: the link
-    /// is found by the linkID of the device's settings.
+    /// Loads the valid bit tables of the link's default stations once; true if they are loaded, now or
+    /// earlier. On failure it sets the error text, and the next call continues where this one stopped: with
+    /// the connection that is open by then, whatever has become of the file. deviceString is not used: the
+    /// link is found by the linkID of the device's settings.
     bool readDB(AbstractDeviceInterface* device, const QString& deviceString);
 
-    /// Registers and opens this object's read-only connection. True when one of its name was registered
-    /// before, open or not and whoever registered it; it then serves as it is.
+    /// Registers and opens this object's read-only connection. Also true if one of its name was already
+    /// registered, open or not and whoever registered it; that one is then used as it is.
     bool createDBConnection();
 
     /// Rebuilds the valid bit tables from the tags of link linkId; tags that name no station belong to
-    /// defaultStation. False, with the tables unchanged, when the statement fails. False, with the tables
-    /// empty, when the tags cannot be read to their end, or are more than four million.
+    /// defaultStation. False, with the tables unchanged, if the statement fails. False, with the tables
+    /// empty, if the tags cannot be read to their end or there are more than four million.
     bool initValidBitAddressesMap(int linkId, unsigned char defaultStation);
 
-    /// File a zero-based address under a station, 0 to 255; the tables are not sorted afterwards.
+    /// Add a zero-based address to the table of a station, 0 to 255; the tables are not sorted afterwards.
     void validBitAddressesMapInsertDO(unsigned char station, unsigned short address);
     void validBitAddressesMapInsertDI(unsigned char station, unsigned short address);
 
-    // Area readers (area_readers.cpp): one request each, an empty array on failure. prefix is the area
-    // prefix of the command's address, in any case; count is refused before anything is sent when one
-    // request cannot carry it or when it passes Modbus address 65535.
+    // Area readers (area_readers.cpp): one request each, an empty array on failure. prefix is the area prefix
+    // of the command's address, in upper or lower case. A count that one request cannot carry, or that goes
+    // past Modbus address 65535, is refused before anything is sent.
 
     /// count registers (at most 125), 2 bytes each.
     QByteArray readWords(AbstractDeviceInterface* device, const QByteArray& prefix, unsigned short address,
@@ -137,7 +137,7 @@ public:
     QByteArray readDWords(AbstractDeviceInterface* device, const QByteArray& prefix, unsigned short address,
                           int count, bool highWordFirst);
 
-    /// count bytes (at most 250) out of registers, the low byte of each register first.
+    /// count bytes (at most 250) from registers, the low byte of each register first.
     QByteArray readBytes(AbstractDeviceInterface* device, const QByteArray& prefix, unsigned short address,
                          int count);
 
@@ -145,7 +145,7 @@ public:
     QByteArray readDIDOs(AbstractDeviceInterface* device, const QByteArray& prefix, unsigned short address,
                          int count);
 
-    /// count bits out of registers, from bit number bit on, counted from bit 0 of the register at address.
+    /// count bits from registers, starting at bit number bit, counted from bit 0 of the register at address.
     QByteArray readIRHRbits(AbstractDeviceInterface* device, const QByteArray& prefix, unsigned short address,
                             unsigned char bit, int count);
 
@@ -155,12 +155,12 @@ public:
     QByteArray readBytesFromDO(AbstractDeviceInterface* device, unsigned short address, int count);
 
     // Area writers (area_writers.cpp). Bits are packed as the runtime supplies them; register data is in
-    // device order, high byte first. Refused before anything is sent: more than 1976 coils or 123
-    // registers, a range that passes Modbus address 65535. Writers of one element per request stop at the
-    // first failure; what was written before it stays written.
+    // device order, high byte first. Refused before anything is sent: more than 1976 coils or 123 registers,
+    // and a range that goes past Modbus address 65535. Writers of one element per request stop at the first
+    // failure; what was written before it stays written.
 
-    /// count coils in one request of function code 15. All of data goes out, also when it has more bytes than
-    /// the coils need; more than 255, which the request's byte count cannot tell, are refused.
+    /// count coils in one request of function code 15. All of data is sent, even bytes beyond what the coils
+    /// need; more than 255 bytes, which the request's byte count cannot say, are refused.
     bool writeCoils(AbstractDeviceInterface* device, unsigned short address, const QByteArray& data,
                     int count);
 
@@ -190,8 +190,8 @@ public:
     /// Transaction identifier of the last request, 0 before the first.
     unsigned short getTID();
 
-    /// Checks the 7 header bytes at response against the last request. expectedLength: the MBAP length of
-    /// the normal response; 3, an exception reply's, is accepted too. Records the reason on failure.
+    /// Checks the 7 header bytes at response against the last request. expectedLength is the MBAP length of
+    /// the normal response; 3, that of an exception reply, is accepted too. Records the reason on failure.
     bool checkMBAP(const char* response, unsigned short expectedLength, unsigned char unitId);
 
     /// Looks at bytes 7 and 8 of response: true when the function code is the request's. Otherwise tells
@@ -199,8 +199,8 @@ public:
     bool checkException(const char* response, unsigned char functionCode, bool& isException,
                         unsigned char& exceptionCode);
 
-    // Requests: true when the link took the whole frame; written is the count that it took. Nothing is
-    // recorded on failure.
+    // Requests: true if the link took the whole frame; written is the number of bytes that it took. Nothing
+    // is recorded on failure.
     bool sendReadDevicesCmd(AbstractDeviceInterface* device, unsigned char functionCode,
                             unsigned short startAddress, unsigned short quantity, int& written);
     bool sendWrite1CoilCmd(AbstractDeviceInterface* device, unsigned short address, bool on, int& written);
@@ -211,9 +211,9 @@ public:
     bool sendWriteWordsCmd(AbstractDeviceInterface* device, unsigned short startAddress,
                            const QByteArray& data, int& written);
 
-    // Responses: true when a complete and valid one is in buffer; received counts the bytes read. On
-    // failure the reason is recorded and the link closed, except after an exception reply or a wrong echo.
-    // buffer holds at least the expected response: expectedLength bytes, 12 for the write responses.
+    // Responses: true if a complete and valid one is in buffer; received counts the bytes read. On failure
+    // the reason is recorded and the link closed, except after an exception reply or a wrong echo. buffer
+    // holds at least the expected response: expectedLength bytes, 12 for the write responses.
     bool recvReadDeviceRsp(AbstractDeviceInterface* device, unsigned char functionCode, char* buffer,
                            int expectedLength, int& received);
     bool recvWrite1CoilRsp(AbstractDeviceInterface* device, unsigned short address, bool on, char* buffer,
@@ -238,13 +238,13 @@ private:
     bool receiveResponse(AbstractDeviceInterface* device, unsigned char functionCode, char* buffer,
                          int expectedLength, int& received);
 
-    /// Registers that hold count bits from bit on; for a count that no request can carry, more than one
-    /// reads.
+    /// Number of registers that hold count bits from bit on. For a count that no request can carry, the
+    /// number is one that no request can carry either.
     static int registersOfBits(unsigned char bit, int count);
 
     void insertTag(const QString& tag, unsigned char defaultStation);
 
-    /// Whether write requests can carry so many bytes of register data to address; records the reason.
+    /// Whether write requests can carry size bytes of register data to address; records the reason if not.
     bool wordsFitRequest(unsigned short address, quint64 size);
     bool wordsFitFN6Requests(unsigned short address, quint64 size);
 
@@ -265,7 +265,7 @@ private:
     bool hasCommError;
     bool debugMode;
     bool databaseOpened; ///< the connection is registered and counts as open
-    bool databaseLoaded; ///< the tables below stand; never cleared again
+    bool databaseLoaded; ///< the tables below are complete; never reset
     unsigned short transactionId;
     QRegExp bitAddressRegExp; ///< station-qualified bit tags: station, area, number
     QString lastError;

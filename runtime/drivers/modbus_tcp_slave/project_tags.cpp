@@ -9,7 +9,7 @@
 #include <QSqlQuery>
 #include <QVariant>
 
-/// Far more tags than a project has: a damaged file can have rows almost without end, when its pages name the
+/// Far more tags than a project has. A damaged file can have almost endless rows, if its pages refer to the
 /// same pages again and again.
 static const int MaxTagRows = 4 * 1024 * 1024;
 
@@ -96,8 +96,8 @@ bool DriverModbusTcpSlave::initValidBitAddressesMap(int linkId, unsigned char de
     int rows = 0;
     for (; rows < MaxTagRows && query.next(); ++rows)
         insertTag(query.value(0).toString(), defaultStation);
-    // SQLite breaks off in the middle of a damaged file. Tags behind the damage would read as 0 for ever, so
-    // such a file is not loaded at all.
+    // SQLite stops in the middle of a damaged file. Tags after the damage would read as 0 forever, so such a
+    // file is not loaded at all.
     if (query.lastError().isValid() || rows == MaxTagRows) {
         validBitAddressesMap.clear();
         return false;

@@ -9,11 +9,11 @@ using namespace modbus_tcp;
 
 namespace {
 
-/// What Qt can hold at the most, its own part of the array taken off.
+/// The most that a QByteArray can hold, apart from its own header.
 const int LargestArray = INT_MAX - 64;
 
-/// Finds the runs of consecutive configured addresses in a range of bits, first to last. Addresses past
-/// 65535 go on at 0; a tag counts only when it lies behind the last one found.
+/// Finds the runs of consecutive configured addresses in a range of bits, first to last. Addresses wrap from
+/// 65535 to 0; a tag counts only if it is after the last one found.
 class TagRuns
 {
 public:
@@ -37,7 +37,7 @@ public:
         return true;
     }
 
-    /// Bit index in the range. However long the range is, the tags are all met in its first 131072 bits.
+    /// Bit index in the range. However long the range is, all tags are found in its first 131072 bits.
     int start() const { return static_cast<int>(runStart); }
 
     int length() const { return runLength; }
@@ -46,7 +46,7 @@ public:
 private:
     unsigned short addressAt(qint64 bit) const { return static_cast<unsigned short>(firstAddress + bit); }
 
-    /// Moves index and from to the next bit with a tag. What lies between is stepped over at once.
+    /// Moves index and from to the next bit with a tag, in one step.
     bool findTag()
     {
         while (index < end && from < tags.size()) {
@@ -69,7 +69,7 @@ private:
     const UShortVector& tags;
     const unsigned short firstAddress;
     const qint64 end;
-    std::size_t from; ///< tags before this one are behind
+    std::size_t from; ///< tags before this one are done
     qint64 index;
     qint64 runStart;
     int runLength;

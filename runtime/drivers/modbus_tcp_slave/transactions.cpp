@@ -9,7 +9,7 @@
 
 using namespace modbus_tcp;
 
-/// What stands ahead of the data of a request, as format and in bytes.
+/// The part of a request before its data: its format, and its length in bytes.
 struct modbus_tcp::RequestHead
 {
     const char* format;
@@ -49,7 +49,7 @@ unsigned short DriverModbusTcpSlave::getTID()
     return transactionId;
 }
 
-/// Sends one request. format describes what stands ahead of data and takes as many as it has of: the header,
+/// Sends one request: its head, then data. The head's format takes as many as it has of: transaction header,
 /// function code, address, value, number of data bytes.
 bool DriverModbusTcpSlave::sendRequest(AbstractDeviceInterface* device, const RequestHead& head,
                                        unsigned char functionCode, unsigned short address,
@@ -130,8 +130,8 @@ bool DriverModbusTcpSlave::checkException(const char* response, unsigned char fu
     return false;
 }
 
-/// Receives one response. The header is checked before the rest is read, so that a stray reply of another
-/// length is not waited for.
+/// Receives one response. The header is checked before the rest is read, so that the driver does not wait for
+/// the rest of a stray reply of another length.
 bool DriverModbusTcpSlave::receiveResponse(AbstractDeviceInterface* device, unsigned char functionCode,
                                            char* buffer, int expectedLength, int& received)
 {

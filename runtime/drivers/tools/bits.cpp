@@ -33,7 +33,7 @@ inline void replaceBits(unsigned char& byte, unsigned int value, unsigned int ma
     byte = static_cast<unsigned char>((byte & ~mask) | (value & mask));
 }
 
-// Byte by byte through source; destination holds all bits, and is another buffer.
+// Goes through source byte by byte. destination holds all bits and is another buffer.
 void copyBitsBytewise(unsigned char* destination, const QByteArray& source, int start, int count)
 {
     const unsigned char* const from = bytesOf(source);

@@ -1,12 +1,12 @@
 #ifndef TOOLS_BYTE_ACCESS_H
 #define TOOLS_BYTE_ACCESS_H
 
-// For the toolkit's own sources; not part of what it offers.
+// Internal to the toolkit; not part of its interface.
 
 #include <QByteArray>
 #include <cstring>
 
-/// The bytes of an array as unsigned numbers; the first form makes its data unshared.
+/// The bytes of an array as unsigned numbers; the first form detaches the array.
 inline unsigned char* bytesOf(QByteArray& array)
 {
     return reinterpret_cast<unsigned char*>(array.data());
@@ -17,7 +17,7 @@ inline const unsigned char* bytesOf(const QByteArray& array)
     return reinterpret_cast<const unsigned char*>(array.constData());
 }
 
-/// Cuts or extends an array to size; what is new is zero (QByteArray::resize leaves it undefined).
+/// Cuts or extends an array to size; new bytes are zero (QByteArray::resize leaves them undefined).
 inline void resizeZeroFilled(QByteArray& array, int size)
 {
     const int before = array.size();

@@ -8,7 +8,7 @@
 
 namespace {
 
-// Eight bytes with those of each element in them reversed, by plain arithmetic that every processor has.
+// Eight bytes with the bytes of each element reversed, by plain arithmetic that every processor has.
 template<typename Element>
 inline quint64 swappedInside(quint64 eightBytes);
 

@@ -1,7 +1,7 @@
 #ifndef TOOLS_CHARACTERS_H
 #define TOOLS_CHARACTERS_H
 
-// For the runtime's own sources; not part of what the toolkit offers. Of ASCII only, whatever the locale.
+// Internal to the runtime; not part of the toolkit's interface. ASCII only, whatever the locale.
 
 #include <QChar>
 

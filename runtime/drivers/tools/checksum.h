@@ -14,7 +14,7 @@ Q_DECL_EXPORT unsigned short UShortCheckSum(const unsigned char* data, int count
 /// The exclusive-or of all bytes.
 Q_DECL_EXPORT unsigned char XorUInt8CheckSum(const unsigned char* data, int count);
 
-/// CRC-16/ARC: update_crc_16 over all bytes, beginning with 0.
+/// CRC-16/ARC: update_crc_16 over all bytes, starting from 0.
 Q_DECL_EXPORT unsigned short CRC16Calculate(const unsigned char* data, int count);
 
 #endif

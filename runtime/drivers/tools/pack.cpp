@@ -10,7 +10,8 @@ namespace {
 
 Q_STATIC_ASSERT_X(Q_BYTE_ORDER == Q_LITTLE_ENDIAN, "fields are moved from and to little-endian numbers");
 
-// Bytes of each letter's field, negative for a big-endian one; 0 for what is no letter of a format.
+// Width of each letter's field in bytes, negative for big-endian; 0 for a character that is not a letter of a
+// format.
 const signed char widths[] = {
     //  C  D  E  F  G  H  I  J  K  L  M   N  O  P  Q  R
     1, 0, 0, 0, 0, 0, 4, 0, 0, 4, 0, -4, 0, 0, 0, 0,
@@ -29,7 +30,7 @@ int widthOf(char letter)
 
 struct Item
 {
-    const char* letter; // behind the count
+    const char* letter; // after the count
     bool hasCount;
     int width;  // of one element, negative for big-endian
     int length; // bytes in the frame, -1 on an error
@@ -58,7 +59,7 @@ Item itemAt(const char* format)
     return item;
 }
 
-// Between memory and frame, in either direction: turns the bytes of each big-endian element around.
+// Between memory and frame, in either direction: reverses the bytes of each big-endian element.
 void move(unsigned char* to, const unsigned char* from, const Item& item)
 {
     const int turn = item.width < 0 ? -item.width - 1 : 0;
@@ -66,7 +67,7 @@ void move(unsigned char* to, const unsigned char* from, const Item& item)
         to[i] = from[i ^ turn];
 }
 
-// Bytes that an array packed with the format has, 0 on an error.
+// Size of an array packed with the format, 0 on an error.
 int packedLength(const char* format)
 {
     qint64 length = 0;
@@ -82,8 +83,8 @@ int packedLength(const char* format)
 
 } // namespace
 
-// In the walks n and C, which frames are made of, come ahead of the table: it would make a read of the driver
-// a third slower to count.
+// Frames are made of n and C, so both walks handle these before they look into the table: with the table
+// alone, a read of ten registers would take a third more instructions.
 
 int VDataPack(unsigned char* out, const char* format, va_list args)
 {

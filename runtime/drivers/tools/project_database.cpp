@@ -10,7 +10,7 @@
 static const QString COMPILE_PATH = QLatin1String("compile");
 static const QString DATABASE_PATH = QLatin1String("database");
 
-/// The directory name below directory, or directory itself when there is none.
+/// The directory name below directory, or directory itself if there is none.
 static QDir entered(const QDir& directory, const QString& name)
 {
     QDir below(directory);
@@ -60,8 +60,8 @@ static unsigned char stationAt(const QSqlQuery& query, int column)
     return static_cast<unsigned char>(query.value(column).toUInt());
 }
 
-/// Appends the rows of a query, linkId and station in this order unless the link is known. Rows of a
-/// statement that breaks off are none, and of a damaged table that has rows without end not all are taken.
+/// Appends the rows of a query: linkId and station, or only the station if the link is known. Takes no rows
+/// of a statement that breaks off, and not all rows of a damaged table that has them without end.
 static void appendRecords(QSqlQuery& query, const int* knownLinkId, QList<LinkIdStationId>& result)
 {
     const int most = 65536;

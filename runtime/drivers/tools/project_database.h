@@ -5,7 +5,7 @@
 #include <QList>
 #include <QString>
 
-// Where the compiled HMI project lies, and what a driver looks up in its SQLite database.
+// Where the compiled HMI project is, and what a driver looks up in its SQLite database.
 
 /// A link of the project with one of its default stations.
 struct LinkIdStationId
@@ -23,25 +23,26 @@ Q_DECL_EXPORT QDir GetCompilePath();
 /// exist.
 Q_DECL_EXPORT QString GetDatabaseName();
 
-/// HMI port of a device string: 2000 for "ETHERNET..." in any case, otherwise the decimal number at the end
-/// of the text plus 999 ("COM1" is 1000). -1 for a text without a port: empty, digits only, not ending in a
-/// digit, or a number that is no port of any link.
+/// HMI port of a device string: 2000 for "ETHERNET..." in upper or lower case, otherwise the decimal number
+/// at the end of the text plus 999 ("COM1" is 1000). -1 for a text without a port: empty, digits only, not
+/// ending in a digit, or with a number too large for a port.
 Q_DECL_EXPORT int DevStrToHmiPort(const QString& dev_str);
 
-// The lookups run on the registered SQL connection connectionName, which is opened when it is closed.
-// Station ids keep their low 8 bits. A statement that fails, be it between two rows of a damaged database,
-// yields no rows; of more than 65536 rows the rest is left.
+// The lookups run on the registered SQL connection connectionName, which is opened if it is closed. Station
+// ids keep their low 8 bits. A statement that fails yields no rows, even if a damaged database breaks it off
+// after some. At most 65536 rows are taken.
 
-/// First default station of the link at an HMI port. False, with the outputs untouched, when there is none.
+/// First default station of the link at an HMI port. Returns false and leaves the outputs untouched if there
+/// is none.
 Q_DECL_EXPORT bool GetLinkIdAndDefaultStationId(const QString& connectionName, int hmiPort, int& linkId,
                                                 unsigned char& defaultStationId);
 
 /// Appends every default station at an HMI port with this IP address text and TCP port to result. Returns
-/// whether result holds anything then. ip goes into the statement as it is: give no text with a quote.
+/// whether result then holds anything. ip goes into the statement as it is, so it must not contain a quote.
 Q_DECL_EXPORT bool GetLinkIdAndDefaultStationId(const QString& connectionName, int hmiPort, const QString& ip,
                                                 unsigned short port, QList<LinkIdStationId>& result);
 
-/// Appends every default station of a link to result. Returns whether result holds anything then.
+/// Appends every default station of a link to result. Returns whether result then holds anything.
 Q_DECL_EXPORT bool GetLinkIdAndDefaultStationId(const QString& connectionName, int linkId,
                                                 QList<LinkIdStationId>& result);
 

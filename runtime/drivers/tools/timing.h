@@ -3,8 +3,7 @@
 
 #include <QtGlobal>
 
-/// Puts the calling thread to sleep for so many milliseconds. A signal that arrives meanwhile does not
-/// shorten the sleep.
+/// Puts the calling thread to sleep for ms milliseconds. A signal does not shorten the sleep.
 Q_DECL_EXPORT void HRSleep(unsigned long ms);
 
 /// Milliseconds on a clock that never jumps and never runs backwards; only differences have a meaning.
