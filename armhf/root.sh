@@ -1,15 +1,15 @@
 # shellcheck shell=bash
-# The Debian 12 root for 32-bit ARM: headers and libraries to build against, and to run with under qemu.
-# Source scripts/common.sh and scripts/debian_root.sh first; everything is run from the project's folder.
+# The Debian 12 root for 32-bit ARM: headers and libraries to build against, and to run with under qemu. Source
+# scripts/common.sh and scripts/debian_root.sh first, and run everything from the project's folder.
 
 CROSS_TOOLS=(debootstrap fakeroot qemu-user-static g++-arm-linux-gnueabihf binutils-arm-linux-gnueabihf)
 ROOT=build/armhf-root
 ROOT_PACKAGES=$(printf '%s\n' "${BUILD_PACKAGES[@]}" | grep -E '^(lib|qt)' | paste -sd ,)
-ROOT_RECIPE="$ROOT_PACKAGES $(cksum armhf/root.sh)" # a root made otherwise is made anew
+ROOT_RECIPE="$ROOT_PACKAGES $(cksum armhf/root.sh)" # a root made by another recipe is rebuilt
 HOST_QT_TOOLS=/usr/lib/qt5/bin
 
-# unpack_everything FOLDER: the files of every package that debootstrap fetched, and in FOLDER/shlibs what they say of
-# the libraries in them. Nothing in there is ever run by itself, so none of the packages has to be configured.
+# unpack_everything FOLDER: unpacks the files of every package that debootstrap fetched, and collects in FOLDER/shlibs
+# what the packages say about their libraries. Nothing in the root runs on its own, so no package has to be configured.
 unpack_everything() {
     local folder=$1 package
     for package in "$folder"/var/cache/apt/archives/*.deb; do
@@ -20,7 +20,8 @@ unpack_everything() {
     done
 }
 
-# keep_links_inside FOLDER: an absolute link leads out of the root, and the linker would take a static library then.
+# keep_links_inside FOLDER: an absolute link points outside the root, and the linker would fall back to a static
+# library.
 keep_links_inside() {
     local folder=$1 name
     find "$folder/usr/lib" -type l -lname '/*' -print0 | while IFS= read -r -d '' name; do
@@ -28,7 +29,7 @@ keep_links_inside() {
     done
 }
 
-# use_host_tools FOLDER: CMake looks for moc beside the target's Qt, but it has to run here.
+# use_host_tools FOLDER: CMake looks for moc next to the target's Qt, but moc has to run here.
 use_host_tools() {
     local tool
     for tool in moc rcc uic; do
@@ -59,7 +60,7 @@ make_root() {
     mv "$ROOT.new" "$ROOT"
 }
 
-# qt_versions_agree: what moc writes here must be what the Qt over there understands.
+# qt_versions_agree: the Qt of the root must understand what this machine's moc writes.
 qt_versions_agree() {
     local here there
     here=$("$HOST_QT_TOOLS/moc" -v | grep -oE '[0-9.]+$')
@@ -68,7 +69,7 @@ qt_versions_agree() {
     [ "$here" = "$there" ] || skip armhf "Qt is $here on this machine, $there in $ROOT"
 }
 
-# prepare_armhf: everything that a cross-build needs, or the end of the run with the reason.
+# prepare_armhf: everything that a cross-build needs; ends the run with the reason if that is impossible.
 prepare_armhf() {
     if [ "${ARMHF:-on}" = off ]; then
         skip armhf "turned off by ARMHF=off"

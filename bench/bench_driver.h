@@ -10,13 +10,13 @@
 #include <cstdlib>
 #include <stdexcept>
 
-/// Benchmarks give up at the first thing that goes wrong: a figure of a failed command means nothing.
+/// Benchmarks give up at the first failure: the figure of a failed command means nothing.
 [[noreturn]] inline void giveUp(const QString& reason)
 {
     throw std::runtime_error(reason.toStdString());
 }
 
-/// A whole number of the command line; 0 for anything else.
+/// A whole number from the command line; 0 for anything else.
 inline int countOf(const char* argument)
 {
     return QByteArray(argument).toInt();
@@ -35,8 +35,8 @@ int reportFailure(Benchmark benchmark)
     }
 }
 
-/// Writes a project with link 1, default station 1 and these tags beside the running program. tags.forEach
-/// calls its argument with the address of each.
+/// Writes a project with link 1, default station 1 and these tags next to the running program. tags.forEach
+/// calls its argument with the address of each tag.
 template<typename Tags>
 void makeProject(const Tags& tags)
 {

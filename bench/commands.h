@@ -30,7 +30,7 @@ inline const QVector<MeasuredCommand>& measuredCommands()
     return commands;
 }
 
-/// The one of this name; null when there is none.
+/// The command of this name; null if there is none.
 inline const MeasuredCommand* findCommand(const QByteArray& name)
 {
     for (const MeasuredCommand& measured : measuredCommands()) {

@@ -29,7 +29,7 @@ inline double median(const std::vector<double>& samples)
     return quantile(samples, 0.5);
 }
 
-/// Sample by sample, so that what slows the machine down for a while slows both.
+/// Ratio for each pair of samples, so that what slows the machine down for a while slows both.
 inline std::vector<double> ratios(const std::vector<double>& samples, const std::vector<double>& against)
 {
     std::vector<double> result;
@@ -39,7 +39,7 @@ inline std::vector<double> ratios(const std::vector<double>& samples, const std:
 }
 
 /// Prints one figure as a line of JSON: the median of the samples and, as spread, the distance between their
-/// quartiles. An empty against is none.
+/// quartiles. against names the peer of a ratio; empty if there is none.
 inline void printFigure(const std::string& name, const std::vector<double>& samples, const char* unit,
                         const std::string& against = std::string())
 {

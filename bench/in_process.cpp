@@ -1,5 +1,5 @@
-// What runs inside one process, with Google Benchmark: the steps of the toolkit beside a plain copy and
-// Boost.CRC, and commands over a link in memory. Options are Google Benchmark's.
+// Benchmarks inside one process, with Google Benchmark: steps of the toolkit beside a plain copy and
+// Boost.CRC, and commands over a link in memory. The options are Google Benchmark's.
 #include "bench_driver.h"
 #include "crc.h"
 #include "memory_link.h"

@@ -1,5 +1,5 @@
-// One command many times, to be counted by callgrind (see run): a count of runs subtracted from another
-// leaves the instructions of the commands alone.
+// Runs one command many times for callgrind to count (see run). The counts of two runs, subtracted, leave the
+// instructions of the commands alone.
 //
 //   instructions SUBJECT COMMAND RUNS
 //
@@ -7,7 +7,7 @@
 //   idle        a driver that does nothing
 //   bare        send and recv on a socket, with the frames of the command
 //   libmodbus   libmodbus over the same socket
-//   sparse      the plug-in over a link in memory; COMMAND is BITS-PERCENT, a byte read over so many coils
+//   sparse      the plug-in over a link in memory; COMMAND is BITS-PERCENT, a byte read over that many coils
 #include "bench_driver.h"
 #include "memory_link.h"
 #include "sparse.h"
@@ -42,7 +42,7 @@ void runSparse(const QList<QByteArray>& bitsAndPercent, int runs)
         runCommand(plugin->driver(), link, measured, QByteArray());
 }
 
-/// Leaves what running commands costs by itself.
+/// Does nothing, so that only the loop that runs commands is counted.
 class IdleDriver : public DriverInterface
 {
 public:
@@ -73,13 +73,13 @@ public:
 void runIdle(Measured measured, int runs)
 {
     IdleDriver idle;
-    DriverInterface* volatile anyDriver = &idle; // a runtime does not know which driver it has
+    DriverInterface* volatile anyDriver = &idle; // the compiler must not know either which driver it is
     MemoryLink link;
     for (int i = 0; i < runs; ++i)
         runCommand(*anyDriver, link, measured, QByteArray());
 }
 
-/// A process of its own at the other end of a socket, which answers requests. What it costs is not counted.
+/// Starts a process that answers requests at the other end of a socket. Its cost is not counted.
 int socketToSlave(const char* program)
 {
     int ends[2];

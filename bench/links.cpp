@@ -1,10 +1,10 @@
-// Many drivers at once: each on a thread of its own, with driverhost's link to a slave of its own, beside the
-// same number of bare socket loops.
+// Many drivers at once, each on its own thread and with driverhost's link to its own slave, beside the same
+// number of bare socket loops.
 //
 //   links ROUNDS MILLISECONDS
 //
-// Each client shares a core with its slave, the cores in turn: where a system puts them by itself differs
-// from one moment to the next, and makes more of a difference than all that is compared here.
+// Each client shares a core with its slave, and the pairs are spread over the cores. Left to itself, the
+// system places them differently from one moment to the next, which matters more than anything compared here.
 #include "figures.h"
 #include "session/tcp_link.h"
 #include "slave_process.h"
@@ -21,10 +21,10 @@
 
 namespace {
 
-/// What one thread does until it is told to stop. Returns the number of commands.
+/// What one thread does until it is stopped. Returns the number of commands.
 using Loop = std::function<long(const std::atomic<bool>& stop)>;
 
-/// Keeps a process, or with 0 the calling thread, and what it starts later on one core.
+/// Pins a process (0: the calling thread), and what it starts later, to one core.
 void pin(qint64 process, std::size_t pair)
 {
     const auto cores = static_cast<std::size_t>(::sysconf(_SC_NPROCESSORS_ONLN));
@@ -35,7 +35,7 @@ void pin(qint64 process, std::size_t pair)
         giveUp(QStringLiteral("can not choose a core"));
 }
 
-/// All loops at once for this long. Commands a second, all together.
+/// Runs all loops at once for this long. Returns their commands per second, all together.
 double commandsPerSecond(const std::vector<Loop>& loops, int milliseconds)
 {
     std::atomic<bool> stop{false};

@@ -7,8 +7,8 @@
 #include <array>
 #include <cstring>
 
-/// A link to a device that lives in memory and answers every request at once: reads with bytes of 0x5A,
-/// writes with their echo. What a command costs over it is the driver's own part.
+/// A link to a device in memory that answers every request at once: reads with bytes of 0x5A, writes with
+/// their echo. What a command costs over it is the driver's own part.
 class MemoryLink : public AbstractDeviceInterface
 {
 public:
@@ -31,7 +31,7 @@ public:
         const int quantity = byteAt(data, 10) << 8 | byteAt(data, 11);
         const bool isRead = functionCode <= 4;
         const int dataLength = functionCode <= 2 ? (quantity + 7) / 8 : 2 * quantity;
-        const int payload = isRead ? 2 + dataLength : 5; // function code on
+        const int payload = isRead ? 2 + dataLength : 5; // from the function code on
         std::memcpy(m_reply.data(), data, isRead ? 8 : 12);
         if (isRead)
             m_reply[8] = static_cast<unsigned char>(dataLength);
@@ -51,7 +51,7 @@ public:
     int commandDelay() override { return 0; }
     QString errorString() override { return QStringLiteral("memory link"); }
 
-    /// Bytes of the answer to the last request.
+    /// Bytes of the reply to the last request.
     int replyLength() const { return m_replyLength; }
 
 private:

@@ -1,5 +1,5 @@
-// The load of the project database, which the first command of a driver makes, against a bare sqlite3 loop
-// over the same rows.
+// Loading the project database, as the first command of a driver does, against a bare sqlite3 loop over the
+// same rows.
 //
 //   project_load TAGS ROUNDS
 //
@@ -24,7 +24,7 @@ double processorSeconds()
     return static_cast<double>(time.tv_sec) + 1e-9 * static_cast<double>(time.tv_nsec);
 }
 
-/// Tags as projects have them: bits and registers in no order, one in fifty with a station.
+/// Tags as projects have them: bits and registers in no particular order, one in fifty with a station.
 class MixedTags
 {
 public:
@@ -74,8 +74,8 @@ void loadWithDriver()
     runCommand(plugin->driver(), link, measuredCommands().first(), QByteArray());
 }
 
-/// By how many kB the memory of a process rises at its highest when it does nothing but load the project.
-/// This one would have memory at hand from making it.
+/// By how many kB a process grows at its peak if it does nothing but load the project. It takes a new
+/// process, because this one still holds memory from making the project.
 double peakMemory()
 {
     QProcess once;

@@ -9,8 +9,7 @@ import sys
 
 GROUPS = ("instructions", "roundtrips", "links", "load", "in_process", "startup", "size")
 
-# What a figure is to reach: the most (<=) or the least (>=) that will do. A name ending in * stands for all that
-# begin so.
+# What a figure must reach: at most (<=) or at least (>=) this. A name ending in * stands for all that begin with it.
 GOALS = {
     "instructions_read_10": ("<=", 1200),
     "instructions_read_125": ("<=", 1600),
@@ -47,7 +46,7 @@ def figure(samples, unit, against=None):
 
 
 def google_benchmark_figures(path):
-    """Processor times of the repetitions in nanoseconds, by benchmark; then what is made of them."""
+    """The figures made from the processor times of each benchmark's repetitions, which are in nanoseconds."""
     times = {}
     for run in json.loads(path.read_text())["benchmarks"]:
         if run["run_type"] == "iteration":

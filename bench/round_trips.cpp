@@ -3,9 +3,10 @@
 //
 //   round_trips ROUNDS COMMANDS
 //
-// In each round every client in turn runs so many commands; ratios are those of one round. Pin it to one core
-// (the slave inherits that). One of the two is at work at any time then, so that the processor time of both
-// together is that of the round trip, without what other programs of the machine take in between.
+// In each round every client in turn runs COMMANDS commands; ratios compare figures of one round. Pin the
+// program to one core (the slave inherits that): then only one of the two works at any time, and their
+// processor times add up to the time of the round trip, without what other programs of the machine take in
+// between.
 #include "figures.h"
 #include "session/tcp_link.h"
 #include "slave_process.h"
@@ -43,8 +44,8 @@ private:
     BareSocket m_socket;
 };
 
-/// The plain socket calls of a client that waits only so long for an answer and lets no old one through: the
-/// least that a driver's link can do.
+/// The plain socket calls of a client that limits its wait for a reply and lets no old one through: the least
+/// that a driver's link can do.
 class CarefulClient
 {
 public:
@@ -218,10 +219,10 @@ private:
     clockid_t m_otherClock = 0;
 };
 
-/// Microseconds per command of each client, one sample a round.
+/// Microseconds per command of each client, one sample per round.
 using Samples = std::map<std::string, std::vector<double>>;
 
-/// QModbusTcpClient of Qt 5.15 takes a reply with 2000 coils for an invalid one.
+/// QModbusTcpClient of Qt 5.15 rejects a reply with 2000 coils as invalid.
 bool canRun(const std::string& client, const MeasuredCommand& measured)
 {
     return client != "qmodbus" || measured.command.dataType != BitBlock;
@@ -234,7 +235,7 @@ Samples measure(std::map<std::string, Client> clients, const ProcessorTime& time
         clients.erase("qmodbus");
     Samples samples;
     for (const auto& [name, run] : clients)
-        run(measured, commands / 10 + 1); // warm
+        run(measured, commands / 10 + 1); // warm up
     for (int round = 0; round < rounds; ++round) {
         for (const auto& [name, run] : clients) {
             const double start = time.seconds();

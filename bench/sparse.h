@@ -3,7 +3,7 @@
 
 #include "commands.h"
 
-/// A byte read over coils of which the project has only some.
+/// A byte read over coils of which the project has tags for some only.
 struct SparseRead
 {
     int bits;
@@ -11,8 +11,8 @@ struct SparseRead
 
     CommunicatorCommand command() const { return {Byte, bits / 8, QStringLiteral("DO1")}; }
 
-    /// One coil in 2001 is left out of 100 %, as no request can carry a longer run. A discrete input gives
-    /// the station its table when no coil does.
+    /// Even at 100 % one coil in 2001 is left out, because no request can carry a longer run. A discrete
+    /// input gives the station its table if no coil does.
     template<typename Visit>
     void forEach(Visit visit) const
     {

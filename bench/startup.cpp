@@ -1,5 +1,5 @@
-// From nothing to the first value: loading the plug-in, taking a driver, reading the project, connecting to
-// slavesim and reading one register, each time in a process of its own.
+// From nothing to the first value: loading the plug-in, creating a driver, reading the project, connecting to
+// slavesim and reading one register, each time in a new process.
 //
 //   startup ROUNDS
 #include "figures.h"
@@ -19,7 +19,8 @@ double heapKilobytes()
     return static_cast<double>(::mallinfo2().uordblks) / 1024;
 }
 
-/// Prints the microseconds from before the load to behind the first value, and what the heap holds more then.
+/// Prints the microseconds from before loading to after the first value, and by how much the heap has grown
+/// then.
 void readOnce(quint16 port)
 {
     const double heapBefore = heapKilobytes();

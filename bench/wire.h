@@ -27,7 +27,7 @@ inline QByteArray requestFrame(const MeasuredCommand& measured)
     return frame;
 }
 
-/// Sends and receives on a plain socket, as little as a client can do.
+/// Sends and receives on a plain socket: the least that a client can do.
 class BareSocket
 {
 public:
@@ -51,7 +51,7 @@ public:
     BareSocket& operator=(const BareSocket&) = delete;
     ~BareSocket() { ::close(m_socket); }
 
-    /// From here on no receive lasts longer.
+    /// Limits the duration of every receive from here on.
     void limitTime(int seconds)
     {
         const timeval limit = {seconds, 0};
@@ -59,7 +59,7 @@ public:
             giveUp(QStringLiteral("a receive can not be limited"));
     }
 
-    /// Takes what lies unread, which is nothing, and notices a hang-up.
+    /// Reads what is waiting in the socket, normally nothing, and notices a closed connection.
     void dropUnread()
     {
         char unread[261];

@@ -1,4 +1,4 @@
-# The panel's runtime is Qt 4.8, a desktop's is Qt 5. What differs between the two builds is here.
+# The panel's runtime uses Qt 4.8, a desktop Qt 5. What differs between the two builds is here.
 
 set(QT_VERSION_MAJOR 5 CACHE STRING "5, or 4 for a panel (then give QT_QMAKE_EXECUTABLE too)")
 
@@ -11,7 +11,7 @@ if(QT_VERSION_MAJOR EQUAL 4)
   list(TRANSFORM QT_MODULES_NEEDED PREPEND Qt)
   find_package(Qt4 4.8 REQUIRED COMPONENTS ${QT_MODULES_NEEDED})
   set(QT_TARGET_PREFIX Qt4::Qt)
-  # Q_DECL_EXPORT is empty in a Qt 4.8 that was itself built with all symbols visible; with ours hidden, the module
+  # Q_DECL_EXPORT is empty in a Qt 4.8 that was built with all symbols visible. We hide ours, so without this the module
   # would export nothing.
   add_compile_definitions(QT_VISIBILITY_AVAILABLE=)
 elseif(QT_VERSION_MAJOR EQUAL 5)

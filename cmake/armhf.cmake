@@ -1,5 +1,5 @@
-# Debian's compiler for 32-bit ARM, with the headers and libraries of the Debian root that armhf/run makes.
-# Programs built with it run under qemu, tests included.
+# Debian's cross compiler for 32-bit ARM, with the headers and libraries of the Debian root that armhf/run makes.
+# Programs built with it, including the tests, run under qemu.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR armv7l)

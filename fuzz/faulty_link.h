@@ -43,7 +43,7 @@ public:
         m_setting.linkID = 1;
     }
 
-    /// Forgets the command before.
+    /// Forgets the previous command.
     void beginCommand()
     {
         attempts = 0;
@@ -65,7 +65,7 @@ public:
         m_incoming.clear();
     }
 
-    /// Asked at the start of each attempt, which alone counts.
+    /// Called at the start of each attempt; only the requests of the latest attempt count.
     bool isConnected() override
     {
         ++attempts;
@@ -100,7 +100,7 @@ private:
     DeviceSetting m_setting;
 };
 
-/// Overwrites the whole buffer that it was promised before it fills in what has come.
+/// Overwrites the whole buffer, as it is allowed to, before it fills in what has arrived.
 inline int FaultyLink::readData(char* buffer, int maxLength)
 {
     CHECK(maxLength >= 0 && !transactions.empty());
@@ -116,7 +116,7 @@ inline int FaultyLink::readData(char* buffer, int maxLength)
     return length;
 }
 
-/// The lowest bits of a byte of the input say what is answered, two further ones how it is handed out.
+/// The lowest bits of a byte of the input choose the answer, two more choose how it is delivered.
 inline int FaultyLink::writeData(const char* data, int length)
 {
     const QByteArray frame(data, length);
@@ -189,7 +189,7 @@ inline QByteArray FaultyLink::reply(const QByteArray& frame)
 {
     QByteArray bytes = goodReply(frame);
     switch (m_piece == 0 ? m_input.byte() % 8 : 0) {
-    case 1: // another byte somewhere
+    case 1: // a changed byte somewhere
         bytes[m_input.byte() % bytes.size()] = char(m_input.byte());
         break;
     case 2: // cut
@@ -201,14 +201,14 @@ inline QByteArray FaultyLink::reply(const QByteArray& frame)
     case 4: // an exception reply
         bytes = frame.left(4) + big16(3) + frame.mid(6, 1) + char(frame.at(7) | 0x80) + char(m_input.byte());
         break;
-    case 5: // the length of an exception reply on something else
+    case 5: // something else with the length of an exception reply
         bytes.replace(4, 2, big16(3));
         break;
     }
     return bytes;
 }
 
-/// Whatever the input holds. The transaction identifier counts from the first one of this input, so that an
+/// Arbitrary bytes of the input. Transaction identifiers count from the first one of this input, so that an
 /// input means the same whatever was tried before.
 inline QByteArray FaultyLink::rawBytes()
 {

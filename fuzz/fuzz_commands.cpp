@@ -1,5 +1,5 @@
-// Commands of every type, count and address through read and write, with a device that answers anything. What
-// comes back must be what the device's bytes say, in exactly the length of the command, or a failure.
+// Commands of every type, count and address through read and write, with a device that answers anything. The
+// result must be what the device's bytes say, in exactly the length of the command, or a failure.
 
 #include "faulty_link.h"
 #include "harness.h"
@@ -48,8 +48,8 @@ Value oneOf(const Value (&values)[Size], int choice)
     return values[static_cast<std::size_t>(choice) % Size];
 }
 
-/// Counts that a panel has, and the ends of 32 bits. Byte reads of sparse areas grant those between, at
-/// gigabytes a try.
+/// Counts that a panel uses, and both ends of 32 bits. Byte reads of sparse areas accept the counts in
+/// between, but at gigabytes each.
 int takeCount(Input& input)
 {
     static const int odd[] = {-1,          INT_MAX,     INT_MIN,    INT_MAX - 1, INT_MAX - 2,
@@ -109,7 +109,7 @@ void putBit(QByteArray& bytes, int bit, bool on)
     bytes[bit / 8] = static_cast<char>(on ? bytes.at(bit / 8) | mask : bytes.at(bit / 8) & ~mask);
 }
 
-/// Groups of so many bytes, each reversed; what is missing of the last group counts as zero.
+/// Groups of width bytes, each reversed; missing bytes of the last group count as zero.
 QByteArray reversedGroups(QByteArray bytes, int width)
 {
     while (bytes.size() % width != 0)
@@ -125,7 +125,7 @@ int registerGroup(const Command& command)
                                                                                                          : 2;
 }
 
-/// What the delivered bytes say that the command's data is.
+/// The command's data according to the bytes that the device delivered.
 QByteArray dataOnTheWire(const Command& command, const std::vector<Transaction>& transactions)
 {
     QByteArray data(dataLength(command), '\0');
@@ -146,7 +146,7 @@ QByteArray dataOnTheWire(const Command& command, const std::vector<Transaction>&
     return data;
 }
 
-/// A byte read of bits asks for the bits that have tags, all of them and no others.
+/// A byte read of bits asks for the bits that have tags: for all of them and for no others.
 void checkAskedTags(const Command& command, const FaultyLink& link)
 {
     std::set<int> asked;
@@ -192,8 +192,8 @@ void checkRead(const Command& command, const QByteArray& data, const FaultyLink&
         checkAskedTags(command, link);
 }
 
-/// The command's data as the device must get it; for bits inside registers the registers that were read,
-/// changed.
+/// The command's data as the device must get it; for bits inside registers, the registers that were read with
+/// these bits changed.
 QByteArray dataToWrite(const Command& command, QByteArray data, const FaultyLink& link)
 {
     const Transaction& first = link.transactions.front();

@@ -1,5 +1,5 @@
-// Bytes as the project database: the driver either loads it or says what is wrong, and loads a good one that
-// takes its place.
+// Arbitrary bytes as the project database: the driver either loads them or says what is wrong. Then it loads
+// a good database in their place.
 
 #include "check.h"
 #include "harness.h"
@@ -20,8 +20,8 @@ void replaceProject(const QByteArray& content)
     CHECK(std::rename(QFile::encodeName(file.fileName()), QFile::encodeName(name)) == 0);
 }
 
-/// An input that calls itself a database in WAL mode makes SQLite write files beside it, which would have
-/// their say in what is made of the inputs that follow.
+/// An input that says it is a database in WAL mode makes SQLite write files next to it, which would change
+/// the outcome of the inputs that follow.
 void removeWalFiles()
 {
     const QString name = ProjectFixture::path(ProjectFixture::usualPlace());
@@ -46,7 +46,7 @@ bool loads(DriverModbusTcpSlave& driver)
     return loaded;
 }
 
-/// Each driver object keeps its connection name for ever; those of the inputs before are of no use any more.
+/// Each driver object keeps its connection name forever; those of earlier inputs are no longer needed.
 void forgetConnections()
 {
     for (const QString& name : QSqlDatabase::connectionNames())
@@ -71,7 +71,7 @@ void tryInput(Input& input)
     {
         DriverModbusTcpSlave driver;
         const bool loaded = loads(driver);
-        // SQLite has been seen to take damaged pages at the second try; what is loaded has to stay so.
+        // SQLite sometimes accepts damaged pages at the second try; what is loaded must stay loaded.
         CHECK(loads(driver) || !loaded);
         ScriptedLink link;
         for (const char* const area : {"DI1", "DO60000"}) {

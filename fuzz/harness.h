@@ -3,11 +3,11 @@
 
 #include "input.h"
 
-// What the runner that keeps a corpus calls: libFuzzer's own main, or replay.cpp.
+// Called by the runner that keeps a corpus: libFuzzer's own main, or replay.cpp.
 extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv);
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-/// Called once before the first input; the application object stands and Qt's messages are switched off.
+/// Called once before the first input, when the application object exists and Qt's messages are switched off.
 void prepare();
 
 /// Tries one input.

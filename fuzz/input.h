@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstdint>
 
-/// The fuzzer's bytes, taken from the front. When they are used up numbers are 0 and arrays empty, so every
+/// The fuzzer's bytes, taken from the front. When they are used up, numbers are 0 and arrays empty, so every
 /// input has a meaning and short ones stay short.
 class Input
 {

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Writes the hand-made inputs of the fuzz targets into fuzz/corpus. Run it after a change here or to what the
-bytes of an input mean to a target. Files that it does not know, such as findings, stay."""
+"""Writes the hand-made inputs of the fuzz targets into fuzz/corpus. Run it after changing this file or the meaning of
+an input's bytes to a target. It leaves files that it does not know, such as findings, alone."""
 
 import pathlib
 import sqlite3
@@ -21,7 +21,7 @@ def save(target, name, content):
 BIT, BYTE, WORD, DWORD, QUAD, BLOCK, BITBLOCK = range(7)
 DI, DO, FN5DO, HR, FN6HR, IR, SMALL_DO, SMALL_FN6HR, XY, DOOR = range(10)
 
-# What the device does: how it answers in the lower half, how readData hands it out in the upper.
+# What the device does: the lower half says how it answers, the upper half how readData delivers the answer.
 GOOD, TWICE, RAW, SILENT, NOT_TAKEN_WHOLE = 0, 12, 13, 14, 15
 ALL, ONE_SHORT, ZERO, NEGATIVE = 0x00, 0x10, 0x20, 0x30
 
@@ -31,12 +31,12 @@ def number16(value):
 
 
 def good(seed=None):
-    """A reply as it should be; seed makes the data of a read."""
+    """A good reply; seed makes the data of a read."""
     return bytes([GOOD]) + (b"" if seed is None else bytes([seed])) + b"\0"
 
 
 def faulty(fault, *parameters, seed=None):
-    """1: another byte, 2: cut, 3: surplus, 4: exception, 5: length 3."""
+    """1: a changed byte, 2: cut, 3: surplus, 4: exception, 5: length 3."""
     return bytes([GOOD]) + (b"" if seed is None else bytes([seed])) + bytes([fault, *parameters])
 
 
@@ -50,7 +50,7 @@ def raw(text):
 
 
 def area_byte(area, bit, high_word_first):
-    """A number below 240 with this rest modulo 10 and these flags."""
+    """A number below 240 with this remainder modulo 10 and these flags."""
     wanted = (64 if bit is not None else 0) + (128 if high_word_first else 0)
     return next(n for n in range(240) if n % 10 == area and n & 192 == wanted)
 
@@ -153,7 +153,7 @@ def patched(offset, replacement):
 
 
 def page_repeated(content):
-    """The root of the tag table names one and the same leaf page again and again."""
+    """The root of the tag table refers to the same leaf page again and again."""
     for start in range(0, len(content), 512):
         page = bytearray(content[start:start + 512])
         cells = struct.unpack(">H", page[3:5])[0]

@@ -1,5 +1,5 @@
-// Stands in for libFuzzer where there is none: tries every file that is named, or lies in a folder that is
-// named, once. Each name is printed before its try, so that the last one printed is the one that failed.
+// Stands in for libFuzzer where there is none: tries every named file, and every file in a named folder,
+// once. Prints each name before its try, so the last name printed is the one that failed.
 
 #include "harness.h"
 

@@ -7,7 +7,7 @@ PICTURE_PACKAGES=(gnuplot-nox python3 python3-pyte)
 BENCH_PACKAGES=(libbenchmark-dev libboost-dev libsqlite3-dev libqt5serialbus5-dev valgrind python3 gnuplot-nox)
 LINT_PACKAGES=(clang-format-14 clang-tidy-14 cppcheck shellcheck)
 
-# step TEXT: one line that says what comes next.
+# step TEXT: a line that says what comes next.
 step() {
     if [ -t 1 ]; then
         printf '\033[1m== %s\033[0m\n' "$*"
@@ -16,7 +16,7 @@ step() {
     fi
 }
 
-# quietly COMMAND...: its output only when it fails.
+# quietly COMMAND...: shows its output only if it fails.
 quietly() {
     local log
     log=$(mktemp)
@@ -28,7 +28,7 @@ quietly() {
     rm -f "$log"
 }
 
-# need_packages NAME...: installs those of Debian's packages that are missing.
+# need_packages NAME...: installs those Debian packages that are missing.
 need_packages() {
     local missing=() name
     for name in "$@"; do
@@ -54,8 +54,8 @@ sources() {
     git ls-files --cached --others --exclude-standard -- '*.h' '*.cpp'
 }
 
-# in_lanes FUNCTION ITEM...: calls FUNCTION ITEM for each item, as many at a time as there are processors; fails when
-# one of the calls did.
+# in_lanes FUNCTION ITEM...: calls FUNCTION ITEM for each item, as many at a time as there are processors; fails if one
+# of the calls fails.
 in_lanes() {
     local work=$1 lanes item failures status=0
     shift

@@ -1,9 +1,9 @@
 # shellcheck shell=bash
-# Shared by scripts that need a Debian 12 file tree of their own: where packages come from, and progress.
+# Shared by scripts that need their own Debian 12 file tree: where packages come from, and progress.
 
 DEBIAN_RELEASE=bookworm
-SKIPPED=77 # exit status of a run that could not be made, through no fault of the project
-PATH=$PATH:/usr/sbin # debootstrap is there, which is not on the path of every user
+SKIPPED=77 # exit status of a run that was impossible through no fault of the project
+PATH=$PATH:/usr/sbin # debootstrap is there; not every user has it in PATH
 
 # skip NAME REASON: ends the run and says why.
 skip() {
@@ -11,22 +11,22 @@ skip() {
     exit "$SKIPPED"
 }
 
-# debian_mirror: the address from which this machine's apt takes Debian 12 itself.
+# debian_mirror: the address that this machine's apt takes Debian 12 from.
 debian_mirror() {
     # shellcheck disable=SC2016
     apt-get indextargets --format '$(SITE)' 'Created-By: Packages' "Codename: $DEBIAN_RELEASE" \
         'Component: main' 'Origin: Debian' 2>/dev/null | head -1
 }
 
-# use_apt_proxy: lets debootstrap reach the mirror the way apt does.
+# use_apt_proxy: makes debootstrap reach the mirror the way apt does.
 use_apt_proxy() {
     local proxy=
     eval "$(apt-config shell proxy Acquire::http::Proxy)"
     [ -z "$proxy" ] || export http_proxy=$proxy
 }
 
-# counted WHAT LOG COMMAND...: runs COMMAND with its output in LOG and shows on a terminal how many lines of it
-# there are so far; elsewhere only their number in the end.
+# counted WHAT LOG COMMAND...: runs COMMAND with its output in LOG. On a terminal it shows how many lines there are so
+# far; elsewhere it prints only the final number.
 counted() {
     local what=$1 log=$2 line number=0 status
     shift 2
@@ -54,7 +54,7 @@ debootstrapped() {
         "$DEBIAN_RELEASE" "$folder" "$mirror"
 }
 
-# debootstrap asks for root. To unpack files a pretended one will do.
+# debootstrap asks for root; to unpack files, fake root is enough.
 AS_ROOT=()
 if [ "$(id -u)" -ne 0 ]; then
     AS_ROOT=(fakeroot)

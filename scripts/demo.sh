@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Shows driverhost reading and writing a slave on this machine through the plug-in, and checks every answer.
-# Needs build/release. Ends with a line that says whether all went as expected.
+# Shows driverhost reading and writing a slave on this machine through the plug-in, and checks every answer. Needs
+# build/release. The last line says whether all went as expected.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/common.sh
@@ -30,8 +30,8 @@ start_slave() {
     exit 1
 }
 
-# run STATUS PATTERN ARGUMENT...: runs driverhost on the slave, shows the call and what it printed, and checks
-# its exit status and that the output matches the extended regular expression over all lines.
+# run STATUS PATTERN ARGUMENT...: runs driverhost on the slave, shows the call and what it printed, and checks its exit
+# status and that the output, as one line, matches the extended regular expression.
 run() {
     local status=0 wanted=$1 pattern=$2 output
     shift 2
@@ -47,7 +47,7 @@ run() {
     fi
 }
 
-# write_and_read ADDRESS "WRITE ARGUMENTS" "READ ARGUMENTS" PATTERN: the value comes back by a read of its own.
+# write_and_read ADDRESS "WRITE ARGUMENTS" "READ ARGUMENTS" PATTERN: a separate read must return the value written.
 write_and_read() {
     local address=$1
     local -a written read_back

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What a tool can check of the sources, a tool checks. Needs build/release to be configured.
+# Checks the sources with tools. Needs build/release to be configured.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/common.sh
@@ -11,7 +11,7 @@ step "shellcheck"
 git ls-files -z --cached --others --exclude-standard | xargs -0 grep -lE '^#!.*\bbash' -- | xargs shellcheck -x -e SC1091
 
 step "floors of host/, include guards"
-# A folder includes its own headers and those of lower floors; a folder without a floor may include nothing.
+# A folder may include its own headers and those of lower floors; a folder without a floor may include nothing.
 upward=$(grep -rE '^#include "[a-z_.]+/' host | awk -F'[/:"]' '
     BEGIN { split("text 1 session 2 signals 3 project 4 watch 5 scan 5 commands 6 cli 7", words, " ")
             for (i = 1; i in words; i += 2) floor[words[i]] = words[i + 1] }
@@ -32,7 +32,7 @@ cppcheck --quiet --error-exitcode=1 --inline-suppr --std=c++17 --library=qt -j "
     --suppress='*:*_autogen/*' -I runtime/drivers \
     "${folders[@]}"
 
-# Without what is made of Google Benchmark's macros, which the analyzer misunderstands.
+# Leaves out the code that Google Benchmark's macros generate, which the analyzer misunderstands.
 step "clang-tidy"
 run-clang-tidy-14 -quiet -p build/release -j "$(nproc)" -extra-arg=-Wno-gnu-zero-variadic-macro-arguments \
     "$PWD/(runtime|host|simulator|bench|fuzz|examples|soak|tests)/(?!in_process).*\.cpp$" \

@@ -19,7 +19,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 WORK = ROOT / "build/mutants"
 TREE, BUILD = WORK / "tree", WORK / "build"
 
-# For each folder the tests that look at it.
+# The tests that cover each folder.
 TESTS = {"runtime": "^(unit|fuzz)[.]", "host": "^(host|system)[.]", "simulator": "^system[.](slavesim|commissioning)"}
 
 SWAPS = [(" == ", " != "), (" != ", " == "), (" < ", " <= "), (" <= ", " < "), (" > ", " >= "), (" >= ", " > "),
@@ -64,7 +64,7 @@ def tests_pass(folder, limit):
 
 
 def verdict(file, number, changed, limit):
-    """'found', 'not found', or 'does not build' for one fault, which is taken out again."""
+    """'found', 'not found', or 'does not build' for one fault; restores the file afterwards."""
     path = TREE / file
     original = path.read_text()
     lines = original.splitlines()

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Draws the pictures of docs/commissioning.md anew: driverhost in a terminal, with slavesim as the device.
-# Needs build/release. Takes about half a minute, since a watched signal needs its time.
+# Redraws the pictures of docs/commissioning.md: driverhost in a terminal, with slavesim as the device. Needs
+# build/release. Takes about half a minute, because a watched signal needs time to move.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/common.sh
@@ -11,7 +11,7 @@ work=$(mktemp -d)
 slave=
 trap '[ -z "$slave" ] || kill "$slave" 2>/dev/null || true; rm -rf "$work"' EXIT
 
-# The program in a folder of its own: the project beside it is that of the pictures.
+# A copy of the program in a folder of its own, so that the project next to it is the one of the pictures.
 mkdir -p "$pictures" "$work/drivers"
 cp build/release/bin/driverhost "$work"
 cp build/release/bin/drivers/libmodbus_tcp_slave.so "$work/drivers"
@@ -28,7 +28,7 @@ for _ in $(seq 100); do
 done
 [ -n "$device" ] || { echo "slavesim did not start" >&2; exit 1; }
 
-# picture NAME SIZE UNTIL ARGUMENT...: driverhost with these arguments, when UNTIL is on the screen or at its end.
+# picture NAME SIZE UNTIL ARGUMENT...: driverhost with these arguments, once UNTIL is on the screen or it has ended.
 picture() {
     local name=$1 size=$2 until=$3
     shift 3

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Measures the table of docs/reliability.md anew. Needs build/release.
+# Measures the table of docs/reliability.md again. Needs build/release.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/common.sh
@@ -9,7 +9,7 @@ trap 'rm -f "$table"' EXIT
 step "measure the faults one at a time (some minutes)"
 build/release/soak/reliability | tee "$table"
 
-# The lines between the two marks of the document are replaced.
+# Replace the lines between the two marks of the document.
 awk -v table="$table" '
     /<!-- table ends -->/ { inside = 0 }
     !inside { print }

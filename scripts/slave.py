@@ -15,14 +15,14 @@ class Slave:
         self.start()
 
     def start(self):
-        """Starts it, again on the same port if it ran before, and waits until it accepts connections."""
+        """Starts it (on the same port if it ran before) and waits until it accepts connections."""
         self.process = subprocess.Popen(
             [self.program, "--port", str(self.port), *self.options], stdout=subprocess.PIPE, text=True)
         self.port = int(re.fullmatch(r"slavesim: listening on .*:(\d+)\n", self.process.stdout.readline())[1])
         self.device = f"127.0.0.1:{self.port}"
 
     def stop(self):
-        """Ends it; what it wrote since it was ready."""
+        """Ends it and returns what it wrote since it was ready."""
         self.process.send_signal(signal.SIGTERM)
         return self.process.communicate()[0]
 

@@ -1,4 +1,4 @@
-"""A program in a terminal of a given size, and what a person would see there."""
+"""Runs a program in a terminal of a given size and shows what a person would see there."""
 
 import fcntl
 import os
@@ -52,19 +52,19 @@ class Terminal:
         return "\n".join(self.lines())
 
     def pump(self, seconds):
-        """Draws what the program writes within that time; returns early once something came, False at its end."""
+        """Draws what the program writes within that time. Returns early; False when the program has ended."""
         readable, _, _ = select.select([self.descriptor], [], [], seconds)
         if not readable:
             return True
         try:
             data = os.read(self.descriptor, 65536)
-        except OSError:  # Linux says so when the program has closed its terminal
+        except OSError:  # on Linux: the program has closed its terminal
             data = b""
         self.stream.feed(data)
         return bool(data)
 
     def wait_until(self, condition, what):
-        """Goes on until condition(self) is true and returns what it gave."""
+        """Waits until condition(self) is true and returns its result."""
         end = time.monotonic() + PATIENCE
         while time.monotonic() < end:
             result = condition(self)

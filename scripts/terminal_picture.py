@@ -55,7 +55,7 @@ def draw_run(column, cells, style, top):
         parts.append(f'<path fill="{foreground}" d="{path}"/>')
     text = "".join(" " if cell.data in BLOCKS else cell.data for cell in cells)
     weight = ' font-weight="bold"' if bold else ""
-    # Words stand where their columns are, whatever the width of the reader's font.
+    # Place each word at its column, whatever the width of the reader's font.
     for word in re.finditer(r"\S+(?: \S+)*", text):
         parts.append(f'<text x="{left + word.start() * CELL_WIDTH}" y="{top + 13}" fill="{foreground}"{weight}>'
                      f"{escape(word[0])}</text>")

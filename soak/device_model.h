@@ -22,9 +22,9 @@ struct Place
     int bit;
 };
 
-/// What slavesim's default image holds, and what was written to it since. Every value follows from its place,
-/// so that a reply to another request is recognised. After a write that failed a bit may be either way, until
-/// it is written again.
+/// What slavesim's default image holds, and what was written to it since. Every value depends on its place,
+/// so a reply to another request is recognised. After a failed write a bit may have either value until it is
+/// written again.
 class DeviceModel
 {
 public:
@@ -33,10 +33,10 @@ public:
     /// Whether the device may hold this bit value.
     bool mayBe(const Place& place, bool value) const;
 
-    /// A write of the bit has begun: from now on the old value may stand or the new one.
+    /// A write of the bit has begun: from now on the bit may have the old value or the new one.
     void startWrite(const Place& place, bool value);
 
-    /// The write has been confirmed: only the new value may stand.
+    /// The write has been confirmed: the bit can only have the new value.
     void finishWrite(const Place& place);
 
 private:

@@ -18,7 +18,7 @@ namespace {
 
 constexpr int Commands = 300;
 constexpr int FaultEvery = 10;
-int timeoutMs = 100; ///< the check takes more, since a busy machine is no fault of the wire
+int timeoutMs = 100; ///< the check takes more: a busy machine is not a fault of the wire
 constexpr int Registers = 10;
 constexpr int ExpectedFaults = Commands / FaultEvery;
 
@@ -26,7 +26,7 @@ struct Fault
 {
     const char* name;
     const char* text;
-    int mostFailures; ///< of ours with a retry count of 0
+    int mostFailures; ///< of our driver with a retry count of 0
 };
 
 const Fault faults[] = {
@@ -132,7 +132,7 @@ Result against(const Fault& fault, const std::function<Result(quint16)>& client)
     return client(slave.port());
 }
 
-/// The driver alone, held to what it promises.
+/// Runs the driver alone and checks that it keeps its promises.
 int check(QTextStream& out)
 {
     timeoutMs = 250;

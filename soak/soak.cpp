@@ -46,7 +46,7 @@ struct Tally
     double longestMs = 0;
 };
 
-/// A process that does not grow has the same of these after a million commands as after a thousand.
+/// What must not grow: a process has the same of these after a million commands as after a thousand.
 struct Resources
 {
     long kib = 0;
@@ -126,7 +126,7 @@ private:
     {
         QByteArray data((drawn.bits + 7) / 8, '\0');
         for (int i = 0; i < drawn.bits; ++i) {
-            // What the command does not cover of the last register is written as 0.
+            // The part of the last register that the command does not cover is written as 0.
             const bool value = i / 8 < writtenBytes(drawn) && (m_random() & 1) != 0;
             if (value)
                 data[i / 8] = static_cast<char>(data.at(i / 8) | 1 << i % 8);
@@ -162,7 +162,7 @@ private:
     {
         const double ms = std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
         tally.longestMs = std::max(tally.longestMs, ms);
-        // Each attempt opens once, and each of its requests is sent and read in two parts.
+        // Each attempt opens once, and each of its requests takes one send and two receives.
         const int waits = (m_options.retry + 1) * (1 + 3 * drawn.requests);
         const double schedulingMs = 1000;
         if (ms > waits * m_options.timeout + schedulingMs)

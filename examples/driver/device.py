@@ -17,7 +17,7 @@ HOLDING = 3  # any function code that means the holding registers
 
 class Device(socketserver.ThreadingTCPServer):
     """Answers from serve_forever() to shutdown(). What a test may set: fault(frame) gives what is sent in
-    place of a reply, None closes the connection."""
+    place of a reply; None closes the connection."""
 
     daemon_threads = True
 

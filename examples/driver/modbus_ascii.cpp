@@ -5,15 +5,15 @@
 
 #include <QStringList>
 
-// A message is the station, the function code and what belongs to it. The frame around it is a colon, the
-// message and its check byte in hexadecimal digits, carriage return and line feed.
+// A message is the station, the function code and the data that belongs to it. The frame around it is a
+// colon, the message and its check byte in hexadecimal digits, carriage return and line feed.
 
 namespace {
 
 const unsigned char ReadRegisters = 3;
 const unsigned char WriteRegisters = 16;
 const unsigned char ExceptionFlag = 0x80;
-const int ExceptionLength = 3; ///< of the shortest message: station, function code, exception code
+const int ExceptionLength = 3; ///< the shortest message: station, function code, exception code
 
 int frameLength(int messageLength)
 {
@@ -36,7 +36,7 @@ QByteArray frameOf(const QByteArray& message)
     return frame.byteArrayData();
 }
 
-/// The message in a frame; any bytes when that is no good frame, as frameOf will show.
+/// The message in a frame; any bytes if the frame is not valid, which their own frameOf will show.
 QByteArray messageIn(const QByteArray& frame)
 {
     QByteArray message;
@@ -45,7 +45,7 @@ QByteArray messageIn(const QByteArray& frame)
     return message;
 }
 
-/// Reads on until the frame has so many characters. False when they do not come within the link's timeout.
+/// Reads until the frame has length characters. False if they do not arrive within the link's timeout.
 bool readOn(AbstractDeviceInterface* device, QByteArray& frame, int length)
 {
     const int before = frame.size();
@@ -58,13 +58,13 @@ unsigned char stationOf(AbstractDeviceInterface* device)
     return static_cast<unsigned char>(device->stationId());
 }
 
-/// The zero-based address of a command's first register; negative when its text is no address.
+/// The zero-based address of a command's first register; negative if its text is not an address.
 int addressOf(const CommunicatorCommand& command)
 {
     return ExtractPrefixSymbol(command.address).toUpper() == "HR" ? command.address.mid(2).toInt() - 1 : -1;
 }
 
-/// The number of registers that a command covers; 0 when one request of at most limit cannot carry it.
+/// The number of registers that a command covers; 0 if one request of at most limit cannot carry it.
 int registersOf(const CommunicatorCommand& command, int limit)
 {
     const unsigned int bytes = static_cast<unsigned int>(GetSafeDataLen(command));
@@ -80,10 +80,10 @@ int registersOf(const CommunicatorCommand& command, int limit)
 /// One request and what its reply must be.
 struct ModbusAscii::Transaction
 {
-    int registers;        ///< 0 is a command that no request can carry
+    int registers;        ///< 0 for a command that no request can carry
     QByteArray request;   ///< a message
     QByteArray replyHead; ///< how the message of the reply begins: station, function code and more
-    int dataLength;       ///< bytes that follow in it
+    int dataLength;       ///< bytes after the head
 };
 
 DriverInterface* CreateDriver()
@@ -110,7 +110,7 @@ bool ModbusAscii::write(AbstractDeviceInterface* device, const CommunicatorComma
     const int registers = registersOf(command, MaxWriteRegisters);
     const int station = stationOf(device);
     const QByteArray head = ByteArrayPack("CCnn", station, WriteRegisters, addressOf(command), registers);
-    // A command that claims too much gets no memory for it.
+    // Allocate nothing for a command that claims too much.
     const QByteArray bytes = registers > 0 ? toBigEndianUShortArray(ToSafeData(command, data)) : QByteArray();
     run(device, {registers, head + static_cast<char>(bytes.size()) + bytes, head, 0});
     if (m_hasError)
@@ -136,8 +136,8 @@ QByteArray ModbusAscii::run(AbstractDeviceInterface* device, const Transaction& 
     }
 }
 
-/// Reads first what the shortest reply has, then the rest if that was not all: so nothing is waited for that
-/// does not come.
+/// Reads as much as the shortest reply has, then the rest if that was not all, so that it never waits for
+/// bytes that do not come.
 QByteArray ModbusAscii::attempt(AbstractDeviceInterface* device, const Transaction& transaction)
 {
     const QByteArray request = frameOf(transaction.request);

@@ -6,17 +6,15 @@
 #include "driver_setting.h"
 #include "qt_versions.h"
 
-/// Holding registers over Modbus ASCII, as devices with a serial line speak it behind a TCP device server.
+/// Holding registers over Modbus ASCII, for serial devices behind a TCP device server.
 ///
 /// An address is HR and the one-based number of a register, HR1 to HR65536. Elements are made of whole bytes
-/// (bytes, blocks, words, double words, quad words) in registers that follow one another, the low byte of
-/// each register first and the low register first. The registers of a command are read (function code 3) or
-/// written (16) in one request; an odd number of bytes is written with a zero byte behind it. Bits are
-/// refused.
+/// (bytes, blocks, words, double words, quad words) in consecutive registers, low register first, and low
+/// byte of each register first. The registers of a command are read (function code 3) or written (16) in one
+/// request; an odd number of bytes is padded with a zero byte. Bits are refused.
 ///
-/// The protocol does not number its requests, so a late reply looks like the reply to the next request.
-/// Whatever goes wrong therefore closes the link, which drops late bytes; only after an exception reply it
-/// stays open.
+/// The protocol does not number its requests, so a late reply looks like the reply to the next request. Every
+/// failure therefore closes the link, which drops late bytes; only an exception reply leaves it open.
 class ModbusAscii : public QObject, public DriverInterface
 {
     Q_OBJECT
@@ -24,7 +22,7 @@ class ModbusAscii : public QObject, public DriverInterface
     DRIVER_PLUGIN_METADATA(DriverInterface_iid)
 
 public:
-    // By the Modbus standard. The last two are those of one request.
+    // From the Modbus standard. The last two are limits of one request.
     static const int AddressSpace = 65536;
     static const int MaxReadRegisters = 125;
     static const int MaxWriteRegisters = 123;
@@ -46,7 +44,7 @@ public:
     int supportedCommunicationFlags() override { return EthernetDevice; }
     QObject* getThisObject() override { return this; }
 
-    // What a new link begins with: the TCP port, timeout in milliseconds, retries, station and delay.
+    // Defaults of a new link: the TCP port, timeout in milliseconds, retries, station and delay.
     QString getStringBasedDefaultDriverSetting() override { return QLatin1String("4001"); }
     DriverSetting* getDefaultDriverSetting() override { return new DriverSetting(3000, 3, 1, 0); }
     DeviceSetting* getDefaultSerialDeviceSetting() override
@@ -54,7 +52,7 @@ public:
         return new DeviceSetting(EthernetDevice, QLatin1String("COM2"), 9600, 8, 0, 2);
     }
 
-    // Nothing is to be prepared or printed, and no text is checked.
+    // Nothing to prepare or print, and no text to check.
     bool initialize(AbstractDeviceInterface*) override { return true; }
     bool validation(const QString&) override { return false; }
     void setDebugMode(bool) override {}
@@ -63,13 +61,13 @@ public:
 private:
     struct Transaction;
 
-    // The data of the reply. Empty after a failure, and the error is set then.
+    // Return the data of the reply. On failure they set the error and return an empty array.
     QByteArray run(AbstractDeviceInterface* device, const Transaction& transaction);
     QByteArray attempt(AbstractDeviceInterface* device, const Transaction& transaction);
     QByteArray dataOf(AbstractDeviceInterface* device, const Transaction& transaction,
                       const QByteArray& reply);
 
-    // Set the error and give an empty array, for the functions above to return.
+    // Set the error and return an empty array, for the functions above to return.
     QByteArray fail(const QString& text);
     QByteArray failAndClose(AbstractDeviceInterface* device, const QString& text);
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""check_example.py DOCUMENT SOURCE PROGRAM: whether the document shows the source as it is, and after it what
-the program prints. The document's code blocks begin with ```cpp, the outputs that follow them with ```text."""
+"""check_example.py DOCUMENT SOURCE PROGRAM: checks that the document shows the source exactly, followed by what the
+program prints. The document's code blocks begin with ```cpp, the outputs that follow them with ```text."""
 
 import difflib
 import re
