@@ -75,7 +75,7 @@ prepare_armhf() {
         skip armhf "turned off by ARMHF=off"
     fi
     need_packages "${BUILD_PACKAGES[@]}" "${CROSS_TOOLS[@]}" python3 ||
-        skip armhf "packages that it needs can not be installed"
+        skip armhf "packages that it needs cannot be installed"
     make_root
     qt_versions_agree
 }

@@ -32,7 +32,7 @@ void pin(qint64 process, std::size_t pair)
     CPU_ZERO(&core);
     CPU_SET(pair % cores, &core);
     if (::sched_setaffinity(static_cast<pid_t>(process), sizeof core, &core) != 0)
-        giveUp(QStringLiteral("can not choose a core"));
+        giveUp(QStringLiteral("cannot choose a core"));
 }
 
 /// Runs all loops at once for this long. Returns their commands per second, all together.

@@ -56,7 +56,7 @@ public:
     {
         const timeval limit = {seconds, 0};
         if (::setsockopt(m_socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) != 0)
-            giveUp(QStringLiteral("a receive can not be limited"));
+            giveUp(QStringLiteral("a receive cannot be limited"));
     }
 
     /// Reads what is waiting in the socket, normally nothing, and notices a closed connection.

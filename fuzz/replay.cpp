@@ -47,7 +47,7 @@ int main(int argc, char** argv)
     LLVMFuzzerInitialize(&argc, &argv);
     for (const fs::path& file : files) {
         if (!replay(file)) {
-            std::fprintf(stderr, "%s: can not read %s\n", argv[0], file.c_str());
+            std::fprintf(stderr, "%s: cannot read %s\n", argv[0], file.c_str());
             return 1;
         }
     }

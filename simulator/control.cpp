@@ -15,7 +15,7 @@ static constexpr std::size_t PipeCapacity = 65536;
 
 Control::Control(Slave& slave) : m_slave(slave)
 {
-    m_line.reserve(LongestLine + 1); // so that no line fails for want of memory
+    m_line.reserve(LongestLine + 1); // so that no line runs out of memory
 }
 
 pollfd Control::waitsFor() const

@@ -8,18 +8,18 @@
 
 namespace slavesim {
 
-/// Lines on standard input that change what a slave does. A wrong line changes nothing; what is wrong with it
-/// is said on stderr. The end of the input is the end of changes, not of the slave.
+/// Lines on standard input that change what a slave does. A wrong line changes nothing and is reported on
+/// stderr. The end of the input ends the changes, not the slave.
 class Control
 {
 public:
     /// slave outlives it.
     explicit Control(Slave& slave);
 
-    /// What poll() is to wait for; at the end of the input for nothing.
+    /// What poll() has to wait for; nothing once the input has ended.
     pollfd waitsFor() const;
 
-    /// Obeys the lines that have come, all that poll() knew of.
+    /// Obeys the complete lines among the bytes that poll() has reported.
     void obey();
 
 private:
@@ -28,7 +28,7 @@ private:
 
     Slave& m_slave;
     bool m_isOpen = true;
-    std::string m_line; ///< as far as it has come
+    std::string m_line; ///< the part that has arrived
     int m_lineNumber = 1;
 };
 

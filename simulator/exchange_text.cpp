@@ -6,7 +6,7 @@
 
 namespace slavesim {
 
-static constexpr std::size_t ReplyValuesOffset = 9; ///< behind function code and byte count
+static constexpr std::size_t ReplyValuesOffset = 9; ///< after function code and byte count
 static constexpr std::uint8_t ExceptionFlag = 0x80;
 
 static std::string nameOf(const Cells& cells)
@@ -18,7 +18,7 @@ static std::string nameOf(const Cells& cells)
     return cells.count == 1 ? first : first + ".." + area + std::to_string(cells.address + cells.count);
 }
 
-/// The first values of count cells as bytes carry them; with an ellipsis where there are more.
+/// The first values of the cells, taken from bytes; an ellipsis if there are more.
 static std::string valuesText(const Cells& cells, const Bytes& bytes)
 {
     constexpr std::size_t MostShown = 8;

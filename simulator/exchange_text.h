@@ -11,7 +11,7 @@ namespace slavesim {
 std::string requestText(const Request& request);
 
 /// What a good reply to it says: "10 registers: 0 1 2 3 4 5 6 7 ...", "done", "exception 2 (illegal data
-/// address)"; "no answer" when it is empty.
+/// address)"; "no answer" if it is empty.
 std::string replyText(const Request& request, const Bytes& reply);
 
 } // namespace slavesim

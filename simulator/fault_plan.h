@@ -38,39 +38,39 @@ std::string_view faultName(FaultKind kind);
 /// What a client sees, in a few words for the help text.
 std::string_view faultDescription(FaultKind kind);
 
-/// The kind of such a name; nothing for any other text.
+/// The kind with this name; nothing for any other text.
 std::optional<FaultKind> faultNamed(std::string_view name);
 
-/// All names, with commas between them.
+/// All names, separated by commas.
 std::string faultNames();
 
 /// Which requests get a fault, and which one.
 struct FaultSchedule
 {
     std::vector<FaultKind> kinds; ///< none: no faults at all
-    std::uint32_t every = 10;     ///< each so-manieth request gets one, the kinds in turn; at least 1
-    double rate = 0;              ///< above 0: in place of every, the probability of one; the kinds at random
-    std::uint32_t seed = 1;       ///< of all that is random
+    std::uint32_t every = 10;     ///< every Nth request gets one, the kinds in turn; at least 1
+    double rate = 0;              ///< above 0: replaces every by the probability of a fault of a random kind
+    std::uint32_t seed = 1;       ///< of the random numbers
 };
 
 /// A fault to make now.
 struct Fault
 {
     FaultKind kind;
-    std::uint32_t random; ///< decides what the fault leaves open, like the bytes of rubbish
+    std::uint32_t random; ///< decides details of the fault, such as the bytes of rubbish
 };
 
 /// Counts the requests of all clients and says which get a fault. The same schedule gives the same faults for
-/// the same requests in the same order.
+/// the same sequence of requests.
 class FaultPlan
 {
 public:
     explicit FaultPlan(FaultSchedule schedule);
 
-    /// Counts one request. The fault that it gets, if any.
+    /// Counts one request. Returns its fault, if any.
     std::optional<Fault> next();
 
-    /// From now on every request gets one of these faults, in turn; none when there are none.
+    /// From now on every request gets one of these faults, in turn; no faults if kinds is empty.
     void makeAlways(std::vector<FaultKind> kinds);
 
     /// Requests and faults so far.

@@ -40,7 +40,7 @@ constexpr Type Types[] = {
 constexpr Type OneRegister = {"a register", 1, INT16_MIN, UINT16_MAX};
 
 constexpr std::uint32_t BitsPerRegister = 16;
-/// An address taken apart. Each part is right in itself.
+/// The parts of an address, each valid by itself.
 struct Address
 {
     std::string text;
@@ -71,7 +71,7 @@ const Type* typeNamed(std::string_view name)
     return nullptr;
 }
 
-/// What text begins with as far as its characters belong; taken away from it.
+/// Removes the leading characters that belong from text and returns them.
 std::string_view take(std::string_view& text, int (*belongs)(int))
 {
     const auto end = std::find_if_not(text.begin(), text.end(),
@@ -81,7 +81,7 @@ std::string_view take(std::string_view& text, int (*belongs)(int))
     return taken;
 }
 
-/// Whether text begins with mark; taken away from it then.
+/// Whether text begins with mark; if so, removes it.
 bool takeMark(std::string_view& text, char mark)
 {
     const bool begins = !text.empty() && text.front() == mark;
@@ -125,7 +125,7 @@ Address addressIn(const std::string& text)
     return address;
 }
 
-/// Refuses parts that do not go together.
+/// Refuses combinations of parts that make no sense.
 void check(const Address& address)
 {
     const std::uint32_t registers = address.type->registers;

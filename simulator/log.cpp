@@ -15,7 +15,7 @@
 
 namespace slavesim {
 
-/// A FIFO that nobody reads is refused rather than waited for.
+/// A FIFO that nobody reads is refused; opening it does not wait for a reader.
 static Descriptor openToAppend(const std::string& name)
 {
     const int flags = O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC;
@@ -54,7 +54,7 @@ static std::string timeOfDay()
     return text;
 }
 
-/// Writes a line without waiting for anybody. Null, or why it is lost.
+/// Writes a line without blocking. Returns null, or why the line is lost.
 const char* Log::failureOf(const std::string& line)
 {
     pollfd wait = {m_number, POLLOUT, 0};

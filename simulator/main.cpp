@@ -26,7 +26,8 @@ static std::string statsLine(const slavesim::FaultPlan& counts)
            " faults" + kinds;
 }
 
-/// Where standard input, output or error is closed, what is written there must not go to a client.
+/// If standard input, output or error is closed, a client's socket must not get its descriptor and with it
+/// what is written there.
 static void openStandardDescriptors()
 {
     int opened = ::open("/dev/null", O_RDWR);

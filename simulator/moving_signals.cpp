@@ -10,19 +10,19 @@ namespace {
 constexpr double FullScale = 10000;
 constexpr double TwoPi = 6.283185307179586;
 
-/// Where in a period it is, 0 to 1.
+/// The position within a period, 0 to 1.
 double phase(double seconds, double period)
 {
     return std::fmod(seconds, period) / period;
 }
 
-/// From 0 to 1 onto the scale of the analogue signals.
+/// Maps 0 to 1 onto the scale of the analogue signals.
 std::uint32_t scaled(double fraction)
 {
     return static_cast<std::uint32_t>(std::lround(fraction * FullScale));
 }
 
-/// seconds * perSecond, counted in whole steps modulo 2^32.
+/// seconds * perSecond in whole steps, modulo 2^32.
 std::uint32_t steps(double seconds, double perSecond)
 {
     return static_cast<std::uint32_t>(static_cast<std::uint64_t>(seconds * perSecond));
@@ -52,7 +52,7 @@ std::uint32_t floatSine(double seconds)
     return bits;
 }
 
-/// 0 to 1, without any order in its arguments.
+/// A pseudo-random number from 0 to 1.
 double scattered(std::uint32_t position, std::uint32_t seed)
 {
     std::uint32_t mixed = position * 0x9E3779B1u + seed * 0x85EBCA77u;
@@ -61,7 +61,7 @@ double scattered(std::uint32_t position, std::uint32_t seed)
     return (mixed ^ mixed >> 15) / 4294967296.0;
 }
 
-/// Random values a second apart, with a smooth way from one to the next.
+/// Random values one second apart, with smooth transitions.
 double smoothNoise(double position, std::uint32_t seed)
 {
     const std::uint32_t before = steps(position, 1);
@@ -71,8 +71,8 @@ double smoothNoise(double position, std::uint32_t seed)
     return from + (scattered(before + 1, seed) - from) * smoothWay;
 }
 
-/// Looks like a random walk within its limits, but needs no past: slow noise with ever weaker and faster
-/// noise on it.
+/// Looks like a random walk within limits but needs no history: slow noise with ever weaker and faster noise
+/// added.
 std::uint32_t randomWalk(double seconds, std::uint32_t seed)
 {
     double sum = 0;

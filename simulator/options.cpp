@@ -35,7 +35,7 @@ static CLI::Option* addNumber(CLI::App& app, const std::string& name, Number& nu
     return app.add_option_function<std::string>(name, parse, description)->option_text("N");
 }
 
-/// Adds an option that may be given more than once, each time with one text, which add takes or throws at.
+/// Adds an option that may be given more than once. add takes each text, or throws.
 template<typename Add>
 static CLI::Option* addRepeatable(CLI::App& app, const std::string& name, const Add& add,
                                   const std::string& description)
@@ -99,7 +99,7 @@ static void addCells(CLI::App& app, Options& options)
             ->option_text("FILE");
     app.add_flag("--only-image", options.onlyImage,
                  "Serve no other cells and stations than those of the\nimage: exception 2, and no reply")
-        ->option_text(" ") // rather than what it needs
+        ->option_text(" ") // hides what it needs
         ->needs(image);
     app.add_flag("--moving", options.moving, "Let some cells change with time (see below)");
     const auto serve = [&options](const std::string& text) { addServed(options.served, text); };
@@ -160,7 +160,7 @@ static void addOptions(CLI::App& app, Options& options)
                          "Print the version and exit");
 }
 
-/// One row of a table in the help, in line with the options.
+/// One row of a table in the help, aligned with the options.
 static std::string row(std::string_view name, std::string_view description)
 {
     std::stringstream text;

@@ -25,13 +25,13 @@ struct Options
     std::uint32_t lateMs = 200;
     std::uint32_t refuseMs = 1000;
     bool control = false;
-    std::optional<std::string> log; ///< as Log takes it
+    std::optional<std::string> log; ///< the target that Log takes
     bool stats = false;
 };
 
-/// The options of a command line. --help and --version are answered on stdout, a wrong command line by a
-/// sentence on stderr that names the option and what would be right; then there are no options but the exit
-/// status in their place: 0 or 2.
+/// The options of a command line. --help and --version are answered on stdout, a wrong command line on stderr
+/// by a sentence that names the option and what would be right. In both cases no options are returned, and
+/// exitStatus is 0 or 2.
 std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& exitStatus);
 
 } // namespace slavesim

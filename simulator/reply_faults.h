@@ -6,9 +6,9 @@
 
 namespace slavesim {
 
-/// What fault makes of the bytes of a good reply (at least header and function code): none for drop, the
-/// first half for truncate and reset. A fault that is not in the bytes (late, drip, silent, exception,
-/// refuse) leaves them as they are.
+/// What a fault makes of the bytes of a good reply (at least header and function code): none for drop, the
+/// first half for truncate and reset. Faults that do not change the bytes (late, drip, silent, exception,
+/// refuse) return them as they are.
 Bytes spoiltReply(Bytes reply, const Fault& fault);
 
 } // namespace slavesim

@@ -13,7 +13,7 @@ ReplyMaker::ReplyMaker() : m_context(modbus_new_tcp(nullptr, 0), modbus_free)
     m_entrance = Descriptor(ends[0]);
     m_exit = Descriptor(ends[1]);
     modbus_set_socket(m_context.get(), m_entrance.number());
-    // libmodbus sleeps for that long before it answers some wrong requests; 0 is not allowed.
+    // libmodbus sleeps this long before it answers some wrong requests; 0 is not allowed.
     modbus_set_response_timeout(m_context.get(), 0, 1);
 }
 

@@ -12,24 +12,24 @@
 
 namespace slavesim {
 
-/// Makes replies with libmodbus. It lets libmodbus send to nobody, to have the bytes.
+/// Makes replies with libmodbus, which sends them to a socket of ours instead of a client.
 class ReplyMaker
 {
 public:
-    /// Throws std::runtime_error when the system has no memory or descriptors for it.
+    /// Throws std::runtime_error if the system lacks memory or descriptors.
     ReplyMaker();
 
     /// Executes a request of a known function on image.
     Bytes reply(const Request& request, ProcessImage& image);
 
-    /// One of libmodbus's MODBUS_EXCEPTION_ codes in place of a reply; nothing is executed.
+    /// A reply with one of libmodbus's MODBUS_EXCEPTION_ codes; nothing is executed.
     Bytes exception(const Request& request, unsigned int code);
 
 private:
     Bytes sent(int sendResult);
 
     std::unique_ptr<modbus_t, void (*)(modbus_t*)> m_context;
-    Descriptor m_entrance; ///< where libmodbus sends to
+    Descriptor m_entrance; ///< the socket that libmodbus sends to
     Descriptor m_exit;
 };
 

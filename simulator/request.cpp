@@ -8,10 +8,10 @@ struct Function
 {
     std::uint8_t code;
     Area area;
-    std::size_t length; ///< of the frame up to the byte count, where there is one
-    bool hasByteCount;  ///< of the values to write, which follow
+    std::size_t length; ///< of the frame, up to and including the byte count if there is one
+    bool hasByteCount;  ///< the values to write follow it
     bool reads;
-    std::uint32_t mostCells; ///< by the Modbus standard; 1 where the request has no quantity
+    std::uint32_t mostCells; ///< from the Modbus standard; 1 if the request has no quantity
 };
 
 constexpr std::uint8_t WriteSingleCoil = 5;
@@ -50,7 +50,7 @@ std::uint32_t wordAt(const std::uint8_t* frame, std::size_t offset)
     return static_cast<std::uint32_t>(frame[offset] << 8 | frame[offset + 1]);
 }
 
-/// Whether a frame of a known function may have the length that its header says, by the bytes at hand.
+/// Whether a frame of a known function may have the length that its header says, judging by the bytes so far.
 bool fits(const Function& function, const Bytes& bytes, std::size_t length)
 {
     if (!function.hasByteCount || length < function.length)

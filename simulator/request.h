@@ -14,16 +14,17 @@ constexpr std::size_t LongestFrame = 260; ///< header of 7 bytes and a protocol 
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// The length of the request that bytes begin with, and that is more than there are bytes as long as it is
-/// not whole. 0 when they cannot begin a Modbus TCP request: the protocol identifier is not 0, or the length
-/// field is out of range or contradicts what a known function makes of the frame.
+/// The length of the request at the start of bytes; larger than bytes while the request is incomplete. 0 if
+/// bytes cannot start a Modbus TCP request: the protocol identifier is not 0, or the length field is out of
+/// range or contradicts the function's own fields.
 std::size_t requestLength(const Bytes& bytes);
 
-/// A whole request frame, header included. It does not copy the frame: that must outlive it.
+/// A complete request frame, header included. Refers to the frame without copying it, so the frame must
+/// outlive it.
 class Request
 {
 public:
-    /// length: as requestLength() says.
+    /// length: from requestLength().
     Request(const std::uint8_t* frame, std::size_t length) : m_frame(frame), m_length(length) {}
 
     const std::uint8_t* frame() const { return m_frame; }
@@ -34,18 +35,18 @@ public:
     /// Functions 1 to 6, 15, 16, 22 and 23.
     bool isKnown() const;
 
-    /// Whether it asks for values, and whether it brings some. False for an unknown function.
+    /// Whether it reads values, and whether it writes values. False for an unknown function.
     bool reads() const;
     bool writes() const;
 
-    /// What it reads (or writes, where it only writes). Only for a known function.
+    /// The cells that it reads, or those that it writes if it only writes. Only for a known function.
     Cells cells() const;
 
-    /// What function 23 writes; the same as cells() for the others.
+    /// The cells that function 23 writes; the same as cells() for the others.
     Cells secondCells() const;
 
-    /// The values that it writes, one after the other as the Modbus standard packs them, as many as the frame
-    /// has. Only for a known function other than 22 that writes.
+    /// The values to write, packed one after the other as the Modbus standard says, as many as the frame
+    /// holds. Only for a known function other than 22 that writes.
     Bytes values() const;
 
     /// Whether the quantities are within the limits of the Modbus standard. Only for a known function.

@@ -10,14 +10,14 @@
 
 namespace slavesim {
 
-/// Which cells a slave has: those in the ranges added for an area, or all of an area to which none was added.
+/// Which cells a slave has: the ranges added for an area, or the whole area if none was added.
 class ServedCells
 {
 public:
-    /// numbers: cells by number, 1 to 65536.
+    /// numbers: cell numbers, 1 to 65536.
     void add(Area area, NumberRange numbers);
 
-    /// Whether all of cells is served. Cells beyond 65536 are none of this.
+    /// Whether all of cells is served. Cells beyond 65536 never are.
     bool contains(const Cells& cells) const;
 
 private:

@@ -23,7 +23,7 @@ static Descriptor catchSignals()
     sigaddset(&ends, SIGTERM);
     sigaddset(&ends, SIGINT);
     sigprocmask(SIG_BLOCK, &ends, nullptr);
-    std::signal(SIGPIPE, SIG_IGN); // the log's reader may go
+    std::signal(SIGPIPE, SIG_IGN); // the log's reader may go away
     return Descriptor(::signalfd(-1, &ends, SFD_CLOEXEC));
 }
 
@@ -58,7 +58,7 @@ void Server::run()
     }
 }
 
-/// In milliseconds as poll() takes them: rounded up, so that it does not return too early.
+/// The timeout for poll() in milliseconds, rounded up so that it does not return too early.
 static int waitUntil(Session::Clock::time_point time)
 {
     const auto rest = std::chrono::ceil<std::chrono::milliseconds>(time - Session::Clock::now()).count();
@@ -75,8 +75,8 @@ void Server::waitForWork()
         m_waits.push_back(session.waitsFor());
         firstTime = std::min(firstTime, session.pausedUntil().value_or(firstTime));
     }
-    // At the end, since poll() looks in this order: a line that came before a request is seen with that
-    // request.
+    // Last, because poll() checks in this order: a control line that came before a request is then reported
+    // together with it.
     if (m_control)
         m_waits.push_back(m_control->waitsFor());
     firstTime = std::min(firstTime, m_acceptsAgainAt.value_or(firstTime));
@@ -95,7 +95,7 @@ void Server::serveSessions()
     }
 }
 
-/// A client for whose request the memory does not suffice is lost, not all of them.
+/// If memory does not suffice for a request, only that client is lost.
 Session::Next Server::serve(Session& session, short events)
 {
     if (events == 0 && !session.pausedUntil())
@@ -132,7 +132,7 @@ void Server::closeMostSilent()
     m_sessions.erase(mostSilent);
 }
 
-/// The port is bound again at once, so that nobody else takes it.
+/// Binds the port again at once, so that no other program takes it.
 void Server::refuseClients()
 {
     m_listener.close();
@@ -141,7 +141,7 @@ void Server::refuseClients()
     try {
         m_listener = bindTo(m_address);
     } catch (const std::exception&) {
-        // acceptAgain() tries again, and says why not.
+        // acceptAgain() tries again and says what is wrong.
     }
 }
 
@@ -152,7 +152,7 @@ void Server::acceptAgain()
     try {
         if (!m_listener.isOpen())
             m_listener = bindTo(m_address);
-        startListening(m_listener); // does no harm where it listens already
+        startListening(m_listener); // harmless if it listens already
         m_acceptsAgainAt.reset();
     } catch (const std::runtime_error& error) {
         std::cerr << "slavesim: refuses clients, tries again: " << error.what() << '\n';

@@ -18,18 +18,18 @@ class Server
 public:
     static constexpr std::size_t MostClients = 256;
 
-    /// Listens. From here on SIGTERM and SIGINT are kept for run(). options must outlive the server.
-    /// Throws std::runtime_error for an image, host or port that cannot be used, naming its option.
+    /// Listens. From here on SIGTERM and SIGINT wait for run(). options must outlive the server. Throws
+    /// std::runtime_error for an image, host or port that cannot be used, naming the option.
     explicit Server(const Options& options);
 
     /// Where it listens.
     const Endpoint& address() const { return m_address; }
 
-    /// Serves until SIGTERM or SIGINT. Whatever is short meanwhile, it goes on: a client more than there are
-    /// places or descriptors for takes the place of the one that has been silent for longest.
+    /// Serves until SIGTERM or SIGINT, and goes on even if resources run short: if there is no place or
+    /// descriptor for a new client, it replaces the client that has been silent for the longest.
     void run();
 
-    /// The requests and faults so far.
+    /// The counts of requests and faults so far.
     const FaultPlan& counts() const { return m_slave.counts(); }
 
 private:
@@ -51,7 +51,7 @@ private:
     Endpoint m_address;
     std::optional<Clock::time_point> m_acceptsAgainAt; ///< no client is accepted before
     std::list<Session> m_sessions;
-    std::vector<pollfd> m_waits; ///< for signals, clients to accept, the sessions in their order, and control
+    std::vector<pollfd> m_waits; ///< signals, the listening socket, the sessions in their order, control
 };
 
 } // namespace slavesim

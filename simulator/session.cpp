@@ -12,7 +12,7 @@ Session::Session(Descriptor client, const Endpoint& address, Slave& slave)
 {
 }
 
-/// Requests wait in the socket until the one before has been answered.
+/// Requests wait in the socket until the previous one has been answered.
 pollfd Session::waitsFor() const
 {
     const short events = m_outgoing.empty() ? POLLIN : POLLOUT;
@@ -29,7 +29,7 @@ Session::Next Session::serve(short events)
     return answerAll();
 }
 
-/// False when the client has gone.
+/// Returns false if the client has gone.
 bool Session::receive()
 {
     std::uint8_t bytes[LongestFrame];
@@ -63,7 +63,7 @@ Session::Next Session::answerAll()
     return Next::Ends;
 }
 
-/// Sends what can be sent now. False when the connection is over.
+/// Sends as much as possible. Returns false if the connection is over.
 bool Session::send()
 {
     while (!m_outgoing.empty() && !m_pausedUntil) {

@@ -9,7 +9,7 @@
 
 namespace slavesim {
 
-/// The connection of one client: takes its requests apart and sends the answers, without ever waiting.
+/// One client's connection: splits its bytes into requests and sends the answers, without ever blocking.
 class Session
 {
 public:
@@ -17,27 +17,27 @@ public:
 
     enum class Next
     {
-        Waits,         ///< for what waitsFor() and pausedUntil() say
-        Ends,          ///< the client has gone, or cannot be served any longer
-        RefusesClients ///< the connections of all clients are to be cut
+        Waits,         ///< waits for what waitsFor() and pausedUntil() say
+        Ends,          ///< the client has gone or cannot be served any longer
+        RefusesClients ///< all connections have to be closed
     };
 
-    /// client does not block. address: for the log. slave outlives the session.
+    /// client must be non-blocking. address is for the log. slave must outlive the session.
     Session(Descriptor client, const Endpoint& address, Slave& slave);
 
-    /// What poll() is to wait for.
+    /// What poll() has to wait for.
     pollfd waitsFor() const;
 
     /// When to call serve() whatever poll() says, if there is such a time.
     std::optional<Clock::time_point> pausedUntil() const { return m_pausedUntil; }
 
-    /// Goes on as far as it gets. events: what poll() has found.
+    /// Makes as much progress as it can. events: what poll() has reported.
     Next serve(short events);
 
-    /// Where the client is, for the log.
+    /// The client's address, for the log.
     const std::string& clientText() const { return m_clientText; }
 
-    /// When the client last sent something; at first, when it came.
+    /// When the client last sent something; before that, when it connected.
     Clock::time_point lastHeard() const { return m_lastHeard; }
 
 private:
@@ -49,8 +49,8 @@ private:
     std::string m_clientText;
     Slave& m_slave;
     Clock::time_point m_lastHeard;
-    Bytes m_incoming;                 ///< of requests not yet answered
-    Bytes m_outgoing;                 ///< of the answer, as far as it has not been sent
+    Bytes m_incoming;                 ///< requests not yet answered
+    Bytes m_outgoing;                 ///< the part of the answer that has not been sent
     std::optional<FaultKind> m_fault; ///< of the latest answer
     std::optional<Clock::time_point> m_pausedUntil;
 };

@@ -56,7 +56,7 @@ bool Slave::hasCells(std::uint8_t station, const Cells& cells)
     return m_options.served.contains(cells) && (!m_options.onlyImage || m_images.of(station).exist(cells));
 }
 
-/// The good reply; nothing where a fault prevents one.
+/// The good reply; nothing if a fault prevents it.
 Bytes Slave::executed(const Request& request, const std::optional<Fault>& fault)
 {
     if (fault && (fault->kind == FaultKind::Silent || fault->kind == FaultKind::Refuse))
@@ -80,7 +80,7 @@ Bytes Slave::reply(const Request& request)
     return m_replyMaker.reply(request, image);
 }
 
-/// words: "fault", and what is to be made from now on.
+/// words: "fault", then the kinds to make from now on.
 static std::vector<FaultKind> faultsIn(const std::vector<std::string_view>& words)
 {
     const std::string right = "it is none, or some of these: " + faultNames();

@@ -15,28 +15,28 @@ namespace slavesim {
 /// What a client gets for a request.
 struct Answer
 {
-    Bytes bytes;                    ///< to send, spoilt already if a fault spoils them; may be empty
-    std::optional<FaultKind> fault; ///< what else to do is the session's: to wait, to reset and so on
+    Bytes bytes;                    ///< to send; already spoilt by a fault that spoils bytes; may be empty
+    std::optional<FaultKind> fault; ///< the session does the rest of it: wait, reset and so on
 };
 
-/// Answers the requests of all clients out of the process images.
+/// Answers the requests of all clients from the process images.
 class Slave
 {
 public:
     /// options must outlive it. Throws std::runtime_error for an image or a log that cannot be used.
     explicit Slave(const Options& options);
 
-    /// Executes a request as it should be, or makes a fault. client: for the log.
+    /// Executes a request, or makes a fault. client is for the log.
     Answer answer(const Request& request, const std::string& client);
 
-    /// Does what a line of --control says: an assignment of image_text.h, "fault KIND..." or "fault none".
-    /// Throws std::runtime_error that says what is wrong and what would be right; nothing has changed then.
+    /// Obeys a line of --control: an assignment of image_text.h, "fault KIND..." or "fault none". Throws
+    /// std::runtime_error that says what is wrong and what would be right; nothing has changed then.
     void obey(std::string_view line);
 
     /// Adds a line to the log, if there is one.
     void log(const std::string& text);
 
-    /// The requests and faults so far.
+    /// The counts of requests and faults so far.
     const FaultPlan& counts() const { return m_plan; }
 
     const Options& options() const { return m_options; }

@@ -6,7 +6,7 @@
 
 namespace slavesim {
 
-/// Owns a file descriptor; closes it at its end.
+/// Owns a file descriptor and closes it on destruction.
 class Descriptor
 {
 public:
@@ -24,28 +24,28 @@ private:
     int m_number;
 };
 
-/// Where a slave listens. IPv4.
+/// Where a slave listens (IPv4).
 struct Endpoint
 {
-    std::string host; ///< dotted address, or a name for one
+    std::string host; ///< dotted address, or a host name
     std::uint16_t port = 0;
 };
 
 std::string textOf(const Endpoint& endpoint);
 
-/// A TCP socket bound to endpoint that does not listen yet: connections are refused. It can be bound although
-/// connections of an earlier run still linger. Throws std::runtime_error with the option that is wrong
+/// A TCP socket bound to endpoint that does not listen yet, so that connections are refused. Binding works
+/// even while connections of an earlier run linger. Throws std::runtime_error with the option that is wrong
 /// (--host or --port), why, and what would be right.
 Descriptor bindTo(const Endpoint& endpoint);
 
-/// Lets clients connect to a bound socket from now on. Throws like bindTo().
+/// Lets clients connect to a bound socket. Throws like bindTo().
 void startListening(const Descriptor& bound);
 
-/// The address and port that a bound socket has.
+/// The address and port of a bound socket.
 Endpoint endpointOf(const Descriptor& bound);
 
-/// The next client of a listening socket, not blocking and without delay of small segments; not open, and
-/// errno says why, when there is none. client: its address.
+/// The next client of a listening socket, non-blocking and with TCP_NODELAY. If there is none, the descriptor
+/// is not open and errno says why. client receives its address.
 Descriptor acceptFrom(const Descriptor& listener, Endpoint& client);
 
 } // namespace slavesim

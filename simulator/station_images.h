@@ -8,22 +8,22 @@
 
 namespace slavesim {
 
-/// The process images of all stations: one that they share, and for a station that has been given something
-/// of its own a copy of that.
+/// The process images of all stations: one that they share, and a copy of it for each station that has cells
+/// of its own.
 class StationImages
 {
 public:
     explicit StationImages(ProcessImage shared) : m_shared(std::move(shared)) {}
 
-    /// From lines as parseAssignment() takes them, all cells that are on none being 0. Blank lines, what
-    /// follows a #, and a heading as the first line say nothing; a cell on two lines has the value of the
-    /// later one. Throws std::runtime_error with a line "FILE:LINE: what is wrong and what would be right"
-    /// for each of the first wrong lines, or without a line where the file cannot be read at all.
+    /// Reads lines that parseAssignment() takes; cells on no line are 0. Blank lines, text after a #, and a
+    /// heading as the first line are ignored; if two lines name a cell, the later one counts. Throws
+    /// std::runtime_error with "FILE:LINE: what is wrong and what would be right" for each of the first wrong
+    /// lines, or without a line if the file cannot be read.
     static StationImages fromFile(const std::string& fileName);
 
     ProcessImage& of(std::uint8_t station);
 
-    /// Puts values into the cells of one station, or of all. They exist from then on.
+    /// Puts values into the cells of one station, or of all. From then on these cells exist.
     void set(const Assignment& assignment);
 
 private:

@@ -33,7 +33,7 @@ bool equalIgnoringCase(std::string_view one, std::string_view other)
     return std::equal(one.begin(), one.end(), other.begin(), other.end(), same);
 }
 
-/// The whole of text as from_chars() takes it.
+/// The whole of text, converted by from_chars().
 template<typename Integer>
 static std::optional<Integer> wholeNumber(std::string_view text, int base)
 {
@@ -74,8 +74,7 @@ std::optional<NumberRange> parseRange(std::string_view text, std::uint32_t lowes
     return NumberRange{*first, *last};
 }
 
-/// Whether a terminal obeys a byte: the control characters of ASCII, and those from 80 to 9F on their own or
-/// as UTF-8.
+/// Whether a terminal would obey a byte: ASCII control characters, and 80 to 9F alone or as UTF-8.
 static bool isControl(unsigned char byte, unsigned char before)
 {
     const bool isHighControl = byte >= 0x80 && byte < 0xA0 && (before < 0x80 || before == 0xC2);

@@ -9,7 +9,7 @@
 
 namespace slavesim {
 
-/// Both ends belong to the range, and first is not above last.
+/// Both ends belong to the range; first is not greater than last.
 struct NumberRange
 {
     std::uint32_t first;
@@ -19,26 +19,26 @@ struct NumberRange
 /// text without the blanks, tabs and carriage returns around it.
 std::string_view trimmed(std::string_view text);
 
-/// The parts of line that one or more of separators stand between.
+/// The parts of line between runs of separators.
 std::vector<std::string_view> fieldsOf(std::string_view line, std::string_view separators);
 
-/// Whether the two are the same but for the case of ASCII letters.
+/// Whether the two are equal except for the case of ASCII letters.
 bool equalIgnoringCase(std::string_view one, std::string_view other);
 
-/// The whole of text as a decimal number, or a hexadecimal one after 0x. Nothing for a sign, a blank, any
-/// other character, an empty text, or a number that is not from lowest to highest.
+/// The whole of text as a decimal number, or as a hexadecimal one after 0x. Nothing for a sign, a blank, any
+/// other character, an empty text, or a number outside lowest to highest.
 std::optional<std::uint32_t> parseNumber(std::string_view text, std::uint32_t lowest, std::uint32_t highest);
 
-/// The same with a minus ahead of a decimal number, in two's complement.
+/// The same, but a decimal number may have a minus sign; in two's complement.
 std::optional<std::uint64_t> parseInteger(std::string_view text, std::int64_t lowest, std::uint64_t highest);
 
-/// "5" or "5-7", each end as parseNumber() takes it. Nothing when the ends are the wrong way round.
+/// "5" or "5-7", each end as parseNumber() takes it. Nothing if the ends are in the wrong order.
 std::optional<NumberRange> parseRange(std::string_view text, std::uint32_t lowest, std::uint32_t highest);
 
-/// text for a terminal: what that would obey is written as \x1b.
+/// text made safe for a terminal: control characters are written like \x1b.
 std::string printable(std::string_view text);
 
-/// "'TEXT' is wrong: RIGHT", with text made printable and cut when it is long.
+/// "'TEXT' is wrong: RIGHT", with text made printable and cut if it is long.
 std::string wrongText(std::string_view text, const std::string& right);
 
 } // namespace slavesim

@@ -108,7 +108,7 @@ Result measureLibmodbus(quint16 port, modbus_error_recovery_mode recovery)
     modbus_set_response_timeout(context.get(), 0, static_cast<uint32_t>(timeoutMs) * 1000);
     modbus_set_error_recovery(context.get(), recovery);
     if (modbus_connect(context.get()) != 0)
-        throw std::runtime_error("libmodbus can not connect");
+        throw std::runtime_error("libmodbus cannot connect");
     const Result result = measure([&](int number, std::vector<int>& values) {
         uint16_t registers[Registers] = {};
         if (modbus_read_registers(context.get(), number - 1, Registers, registers) != Registers)

@@ -226,7 +226,7 @@ int run(const Options& options)
     const std::unique_ptr<DriverPlugin> plugin =
         DriverPlugin::load(QStringLiteral(PLUGIN_FILE), PluginEntry::CreateDriver, error);
     if (!plugin || !createProject() || !slave.start(slaveOptions(options))) {
-        out << "soak: can not start: " << error << slave.problem() << '\n';
+        out << "soak: cannot start: " << error << slave.problem() << '\n';
         return 2;
     }
     TcpLink link(QStringLiteral("127.0.0.1"), slave.port(),

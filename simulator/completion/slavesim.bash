@@ -2,19 +2,19 @@
 # Completion of slavesim's command line for bash. Source this file, or install it as "slavesim" in
 # /usr/share/bash-completion/completions.
 #
-# Options, what they take and the kinds of faults are read from the help of the very program that is being called.
+# Options, their arguments and the kinds of faults come from the help of the program that is being called.
 
-# _slavesim_section NAME: the first column of a section of the help on stdin, one entry a line.
+# _slavesim_section NAME: the first column of a section of the help on stdin, one entry per line.
 _slavesim_section() {
     sed -n "/^$1:/,/^\$/ s/^  *\([^ ].*\)/\1/p" | sed 's/   .*//'
 }
 
-# _slavesim_offer WORDS: of these, those that begin with the current word.
+# _slavesim_offer WORDS: offers those that begin with the current word.
 _slavesim_offer() {
     mapfile -t COMPREPLY < <(compgen -W "$1" -- "$current")
 }
 
-# _slavesim_offer_values TAKES: values of an option by what its help says that it takes.
+# _slavesim_offer_values TAKES: offers values for an option whose help shows this argument.
 _slavesim_offer_values() {
     case $1 in
         FILE | '[FILE]')
@@ -35,7 +35,7 @@ _slavesim() {
     help=$("${COMP_WORDS[0]/#\~/$HOME}" --help 2>/dev/null)
     options=$(_slavesim_section Options <<<"$help")
     COMPREPLY=()
-    if [[ $current == = ]]; then # bash takes words apart at these
+    if [[ $current == = ]]; then # bash splits words at these
         current=
     elif [[ $previous == = ]]; then
         previous=${COMP_WORDS[COMP_CWORD - 2]}
