@@ -165,12 +165,20 @@ QString NewFile::create()
 
 bool NewFile::write(const QByteArray& bytes)
 {
-    return m_error.isEmpty() && check(m_file.write(bytes) == bytes.size() ? QString() : m_file.errorString());
+    qint64 written = 0;
+    while (m_error.isEmpty() && written < bytes.size()) {
+        const qint64 taken = m_file.write(bytes.constData() + written, bytes.size() - written);
+        check(taken > 0 ? QString() : m_file.errorString());
+        written += taken;
+    }
+    return m_error.isEmpty();
 }
 
 bool NewFile::commit()
 {
-    if (m_error.isEmpty() && (!m_file.flush() || m_file.error() != QFile::NoError))
+    if (!m_file.flush())
+        m_file.flush(); // what was cut short says why when it goes on
+    if (m_file.error() != QFile::NoError)
         check(m_file.errorString());
     return m_error.isEmpty() && (m_newBase.isEmpty() || check(finish()));
 }
