@@ -214,15 +214,43 @@ void addWatch(CLI::App& app, Parsed& parsed)
         "gives the exit status 1; so does a device that has answered no command at all.");
 }
 
+void takeMoment(const char* option, const QString& text, std::optional<Moment>& moment)
+{
+    moment = parseMoment(text);
+    if (!moment)
+        throw CLI::ValidationError(option,
+                                   "must be a time in UTC, such as \"2026-11-22 22:58:05\", 2026-11-22 or "
+                                   "22:58, not \"" +
+                                       text.toStdString() + '"');
+}
+
 void addChart(CLI::App& app, Parsed& parsed)
 {
+    static const QStringList axes = {QStringLiteral("unit"), QStringLiteral("each")};
     ChartOptions& options = parsed.chart;
+    RecordSelection& selection = options.selection;
     CLI::App& command =
         addCommand(app, "chart", "Draw what watch has recorded (needs gnuplot)", parsed, options, runChart);
-    addText(command, "RECORD", options.record, "The CSV file")->required();
+    addText(command, "RECORD", options.record, "The CSV file")->type_name("FILE")->required();
     addText(command, "--output", options.output, "The picture")->type_name("FILE.svg|png")->required();
-    addText(command, "--title", options.title, "What stands above it (default: the name of the record)")
+    addText(command, "--title", options.style.title, "What stands above it (default: the name of the record)")
         ->type_name("TEXT");
+    addTexts(command, "--signals,--columns", selection.columns,
+             "Draw only these columns; in a name * stands for any text and ? for any character")
+        ->type_name("NAME");
+    addText(
+        command, "--from", [&](const QString& text) { takeMoment("--from", text, selection.from); },
+        "Draw only what was read then or later")
+        ->type_name("TIME");
+    addText(
+        command, "--to", [&](const QString& text) { takeMoment("--to", text, selection.to); },
+        "Draw only what was read then or before")
+        ->type_name("TIME");
+    addChoice<ChartAxes>(command, "--axes", options.style.axes, axes,
+                         "An axis of values for all numbers of a unit (default), or one for each column");
+    explain(command, "Times are UTC, as in the record: \"2026-11-22 22:58:05\", 2026-11-22 (its midnight), "
+                     "or 22:58 of the\n"
+                     "record's first day. Lines are broken where something failed or watch was paused.");
 }
 
 void addProject(CLI::App& app, Parsed& parsed)

@@ -3,6 +3,7 @@
 
 #include <QCoreApplication>
 
+#include <csignal>
 #include <new>
 
 namespace {
@@ -32,6 +33,7 @@ int main(int argc, char** argv)
     err.setCodec("UTF-8");
     Console console{out, err};
     interrupt::catchSignals();
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is a write that fails
     const int status = run(console);
     out.flush();
     if (out.status() != QTextStream::Ok && status == Done)

@@ -1,10 +1,10 @@
 #include "commands/chart.h"
 
 #include "text/json_line.h"
+#include "text/new_file.h"
 #include "watch/gnuplot.h"
 
 #include <QFileInfo>
-#include <QSaveFile>
 
 namespace {
 
@@ -16,45 +16,41 @@ std::optional<ChartFormat> formatOf(const QString& fileName)
     return suffix == QLatin1String("png") ? std::optional(ChartFormat::Png) : std::nullopt;
 }
 
-/// The old file stays as it is until the new one is complete. Returns a sentence that says why not, empty on
-/// success.
-QString save(const QString& fileName, const QByteArray& bytes)
+/// Draws the record into the file. Returns what keeps it from that, empty when nothing does.
+QString draw(const ChartOptions& options, const ChartStyle& style, const Record& record)
 {
-    QSaveFile file(fileName);
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
-        return QString();
-    return QStringLiteral("can not write %1: %2").arg(fileName, file.errorString());
+    NewFile file(options.output); // before the work, which may take long
+    QString error = file.error();
+    const QByteArray picture = error.isEmpty() ? runGnuplot(chartScript(record, style), error) : QByteArray();
+    if (error.isEmpty() && !(file.write(picture) && file.commit()))
+        error = file.error();
+    return error;
 }
 
 } // namespace
 
 int runChart(const ChartOptions& options, Console& console)
 {
+    ChartStyle style = options.style;
     const auto format = formatOf(options.output);
     if (!format)
         return reportError(console, WrongCommandLine,
                            QStringLiteral("--output: %1 must end in .svg or .png").arg(options.output));
+    style.format = *format;
+    if (style.title.isEmpty())
+        style.title = QFileInfo(options.record).completeBaseName();
+    Record record;
     QString error;
-    const auto record = readRecord(options.record, error);
-    if (!record)
-        return reportError(console, Refused, error);
-    const QString title =
-        options.title.isEmpty() ? QFileInfo(options.record).completeBaseName() : options.title;
-    const QByteArray script = gnuplotScript(*record, title, *format);
-    if (script.isEmpty())
-        return reportError(
-            console, Refused,
-            QStringLiteral("every sample in %1 failed, there is nothing to draw").arg(options.record));
-    const QByteArray picture = runGnuplot(script, error);
-    if (error.isEmpty())
-        error = save(options.output, picture);
+    const ExitStatus status = readRecord(options.record, options.selection, record, error);
+    if (status != Done)
+        return reportError(console, status, error);
+    error = draw(options, style, record);
     if (!error.isEmpty())
         return reportError(console, Refused, error);
-    const auto samples = static_cast<qint64>(record->times.size());
     if (options.link.format == OutputFormat::Json)
-        printJsonLine(console.out,
-                      {{QStringLiteral("file"), options.output}, {QStringLiteral("samples"), samples}});
+        printJsonLine(console.out, {{QStringLiteral("file"), options.output},
+                                    {QStringLiteral("samples"), record.samples}});
     else
-        console.out << "drew " << samples << " sample(s) into " << options.output << '\n';
+        console.out << "drew " << record.samples << " sample(s) into " << options.output << '\n';
     return Done;
 }

@@ -1,20 +1,16 @@
 #ifndef WATCH_GNUPLOT_H
 #define WATCH_GNUPLOT_H
 
-#include "watch/record.h"
-
 #include <QByteArray>
+#include <QString>
 
-/// Formats of a chart.
-enum class ChartFormat
-{
-    Svg,
-    Png
-};
+/// A text as a string in a script for gnuplot, which shows it as it is and takes none of it for a command, a
+/// variable or a markup, whatever it is: all ASCII but letters, digits and blanks stands in it as octal
+/// codes. Control characters, such as line ends, are shown as \xNN.
+QString gnuplotString(const QString& text);
 
-/// What gnuplot has to do to draw a record: one panel for numbers, one for bits with a lane for each, as far
-/// as there are such columns. The record has samples.
-QByteArray gnuplotScript(const Record& record, const QString& title, ChartFormat format);
+/// Likewise, for the label of a tic, in which gnuplot looks for places to put numbers.
+QString gnuplotTicLabel(QString text);
 
 /// Runs gnuplot, a program of its own. The result is the picture; it is empty, and error says why, when
 /// gnuplot is not installed or refuses the script.

@@ -1,11 +1,13 @@
 #include "watch/record.h"
 
+#include "signals/tag_address.h"
 #include "signals/values.h"
 #include "text/csv_reader.h"
 #include "watch/watched_items.h"
 
 #include <QDateTime>
 #include <QFile>
+#include <QRegularExpression>
 
 #include <algorithm>
 #include <cmath>
@@ -22,95 +24,271 @@ bool isHeader(const CsvRow& row)
            row.fields.at(count - 2) == "milliseconds" && row.fields.last() == "error";
 }
 
-std::vector<RecordColumn> columnsOf(const CsvRow& header)
+RecordColumn columnOf(const QString& heading)
 {
-    std::vector<RecordColumn> columns;
-    for (int i = 1; i < header.fields.size() - 2; ++i) {
-        RecordColumn column;
-        column.name = QString::fromUtf8(header.fields.at(i));
-        QString ignored;
-        const auto item = parseWatchedItem(column.name, Notation::Unsigned, ignored);
-        column.isBit = item && elementWidth(item->command.dataType) == 1;
-        columns.push_back(column);
+    static const QRegularExpression withUnit(
+        QRegularExpression::anchoredPattern(QStringLiteral("(.+) \\[([^\\[\\]]*)\\]")));
+    const QRegularExpressionMatch match = withUnit.match(heading);
+    RecordColumn column;
+    column.name = match.hasMatch() ? match.captured(1) : heading;
+    column.unit = match.captured(2);
+    return column;
+}
+
+/// Patterns as people know them from file names; everything else in them means itself.
+bool matches(const QString& text, const QString& pattern)
+{
+    QString expression = QRegularExpression::escape(pattern);
+    expression.replace(QLatin1String("\\*"), QLatin1String(".*"))
+        .replace(QLatin1String("\\?"), QLatin1String("."));
+    return QRegularExpression(QRegularExpression::anchoredPattern(expression),
+                              QRegularExpression::CaseInsensitiveOption)
+        .match(text)
+        .hasMatch();
+}
+
+/// The first names, and how many more there are.
+QString listOf(const std::vector<RecordColumn>& columns)
+{
+    constexpr std::size_t most = 10;
+    QStringList names;
+    for (std::size_t i = 0; i < std::min(columns.size(), most); ++i)
+        names += columns[i].name;
+    const QString text = names.join(QStringLiteral(", "));
+    return columns.size() > most ? QStringLiteral("%1 and %2 more").arg(text).arg(columns.size() - most)
+                                 : text;
+}
+
+QString textOf(double time)
+{
+    return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(std::llround(time * 1000)), Qt::UTC)
+        .toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+}
+
+bool hasControlCharacter(const QString& text)
+{
+    return std::any_of(text.begin(), text.end(),
+                       [](QChar character) { return character.category() == QChar::Other_Control; });
+}
+
+/// Reads one record.
+class Reader
+{
+public:
+    Reader(const QString& fileName, QIODevice& device, const RecordSelection& selection, Record& record)
+        : m_fileName(fileName), m_reader(device), m_selection(selection), m_record(record)
+    {
     }
-    return columns;
+
+    ExitStatus read();
+    const QString& error() const { return m_error; }
+
+private:
+    ExitStatus fail(ExitStatus status, const QString& text);
+    ExitStatus readHeadings();
+    ExitStatus choose(const std::vector<RecordColumn>& columns);
+    ExitStatus readRows();
+    QString addRow(const CsvRow& row);
+    void setWindow(double first);
+    void addValues(const CsvRow& row, double time);
+    void endSample();
+    ExitStatus nothingFound();
+
+    const QString m_fileName;
+    CsvReader m_reader;
+    const RecordSelection& m_selection;
+    Record& m_record;
+    QString m_error;
+    int m_fieldCount = 0;
+    std::vector<int> m_fields;     ///< of the columns
+    std::vector<bool> m_isRead;    ///< the columns that have a value in this sample
+    std::optional<double> m_first; ///< these two: of the whole record
+    double m_last = 0;
+    double m_from = 0;
+    double m_to = 0;
+    bool m_isWindowEmpty = true;
+    bool m_sampleHasValue = false;
+};
+
+ExitStatus Reader::fail(ExitStatus status, const QString& text)
+{
+    m_error = text;
+    return status;
+}
+
+ExitStatus Reader::read()
+{
+    const ExitStatus status = readHeadings();
+    return status == Done ? readRows() : status;
+}
+
+ExitStatus Reader::readHeadings()
+{
+    CsvRow row;
+    if (!m_reader.next(row) || !isHeader(row))
+        return fail(
+            Refused,
+            QStringLiteral("%1 is no record of watch: its first line must be time,...,milliseconds,error")
+                .arg(m_fileName));
+    m_fieldCount = row.fields.size();
+    std::vector<RecordColumn> columns;
+    for (int i = 1; i < m_fieldCount - 2; ++i) {
+        const QString heading = QString::fromUtf8(row.fields.at(i));
+        if (hasControlCharacter(heading))
+            return fail(Refused, QStringLiteral("%1: the heading of column %2 has a control character in it")
+                                     .arg(m_fileName)
+                                     .arg(i + 1));
+        columns.push_back(columnOf(heading));
+    }
+    return choose(columns);
+}
+
+ExitStatus Reader::choose(const std::vector<RecordColumn>& columns)
+{
+    std::vector<bool> chosen(columns.size(), m_selection.columns.isEmpty());
+    for (const QString& pattern : m_selection.columns) {
+        bool found = false;
+        for (std::size_t i = 0; i < columns.size(); ++i) {
+            const bool isMeant = matches(columns[i].name, pattern) ||
+                                 matches(columnHeading(columns[i].name, columns[i].unit), pattern);
+            chosen[i] = chosen[i] || isMeant;
+            found = found || isMeant;
+        }
+        if (!found)
+            return fail(
+                WrongCommandLine,
+                QStringLiteral("%1 has no column \"%2\", but %3").arg(m_fileName, pattern, listOf(columns)));
+    }
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        if (!chosen[i])
+            continue;
+        m_record.columns.push_back(columns[i]);
+        m_fields.push_back(static_cast<int>(i) + 1);
+    }
+    m_isRead.assign(m_fields.size(), false);
+    return Done;
+}
+
+ExitStatus Reader::readRows()
+{
+    CsvRow row;
+    while (m_reader.next(row)) {
+        const qint64 line = row.line;
+        const QString problem = addRow(row);
+        if (problem.isEmpty())
+            continue;
+        if (!m_reader.next(row))
+            break; // the power went while it was written
+        return fail(Refused, QStringLiteral("%1, line %2: %3").arg(m_fileName).arg(line).arg(problem));
+    }
+    if (m_sampleHasValue)
+        endSample(); // it is going on, or was when watch ended
+    return m_record.samples > 0 ? Done : nothingFound();
 }
 
 /// Returns what is wrong with the row; empty when it has been added.
-QString addRow(Record& record, const CsvRow& row)
+QString Reader::addRow(const CsvRow& row)
 {
     if (!row.problem.isEmpty())
         return row.problem;
-    const auto count = static_cast<std::size_t>(row.fields.size());
-    if (count != record.columns.size() + columnsBeside)
+    if (row.fields.size() != m_fieldCount)
         return QStringLiteral("it has another number of fields than the header");
-    const QDateTime time = QDateTime::fromString(QString::fromUtf8(row.fields.first()), Qt::ISODateWithMs);
-    if (!time.isValid())
+    const QDateTime moment = QDateTime::fromString(QString::fromUtf8(row.fields.first()), Qt::ISODateWithMs);
+    if (!moment.isValid())
         return QStringLiteral("it does not begin with a time");
-    record.times.push_back(static_cast<double>(time.toMSecsSinceEpoch()) / 1000);
-    for (std::size_t i = 0; i < record.columns.size(); ++i) {
-        bool isNumber = false;
-        const double value = row.fields.at(static_cast<int>(i) + 1).toDouble(&isNumber);
-        record.columns[i].values.push_back(
-            isNumber && std::isfinite(value) ? value : std::numeric_limits<double>::quiet_NaN());
+    m_last = static_cast<double>(moment.toMSecsSinceEpoch()) / 1000;
+    if (!m_first)
+        setWindow(m_last);
+    if (m_last >= m_from && m_last <= m_to) {
+        m_isWindowEmpty = false;
+        addValues(row, m_last);
     }
+    if (!row.fields.at(m_fieldCount - 2).isEmpty())
+        endSample();
     return QString();
+}
+
+void Reader::setWindow(double first)
+{
+    m_first = first;
+    const QDate day = QDateTime::fromSecsSinceEpoch(static_cast<qint64>(first), Qt::UTC).date();
+    constexpr double always = std::numeric_limits<double>::infinity();
+    m_from = m_selection.from ? m_selection.from->seconds(day) : -always;
+    m_to = m_selection.to ? m_selection.to->seconds(day) : always;
+}
+
+void Reader::addValues(const CsvRow& row, double time)
+{
+    bool hasValue = false;
+    for (std::size_t i = 0; i < m_fields.size(); ++i) {
+        const QByteArray& field = row.fields.at(m_fields[i]);
+        if (field.isEmpty())
+            continue;
+        bool isNumber = false;
+        const double value = field.toDouble(&isNumber);
+        m_record.columns[i].curve.add(time, isNumber ? value : std::numeric_limits<double>::quiet_NaN());
+        m_isRead[i] = true;
+        hasValue = true;
+    }
+    if (!hasValue)
+        return;
+    const bool isFirst = m_record.samples == 0 && !m_sampleHasValue;
+    m_record.begin = isFirst ? time : std::min(m_record.begin, time);
+    m_record.end = isFirst ? time : std::max(m_record.end, time);
+    m_sampleHasValue = true;
+}
+
+/// What has not been read by now has failed.
+void Reader::endSample()
+{
+    for (std::size_t i = 0; i < m_fields.size(); ++i) {
+        if (!m_isRead[i])
+            m_record.columns[i].curve.breakLine();
+        m_isRead[i] = false;
+    }
+    m_record.samples += m_sampleHasValue ? 1 : 0;
+    m_sampleHasValue = false;
+}
+
+ExitStatus Reader::nothingFound()
+{
+    if (!m_first)
+        return fail(Refused, QStringLiteral("%1 holds no samples").arg(m_fileName));
+    if (m_isWindowEmpty)
+        return fail(WrongCommandLine,
+                    QStringLiteral("--from, --to: %1 has no samples then, but from %2 to %3")
+                        .arg(m_fileName, textOf(*m_first), textOf(m_last)));
+    return fail(Refused,
+                QStringLiteral("every sample in %1 failed, there is nothing to draw").arg(m_fileName));
 }
 
 } // namespace
 
-std::optional<Record> readRecord(const QString& fileName, QString& error)
+bool RecordColumn::isBit() const
+{
+    QString problem;
+    const auto item = parseWatchedItem(name, Notation::Unsigned, problem);
+    if (item && parseTagAddress(item->command.address.toUtf8(), problem))
+        return elementWidth(item->command.dataType) == 1;
+    return unit.isEmpty() && curve.isBinary();
+}
+
+QString columnHeading(const QString& name, const QString& unit)
+{
+    const bool looksLikeUnit = name.endsWith(QLatin1Char(']'));
+    return unit.isEmpty() && !looksLikeUnit ? name : QStringLiteral("%1 [%2]").arg(name, unit);
+}
+
+ExitStatus readRecord(const QString& fileName, const RecordSelection& selection, Record& record,
+                      QString& error)
 {
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly)) {
         error = QStringLiteral("can not read %1: %2").arg(fileName, file.errorString());
-        return std::nullopt;
+        return Refused;
     }
-    CsvReader reader(file);
-    CsvRow row;
-    if (!reader.next(row) || !isHeader(row)) {
-        error = QStringLiteral("%1 is no record of watch: its first line must be time,...,milliseconds,error")
-                    .arg(fileName);
-        return std::nullopt;
-    }
-    Record record;
-    record.columns = columnsOf(row);
-    QString problem; // forgiven in the last row
-    while (problem.isEmpty() && reader.next(row)) {
-        const qint64 line = row.line;
-        problem = addRow(record, row);
-        if (!problem.isEmpty() && reader.next(row))
-            error = QStringLiteral("%1, line %2: %3").arg(fileName).arg(line).arg(problem);
-    }
-    if (error.isEmpty() && record.times.empty())
-        error = QStringLiteral("%1 holds no samples").arg(fileName);
-    return error.isEmpty() ? std::optional(record) : std::nullopt;
-}
-
-std::vector<CurvePoint> curveOf(const Record& record, const RecordColumn& column, std::size_t parts)
-{
-    const std::size_t samples = record.times.size();
-    const std::size_t step = samples > 2 * parts ? (samples + parts - 1) / parts : 1;
-    std::vector<CurvePoint> curve;
-    for (std::size_t begin = 0; begin < samples; begin += step) {
-        const std::size_t end = std::min(begin + step, samples);
-        std::size_t least = begin;
-        std::size_t most = begin;
-        bool broken = false;
-        for (std::size_t i = begin; i < end; ++i) {
-            const double value = column.values[i];
-            broken = broken || std::isnan(value);
-            if (!(value >= column.values[least]))
-                least = std::isnan(value) ? least : i;
-            if (!(value <= column.values[most]))
-                most = std::isnan(value) ? most : i;
-        }
-        const auto [first, second] = std::minmax(least, most);
-        curve.push_back({record.times[first], column.values[first]});
-        if (second != first)
-            curve.push_back({record.times[second], column.values[second]});
-        if (broken && !std::isnan(column.values[second]))
-            curve.push_back({record.times[end - 1], std::numeric_limits<double>::quiet_NaN()});
-    }
-    return curve;
+    Reader reader(fileName, file, selection, record);
+    const ExitStatus status = reader.read();
+    error = reader.error();
+    return status;
 }

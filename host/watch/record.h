@@ -1,39 +1,53 @@
 #ifndef WATCH_RECORD_H
 #define WATCH_RECORD_H
 
-#include <QString>
+#include "text/console.h"
+#include "watch/curve.h"
+#include "watch/moment.h"
 
-#include <optional>
-#include <vector>
+#include <QStringList>
+
+// A record is CSV with a heading for each column: time, those of the elements, milliseconds, error. A row has
+// the values that were read at its time. Those of a sample that takes long stand in several rows, the last of
+// which has the milliseconds; a field that is empty in all of them failed. What watch has to say of itself,
+// that it was paused for example, is a row without values.
+
+/// What is drawn of a record.
+struct RecordSelection
+{
+    QStringList columns;        ///< names, with * and ? for what may be in their place; empty: all columns
+    std::optional<Moment> from; ///< inclusive, these two; a time without a day is on the record's first one
+    std::optional<Moment> to;
+};
 
 /// The samples of one element.
 struct RecordColumn
 {
-    QString name; ///< HR100, HR102:dword
-    bool isBit = false;
-    std::vector<double> values; ///< not a number where a sample failed
+    QString name; ///< as watch takes it: HR100, 3-HR102:dword, Oven 3 temp
+    QString unit; ///< may be empty
+    Curve curve;
+
+    /// Best drawn as a line that is low or high: the type is bit, or a name without a unit has been 0 or 1.
+    bool isBit() const;
 };
 
-/// What watch has recorded.
+/// What watch has recorded, in a size that does not grow with the record.
 struct Record
 {
-    std::vector<double> times; ///< of the samples, in seconds since 1970 UTC
     std::vector<RecordColumn> columns;
+    double begin = 0; ///< of the first and the last sample, in seconds since 1970 UTC
+    double end = 0;
+    qint64 samples = 0; ///< with a value in these columns
 };
 
-/// Reads a record. A row that a power cut has left unfinished at its end is passed over. The result is empty,
-/// and error names the file and the line, when it is no record.
-std::optional<Record> readRecord(const QString& fileName, QString& error);
+/// The heading of a column: "HR100", "Oven 3 temp [°C]".
+QString columnHeading(const QString& name, const QString& unit);
 
-/// A point of a curve.
-struct CurvePoint
-{
-    double time;
-    double value; ///< not a number: the curve is broken here
-};
-
-/// The curve of a column with at most about twice as many points as parts: of each part of the time the
-/// smallest and the largest value, so that no short peak is lost.
-std::vector<CurvePoint> curveOf(const Record& record, const RecordColumn& column, std::size_t parts);
+/// Reads a record. A row that a power cut has left unfinished at its end is passed over.
+///
+/// Returns Refused, and error names the file and the line, when it is no record or has no samples;
+/// WrongCommandLine when nothing in it is what the selection asks for.
+ExitStatus readRecord(const QString& fileName, const RecordSelection& selection, Record& record,
+                      QString& error);
 
 #endif

@@ -1,14 +1,10 @@
-#include "watch/csv_recorder.h"
-#include "watch/gnuplot.h"
 #include "watch/poll_schedule.h"
 #include "watch/screen_layout.h"
 #include "watch/statistics.h"
 #include "watch/watched_items.h"
 
-#include <QTemporaryDir>
 #include <QtTest>
 
-#include <cmath>
 #include <limits>
 
 namespace {
@@ -30,19 +26,6 @@ Samples samplesOf(const QString& text)
     return samples;
 }
 
-QByteArray contentsOf(const QString& fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(none)");
-}
-
-void put(const QString& fileName, const QByteArray& contents)
-{
-    QFile file(fileName);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(contents), qint64(contents.size()));
-}
-
 } // namespace
 
 class tst_watch : public QObject
@@ -61,18 +44,9 @@ private slots:
     void items();
     void tags_data();
     void tags();
-    void recorderStarts_data();
-    void recorderStarts();
-    void recorderCountsWhatIsLost();
     void everyScreenSize();
     void ages_data();
     void ages();
-    void records_data();
-    void records();
-    void curvesKeepPeaks();
-
-private:
-    QTemporaryDir m_folder;
 };
 
 // Slots of 100 ms; a poll that begins in its slot takes so long. The next slot, and those missed, by hand.
@@ -232,49 +206,6 @@ void tst_watch::tags()
     QTEST(commands.join(QLatin1Char(' ')), "commands");
 }
 
-void tst_watch::recorderStarts_data()
-{
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after"); // one row was appended; empty: refused
-    QTest::newRow("new") << QByteArray() << QByteArray("time,HR1\n2,2\n");
-    QTest::newRow("continued") << QByteArray("time,HR1\n1,1\n") << QByteArray("time,HR1\n1,1\n2,2\n");
-    QTest::newRow("torn") << QByteArray("time,HR1\n1,1\n1,") << QByteArray("time,HR1\n1,1\n2,2\n");
-    QTest::newRow("header only") << QByteArray("time,HR1\n") << QByteArray("time,HR1\n2,2\n");
-    QTest::newRow("other columns") << QByteArray("time,HR2\n1,1\n") << QByteArray();
-    QTest::newRow("longer header") << QByteArray("time,HR1,x\n1,1\n") << QByteArray();
-    QTest::newRow("no lines") << QByteArray("precious") << QByteArray();
-    const QByteArray longRow = "time,HR1\n" + QByteArray(10000, '7') + '\n';
-    QTest::newRow("torn far back") << longRow + QByteArray(9000, '8') << longRow + "2,2\n";
-}
-
-void tst_watch::recorderStarts()
-{
-    QFETCH(QByteArray, before);
-    QFETCH(QByteArray, after);
-    const QString file = m_folder.filePath(QStringLiteral("start.csv"));
-    put(file, before);
-    QString error;
-    auto recorder = CsvRecorder::open(file, "time,HR1\n", error);
-    QCOMPARE(recorder == nullptr, after.isEmpty());
-    if (recorder)
-        recorder->append("2,2\n");
-    else
-        QVERIFY2(error.contains(file), qPrintable(error));
-    QCOMPARE(contentsOf(file), after.isEmpty() ? before : after); // with the system before the recorder ends
-}
-
-void tst_watch::recorderCountsWhatIsLost()
-{
-    QString error;
-    const auto recorder = CsvRecorder::open(QStringLiteral("/dev/full"), "time\n", error);
-    QVERIFY2(recorder, qPrintable(error));
-    recorder->append("1\n");
-    recorder->append("2\n");
-    QCOMPARE(recorder->rowsLost(), quint64(2));
-    QCOMPARE(recorder->rowsWritten(), quint64(0));
-    QCOMPARE(recorder->problem(), QStringLiteral("No space left on device"));
-}
-
 // Whatever the window, nothing runs over its edges, and the title is there as soon as there is a line.
 void tst_watch::everyScreenSize()
 {
@@ -325,68 +256,6 @@ void tst_watch::ages_data()
 void tst_watch::ages()
 {
     QTEST(ageText(milliseconds(QString::fromLatin1(QTest::currentDataTag()).toInt())), "text");
-}
-
-void tst_watch::records_data()
-{
-    QTest::addColumn<QByteArray>("rows");
-    QTest::addColumn<QString>("result"); // the samples of HR1, or the error
-    const QByteArray first = "2026-11-22T22:58:05.250Z,1,0,0.1,\n";
-    QTest::newRow("one") << first << "1";
-    QTest::newRow("failed") << first + "2026-11-22T22:58:06.000Z,,,3000.000,\"HR1: a, b\"\n"
-                            << "1 nan";
-    QTest::newRow("torn row") << first + "2026-11-22T22:58:06.000Z,7"
-                              << "1";
-    QTest::newRow("torn quote") << first + "2026-11-22T22:58:06.000Z,,,3,\"HR1: no"
-                                << "1";
-    QTest::newRow("torn in the middle") << "2026-1\n" + first << "line 2: it has another number of fields";
-    QTest::newRow("no time") << "yesterday,1,0,0.1,\n" + first << "line 2: it does not begin with a time";
-    QTest::newRow("empty") << QByteArray() << "holds no samples";
-}
-
-void tst_watch::records()
-{
-    QFETCH(QByteArray, rows);
-    QFETCH(QString, result);
-    const QString file = m_folder.filePath(QStringLiteral("record.csv"));
-    put(file, "time,HR1,HR1.3:bit,milliseconds,error\n" + rows);
-    QString error;
-    const auto record = readRecord(file, error);
-    if (!record) {
-        QVERIFY2(error.contains(result), qPrintable(error));
-        return;
-    }
-    QVERIFY(!record->columns.at(0).isBit && record->columns.at(1).isBit);
-    QCOMPARE(record->times.front(), 1795388285.25);
-    QStringList samples;
-    for (const double value : record->columns.at(0).values)
-        samples += QString::number(value);
-    QCOMPARE(samples.join(QLatin1Char(' ')), result);
-}
-
-// A peak and a hole of one sample each among a hundred thousand are in the curve, which is short.
-void tst_watch::curvesKeepPeaks()
-{
-    Record record;
-    record.columns.resize(1);
-    std::vector<double>& values = record.columns.front().values;
-    values.assign(100000, 5);
-    values[33333] = 900;
-    values[66666] = -900;
-    values[77777] = gap;
-    for (std::size_t i = 0; i < values.size(); ++i)
-        record.times.push_back(static_cast<double>(i));
-    const std::vector<CurvePoint> curve = curveOf(record, record.columns.front(), 500);
-    QVERIFY(curve.size() <= 1001);
-    const auto count = [&curve](auto matches) { return std::count_if(curve.begin(), curve.end(), matches); };
-    QCOMPARE(count([](const CurvePoint& p) { return p.value > 800 && p.time > 33332.5 && p.time < 33333.5; }),
-             1L);
-    QCOMPARE(
-        count([](const CurvePoint& p) { return p.value < -800 && p.time > 66665.5 && p.time < 66666.5; }),
-        1L);
-    QCOMPARE(count([](const CurvePoint& p) { return std::isnan(p.value); }), 1L);
-    QVERIFY(std::is_sorted(curve.begin(), curve.end(),
-                           [](const CurvePoint& a, const CurvePoint& b) { return a.time < b.time; }));
 }
 
 QTEST_GUILESS_MAIN(tst_watch)

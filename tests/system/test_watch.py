@@ -6,15 +6,18 @@ DRIVERHOST, PLUGIN and SLAVESIM.
 """
 
 import csv
+import functools
 import json
 import os
 import re
+import resource
 import shutil
 import statistics
 import subprocess
 import sys
 import tempfile
 import unittest
+import xml.etree.ElementTree
 from datetime import datetime
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../../scripts"))
@@ -48,7 +51,7 @@ class Watch(unittest.TestCase):
     @classmethod
     def run_host(cls, *arguments, environment=None):
         return subprocess.run([cls.host, *arguments], capture_output=True, text=True, timeout=60,
-                              stdin=subprocess.DEVNULL, env=environment)
+                              stdin=subprocess.DEVNULL, env=environment, cwd=cls.folder.name)
 
     def watch(self, *arguments, slave=None):
         return self.run_host("--device", (slave or self.slave).device, "watch", *arguments)
@@ -359,6 +362,49 @@ print(watch.wait(10))
         self.assertEqual(bare.returncode, 1)
         self.assertIn("gnuplot, which draws the charts, is not installed", bare.stderr)
         self.assertEqual(self.bytes_of(picture), drawing)
+
+    def test_texts_in_a_chart_stay_texts(self):
+        for text in ["it's \"said\"", "`touch pwned`", "'; system('touch pwned') #", "$(touch pwned) | touch pwned",
+                     "@GNUTERM", "100 % %n %s %1", "{x}_y^2 \\", "a & b <script>alert(1)< script>", "''`7", "Ofen 3 °C"]:
+            with self.subTest(text):
+                record, picture = self.path(f"{text}.csv"), self.path(f"{text}.svg")
+                with open(record, "w", newline="", encoding="utf-8") as file:
+                    csv.writer(file).writerows([["time", text, text + "~", "milliseconds", "error"],
+                                                ["2026-11-22T22:58:05.250Z", 5, 1, 1, ""],
+                                                ["2026-11-22T22:58:06.250Z", 7, 0, 1, ""]])
+                done = self.run_host("chart", record, "--output", picture, "--signals", text, text + "~")
+                self.assertEqual((done.returncode, done.stderr), (0, ""))
+                texts = [element.text for element in xml.etree.ElementTree.parse(picture).iter() if element.text]
+                self.assertTrue({text, text + "~"} <= set(texts), texts)
+                self.assertEqual(texts.count(text), 2)  # the title and the curve
+                self.assertFalse(os.path.exists(self.path("pwned")))
+
+    def test_line_breaks_in_a_chart_run_nothing(self):
+        attack = "HR1\n!touch pwned\n#"
+        heading, name = self.path("heading.csv"), self.path(f"{attack}.csv")
+        for file, column in [(heading, f'"{attack}"'), (name, "HR1")]:
+            with open(file, "w", encoding="utf-8") as record:
+                record.write(f"time,{column},milliseconds,error\n2026-11-22T22:58:05.250Z,5,1,\n")
+        for record, status, said in [(heading, 1, "the heading of column 2 has a control character in it"), (name, 0, "")]:
+            done = self.run_host("chart", record, "--output", self.path(f"{attack}.svg"), "--title", attack)
+            self.assertEqual(done.returncode, status, done.stderr)
+            self.assertIn(said, done.stderr)
+        self.assertIn(b"HR1\\x0a!touch pwned\\x0a#", self.bytes_of(self.path(f"{attack}.svg")))
+        self.assertFalse(os.path.exists(self.path("pwned")))
+
+    def test_chart_on_a_full_disk(self):
+        record, picture = self.path("disk.csv"), self.path("disk.svg")
+        self.watch("HR5", "--samples", "2", "--interval", "10", "--csv", record)
+        self.run_host("chart", record, "--output", picture)
+        drawing = self.bytes_of(picture)
+        full = functools.partial(resource.setrlimit, resource.RLIMIT_FSIZE, (4096, 4096))
+        done = subprocess.run([self.host, "chart", record, "--output", picture], capture_output=True, text=True,
+                              preexec_fn=full, timeout=60)
+        self.assertEqual((done.returncode, done.stdout), (1, ""))
+        self.assertIn(f"{picture}: File too large", done.stderr)
+        self.assertEqual(self.bytes_of(picture), drawing)
+        self.assertEqual(sorted(name for name in os.listdir(self.folder.name) if name.startswith("disk")),
+                         ["disk.csv", "disk.svg"])
 
 
 if __name__ == "__main__":

@@ -1,0 +1,283 @@
+#include "watch/chart_script.h"
+#include "watch/csv_recorder.h"
+#include "watch/gnuplot.h"
+#include "watch/time_axis.h"
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+constexpr double gap = std::numeric_limits<double>::quiet_NaN();
+
+QByteArray contentsOf(const QString& fileName)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(none)");
+}
+
+void put(const QString& fileName, const QByteArray& contents)
+{
+    QFile file(fileName);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(contents), qint64(contents.size()));
+}
+
+/// "HR1: 1 2 / 4", with a stroke where the line is broken.
+QString textOf(const RecordColumn& column)
+{
+    QString text = column.name + QLatin1Char(':');
+    for (const CurvePoint& point : column.curve.points())
+        text += std::isnan(point.value) ? QStringLiteral(" /") : QStringLiteral(" %1").arg(point.value);
+    return text;
+}
+
+} // namespace
+
+class tst_record : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void recorderStarts_data();
+    void recorderStarts();
+    void recorderCountsWhatIsLost();
+    void records_data();
+    void records();
+    void selections_data();
+    void selections();
+    void moments_data();
+    void moments();
+    void curvesKeepPeaks();
+    void timeAxes_data();
+    void timeAxes();
+    void gnuplotStrings();
+
+private:
+    QString read(const QByteArray& contents, const RecordSelection& selection);
+
+    QTemporaryDir m_folder;
+};
+
+void tst_record::recorderStarts_data()
+{
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("after"); // one row was appended; empty: refused
+    QTest::newRow("new") << QByteArray() << QByteArray("time,HR1\n2,2\n");
+    QTest::newRow("continued") << QByteArray("time,HR1\n1,1\n") << QByteArray("time,HR1\n1,1\n2,2\n");
+    QTest::newRow("torn") << QByteArray("time,HR1\n1,1\n1,") << QByteArray("time,HR1\n1,1\n2,2\n");
+    QTest::newRow("header only") << QByteArray("time,HR1\n") << QByteArray("time,HR1\n2,2\n");
+    QTest::newRow("other columns") << QByteArray("time,HR2\n1,1\n") << QByteArray();
+    QTest::newRow("longer header") << QByteArray("time,HR1,x\n1,1\n") << QByteArray();
+    QTest::newRow("no lines") << QByteArray("precious") << QByteArray();
+    const QByteArray longRow = "time,HR1\n" + QByteArray(10000, '7') + '\n';
+    QTest::newRow("torn far back") << longRow + QByteArray(9000, '8') << longRow + "2,2\n";
+}
+
+void tst_record::recorderStarts()
+{
+    QFETCH(QByteArray, before);
+    QFETCH(QByteArray, after);
+    const QString file = m_folder.filePath(QStringLiteral("start.csv"));
+    put(file, before);
+    QString error;
+    auto recorder = CsvRecorder::open(file, "time,HR1\n", error);
+    QCOMPARE(recorder == nullptr, after.isEmpty());
+    if (recorder)
+        recorder->append("2,2\n");
+    else
+        QVERIFY2(error.contains(file), qPrintable(error));
+    QCOMPARE(contentsOf(file), after.isEmpty() ? before : after); // with the system before the recorder ends
+}
+
+void tst_record::recorderCountsWhatIsLost()
+{
+    QString error;
+    const auto recorder = CsvRecorder::open(QStringLiteral("/dev/full"), "time\n", error);
+    QVERIFY2(recorder, qPrintable(error));
+    recorder->append("1\n");
+    recorder->append("2\n");
+    QCOMPARE(recorder->rowsLost(), quint64(2));
+    QCOMPARE(recorder->rowsWritten(), quint64(0));
+    QCOMPARE(recorder->problem(), QStringLiteral("No space left on device"));
+}
+
+/// The curves, or the error with its exit status.
+QString tst_record::read(const QByteArray& contents, const RecordSelection& selection)
+{
+    const QString file = m_folder.filePath(QStringLiteral("record.csv"));
+    put(file, contents);
+    Record record;
+    QString error;
+    const ExitStatus status = readRecord(file, selection, record, error);
+    if (status != Done)
+        return QStringLiteral("%1 %2").arg(status).arg(error.remove(file));
+    QStringList columns;
+    for (const RecordColumn& column : record.columns)
+        columns += textOf(column);
+    return QStringLiteral("%1 samples; ").arg(record.samples) + columns.join(QStringLiteral("; "));
+}
+
+void tst_record::records_data()
+{
+    QTest::addColumn<QByteArray>("rows");
+    QTest::addColumn<QString>("result");
+    const QByteArray t = "2026-11-22T22:58:0";
+    const QByteArray first = t + "5.250Z,1,0,0.1,\n";
+    const std::tuple<const char*, QByteArray, const char*> rows[] = {
+        {"one", first, "1 samples; HR1: 1; DO3: 0"},
+        {"failed", first + t + "6Z,,,3000.0,\"HR1: a, b\"\n" + t + "7Z,3,1,1.0,\n",
+         "2 samples; HR1: 1 / 3; DO3: 0 / 1"},
+        {"one column failed", first + t + "6Z,,1,3.0,no\n" + t + "7Z,3,1,1.0,\n",
+         "3 samples; HR1: 1 / 3; DO3: 0 1 1"},
+        {"a sample in two rows", first + t + "6Z,2,,,\n" + t + "7Z,,1,1.0,\n" + t + "8Z,3,,,\n",
+         "3 samples; HR1: 1 2 3; DO3: 0 1 /"},
+        {"one of its columns failed", first + t + "6Z,2,,,\n" + t + "7Z,,,1.0,no\n" + t + "8Z,3,1,1.0,\n",
+         "3 samples; HR1: 1 2 3; DO3: 0 / 1"},
+        {"not read for a while", first + t + "7Z,,,0.000,\"nothing was read\"\n" + t + "7Z,2,0,1.0,\n",
+         "2 samples; HR1: 1 / 2; DO3: 0 / 0"},
+        {"no finite number", first + t + "6Z,nan,0,1.0,\n" + t + "7Z,inf,0,1.0,\n",
+         "3 samples; HR1: 1 /; DO3: 0 0 0"},
+        {"torn row", first + t + "6Z,7", "1 samples; HR1: 1; DO3: 0"},
+        {"torn quote", first + t + "6Z,,,3,\"HR1: no", "1 samples; HR1: 1; DO3: 0"},
+        {"torn in the middle", "2026-1\n" + first,
+         "1 , line 2: it has another number of fields than the header"},
+        {"no time", "yesterday,1,0,0.1,\n" + first, "1 , line 2: it does not begin with a time"},
+        {"empty", "", "1  holds no samples"},
+        {"all failed", t + "6Z,,,3.0,no\n", "1 every sample in  failed, there is nothing to draw"}};
+    for (const auto& [name, row, result] : rows)
+        QTest::newRow(name) << row << QString::fromLatin1(result);
+}
+
+void tst_record::records()
+{
+    QFETCH(QByteArray, rows);
+    QTEST(read("time,HR1,DO3,milliseconds,error\n" + rows, {}), "result");
+}
+
+void tst_record::selections_data()
+{
+    QTest::addColumn<QString>("columns"); // separated by bars
+    QTest::addColumn<QString>("from");
+    QTest::addColumn<QString>("to");
+    QTest::addColumn<QString>("result");
+    const char* const none = "";
+    const char* const rows[][4] = {
+        {"oven*", none, none, "2 samples; Oven 3 temp: 1 2; Oven[a-z] temp: 5 6"},
+        {"Oven ? temp [°C]", none, none, "2 samples; Oven 3 temp: 1 2"},
+        {"HR1|Oven[a-z]*", none, none, "2 samples; Oven[a-z] temp: 5 6; HR1: 9 /"},
+        {"HR1|HR", none, none, "2  has no column \"HR\", but Oven 3 temp, Oven[a-z] temp, HR1"},
+        {"HR*", "23:59:59.5", none, "1 every sample in  failed, there is nothing to draw"},
+        {"Oven 3*", none, "2026-11-22 23:59:59", "1 samples; Oven 3 temp: 1 /"},
+        {"Oven 3*", "2026-11-23", none, "1 samples; Oven 3 temp: 2"},
+        {"Oven 3*", "2026-11-24", none,
+         "2 --from, --to:  has no samples then, but from 2026-11-22 23:59:59 to 2026-11-23 00:00:01"}};
+    for (const auto& row : rows)
+        QTest::addRow("%s %s %s", row[0], row[1], row[2])
+            << row[0] << row[1] << row[2] << QString::fromUtf8(row[3]);
+}
+
+void tst_record::selections()
+{
+    QFETCH(QString, columns);
+    QFETCH(QString, from);
+    QFETCH(QString, to);
+    const RecordSelection selection = {columns.split(QLatin1Char('|')), parseMoment(from), parseMoment(to)};
+    QTEST(read("time,Oven 3 temp [°C],Oven[a-z] temp [°C],HR1,milliseconds,error\n"
+               "2026-11-22T23:59:59.000Z,1,5,9,0.1,\n2026-11-23T00:00:01.000Z,2,6,,0.1,no\n",
+               selection),
+          "result");
+}
+
+// As seconds since 1970; -1 is no moment.
+void tst_record::moments_data()
+{
+    QTest::addColumn<double>("seconds");
+    const std::pair<const char*, double> rows[] = {{"1970-01-02", 86400},
+                                                   {"1970-01-02 00:01", 86460},
+                                                   {"1970-01-02T00:00:01.250Z", 86401.25},
+                                                   {"00:02", 864120},
+                                                   {"00:00:07.5", 864007.5},
+                                                   {"", -1},
+                                                   {"1970-02-30", -1},
+                                                   {"25:00", -1},
+                                                   {"1970-01-0200:01", -1},
+                                                   {"1970-01-02 00:01\n", -1},
+                                                   {"1970-01-02 ", -1},
+                                                   {"0:01", -1}};
+    for (const auto& [text, seconds] : rows)
+        QTest::newRow(text) << seconds;
+}
+
+void tst_record::moments()
+{
+    const auto moment = parseMoment(QString::fromLatin1(QTest::currentDataTag()));
+    QTEST(moment ? moment->seconds(QDate(1970, 1, 11)) : -1, "seconds");
+}
+
+// A peak and a hole of one sample each among a hundred thousand are in the curve, which is short; a pause far
+// longer than the rest is not drawn over.
+void tst_record::curvesKeepPeaks()
+{
+    Curve curve;
+    const auto valueAt = [](int time) {
+        return time == 33333 ? 900 : time == 66666 ? -900 : time == 77777 ? gap : 5;
+    };
+    for (int time = 0; time < 100000; ++time)
+        curve.add(time, valueAt(time));
+    curve.breakLine();
+    curve.add(10000000, 6);
+    const std::vector<CurvePoint> points = curve.points();
+    QVERIFY(points.size() <= 8002 && points.size() > 1000);
+    const auto has = [&points](double time, double value) {
+        return std::any_of(points.begin(), points.end(),
+                           [&](const CurvePoint& p) { return p.time == time && p.value == value; });
+    };
+    QVERIFY(has(33333, 900) && has(66666, -900) && has(10000000, 6));
+    QCOMPARE(
+        std::count_if(points.begin(), points.end(), [](const CurvePoint& p) { return std::isnan(p.value); }),
+        2L);
+    QVERIFY(std::isnan(points[points.size() - 2].value));
+    QVERIFY(std::is_sorted(points.begin(), points.end(),
+                           [](const CurvePoint& a, const CurvePoint& b) { return a.time < b.time; }));
+}
+
+void tst_record::timeAxes_data()
+{
+    QTest::addColumn<int>("seconds");
+    QTest::addColumn<QString>("axis"); // step and format
+    const std::tuple<const char*, int, const char*> rows[] = {{"10 s", 10, "0 "},
+                                                              {"120 s", 120, "0 "},
+                                                              {"121 s", 121, "15 %H:%M:%S"},
+                                                              {"3 h", 10800, "900 %H:%M"},
+                                                              {"1 day", 86400, "7200 %H:%M"},
+                                                              {"3 days", 259200, "43200 %m-%d %H:%M"},
+                                                              {"40 days", 3456000, "432000 %Y-%m-%d"},
+                                                              {"3 years", 94608000, "12960000 %Y-%m-%d"}};
+    for (const auto& [name, seconds, axis] : rows)
+        QTest::newRow(name) << seconds << QString::fromLatin1(axis);
+}
+
+// On an axis that has room for 100 characters.
+void tst_record::timeAxes()
+{
+    QFETCH(int, seconds);
+    constexpr double begin = 1795388285;
+    const TimeAxis axis = timeAxis(begin, begin + seconds, 100);
+    QTEST(QStringLiteral("%1 %2").arg(static_cast<int>(axis.step)).arg(axis.format), "axis");
+}
+
+void tst_record::gnuplotStrings()
+{
+    QCOMPARE(gnuplotString(QStringLiteral("HR100 \u00b0C")), QStringLiteral("\"HR100 \u00b0C\""));
+    QCOMPARE(gnuplotString(QStringLiteral("'\"`@\\7 7")), QStringLiteral(R"("\047\042\140\100\134\067 7")"));
+    QCOMPARE(gnuplotString(QStringLiteral("\n!b\x7f\u0085")),
+             QStringLiteral(R"("\134x0a\041b\134x7f\134x85")"));
+    QCOMPARE(gnuplotTicLabel(QStringLiteral("%n")), QStringLiteral(R"("\045\045n")"));
+}
+
+QTEST_GUILESS_MAIN(tst_record)
+#include "tst_record.moc"
