@@ -154,10 +154,10 @@ void FrameTrace::opened()
     print("--", QStringLiteral("connected to ") + m_peer);
 }
 
-void FrameTrace::closed()
+void FrameTrace::closed(const QString& reason)
 {
     flushPending();
-    print("--", QStringLiteral("connection closed"));
+    print("--", reason);
 }
 
 void FrameTrace::sent(const unsigned char* data, int length)

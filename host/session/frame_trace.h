@@ -36,7 +36,7 @@ public:
     ~FrameTrace() override { flushPending(); }
 
     void opened() override;
-    void closed() override;
+    void closed(const QString& reason) override;
     void sent(const unsigned char* data, int length) override;
     void received(const unsigned char* data, int length) override;
     void dropped(const unsigned char* data, int length) override;

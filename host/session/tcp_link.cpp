@@ -13,6 +13,9 @@ namespace {
 /// A device that sends more than this unasked, and faster than it can be read, gets its connection closed.
 constexpr int mostRoundsOfDropping = 256;
 
+/// How long after its reply a device that closes the connection then may take to do so.
+constexpr int closingMs = 50;
+
 QString peerName(const QString& host, quint16 port)
 {
     return (host.contains(QLatin1Char(':')) ? QStringLiteral("[%1]:%2") : QStringLiteral("%1:%2"))
@@ -161,6 +164,7 @@ bool TcpLink::adopt(int socket)
         ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit) != 0)
         return false;
     m_socket = socket;
+    m_repliesHere = 0;
     ++m_connectionsMade;
     if (m_observer)
         m_observer->opened();
@@ -169,6 +173,11 @@ bool TcpLink::adopt(int socket)
 
 void TcpLink::close()
 {
+    drop(QStringLiteral("connection closed"));
+}
+
+void TcpLink::drop(const QString& reason)
+{
     m_begin = m_end = 0;
     m_unreadDropped = false;
     if (m_socket < 0)
@@ -176,7 +185,7 @@ void TcpLink::close()
     ::close(m_socket);
     m_socket = -1;
     if (m_observer)
-        m_observer->closed();
+        m_observer->closed(reason);
 }
 
 /// The peer ended the connection; reason is the errno that told, 0 for an orderly close.
@@ -189,13 +198,14 @@ void TcpLink::hungUp(int reason)
     else
         setError(QStringLiteral("connection to %1 lost: %2")
                      .arg(m_peer, QString::fromLocal8Bit(std::strerror(reason))));
-    close();
+    m_closesAfterReply = m_repliesHere == 1;
+    drop(m_error);
 }
 
 bool TcpLink::isConnected()
 {
     beginAttempt();
-    m_unreadDropped = m_socket >= 0 && dropUnread();
+    m_unreadDropped = m_socket >= 0 && dropUnread() == Unread::None;
     return m_unreadDropped;
 }
 
@@ -205,35 +215,49 @@ void TcpLink::showDropped(int length)
         m_observer->dropped(m_buffer.data() + m_begin, length);
 }
 
-/// Empties the buffer and the socket. Returns whether the connection is still there.
-bool TcpLink::dropUnread()
+/// Empties the buffer and the socket.
+TcpLink::Unread TcpLink::dropUnread()
 {
+    if (m_closesAfterReply && m_repliesHere > 0)
+        m_closesAfterReply = Waiting(closingMs, m_stopFlag).forDescriptor(m_socket, POLLIN);
+    bool anything = m_end > m_begin;
     showDropped(m_end - m_begin);
     m_begin = m_end = 0;
     for (int round = 0; round < mostRoundsOfDropping; ++round) {
         const ssize_t got = ::recv(m_socket, m_buffer.data(), m_buffer.size(), MSG_DONTWAIT);
         if (got < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
-            return true;
+            return Unread::None;
         if (got < 0 && errno == EINTR)
             continue;
         if (got <= 0) {
             hungUp(got == 0 ? 0 : errno);
-            return false;
+            return got == 0 && !anything ? Unread::End : Unread::Lost;
         }
+        anything = true;
         showDropped(static_cast<int>(got));
     }
-    close();
     setError(QStringLiteral("%1 sends without being asked").arg(m_peer));
-    return false;
+    drop(m_error);
+    return Unread::Lost;
+}
+
+/// Some devices close the connection after each reply. A request that is not the first of its attempt then
+/// needs a new one; nobody has asked isConnected() before it.
+bool TcpLink::isReadyToSend()
+{
+    if (m_unreadDropped || m_socket < 0)
+        return m_socket >= 0;
+    const Unread unread = dropUnread();
+    return unread == Unread::None || (unread == Unread::End && open());
 }
 
 int TcpLink::writeData(const char* data, int length)
 {
     beginAttempt();
-    const bool clean = m_unreadDropped || (m_socket >= 0 && dropUnread());
+    const bool ready = isReadyToSend();
     m_unreadDropped = false;
     m_replyBytes = 0;
-    if (!clean)
+    if (!ready)
         return -1;
     int sent = sendSome(data, length);
     if (sent >= 0 && sent < length)
@@ -305,6 +329,8 @@ int TcpLink::readData(char* buffer, int maxLength)
     int got = takeBuffered(buffer, std::max(maxLength, 0));
     if (got < maxLength && m_socket >= 0)
         got = readFromSocket(buffer, got, maxLength);
+    if (m_replyBytes == 0 && got > 0)
+        ++m_repliesHere;
     m_replyBytes += got;
     return got;
 }

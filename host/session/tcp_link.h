@@ -17,9 +17,9 @@ class LinkObserver
 public:
     virtual ~LinkObserver() = default;
 
-    /// The connection was made, or was given up by either side.
+    /// The connection was made, or was given up by either side; reason says by which.
     virtual void opened() = 0;
-    virtual void closed() = 0;
+    virtual void closed(const QString& reason) = 0;
 
     /// Bytes that the driver sent, one call for each of its frames.
     virtual void sent(const unsigned char* data, int length) = 0;
@@ -55,8 +55,10 @@ public:
     /// of bytes that have come by then, 0 to maxLength. When the device has hung up the link is closed.
     int readData(char* buffer, int maxLength) override;
 
-    /// Drops what lies unread, then sends. Returns length, or the number of bytes that the network took by
-    /// the deadline (-1 when there is no connection).
+    /// Drops what lies unread, then sends. When the device has closed the connection in good order since it
+    /// answered, a new one is opened first, within a deadline of its own; nothing of the old one is in it.
+    /// Returns length, or the number of bytes that the network took by the deadline (-1 when there is no
+    /// connection).
     int writeData(const char* data, int length) override;
 
     /// Connects, again if need be. A name with several addresses gets them tried in turn, each with its share
@@ -113,7 +115,17 @@ private:
     int readFromSocket(char* buffer, int got, int wanted);
     int takeBuffered(char* buffer, int maxLength);
     bool receive(int flags);
-    bool dropUnread();
+    /// What dropUnread() came to.
+    enum class Unread
+    {
+        None, ///< the connection stands, with nothing unread
+        End,  ///< nothing was unread, and the device has closed in good order
+        Lost  ///< the connection ended in any other way
+    };
+
+    Unread dropUnread();
+    bool isReadyToSend();
+    void drop(const QString& reason);
     void showDropped(int length);
     void hungUp(int reason);
     void explainShortRead(int got, int wanted, const Waiting& waiting);
@@ -130,8 +142,10 @@ private:
     int m_attempts = 0;
     int m_connectionsMade = 0;
     bool m_inAttempt = false;
-    bool m_unreadDropped = false; ///< isConnected has just done so; the request that follows need not
-    int m_replyBytes = 0;         ///< handed to the driver since its last request
+    bool m_unreadDropped = false;    ///< isConnected has just done so; the request that follows need not
+    int m_replyBytes = 0;            ///< handed to the driver since its last request
+    int m_repliesHere = 0;           ///< that have come over this connection, begun ones included
+    bool m_closesAfterReply = false; ///< as the device did with the connection before: wait for it
     std::array<unsigned char, 4096> m_buffer{};
     int m_begin = 0; ///< first byte of m_buffer that nobody has taken
     int m_end = 0;   ///< behind its last byte
