@@ -289,7 +289,9 @@ int TcpLink::sendRest(const char* data, int sent, int length)
             return sent;
         sent += taken;
     }
-    if (sent < length)
+    if (sent < length && waiting.stopped())
+        setError(QStringLiteral("interrupted while sending to %1").arg(m_peer));
+    else if (sent < length)
         setError(QStringLiteral("%1 took only %2 of %3 bytes within %4 ms")
                      .arg(m_peer)
                      .arg(sent)

@@ -2,6 +2,9 @@
 #include "session/frame_trace.h"
 #include "session/tcp_link.h"
 
+#include <csignal>
+#include <pthread.h>
+
 namespace {
 
 constexpr int timeoutMs = 150;
@@ -28,6 +31,24 @@ int writeTo(TcpLink& link, const QByteArray& bytes)
     return link.writeData(bytes.constData(), bytes.size());
 }
 
+/// What the device does, told by verbs: hexadecimal bytes are sent, "fin" and "rst" hang up, "deaf" accepts
+/// nobody any more. After each of them it waits a moment.
+void play(Peer& peer, const char* script)
+{
+    const QByteArrayList verbs = QByteArray(script).split(' ');
+    for (const QByteArray& verb : verbs) {
+        if (verb == "fin")
+            peer.finish();
+        else if (verb == "rst")
+            peer.reset();
+        else if (verb == "deaf")
+            peer.stopListening();
+        else
+            peer.send(QByteArray::fromHex(verb));
+        Peer::pause(4);
+    }
+}
+
 /// A link that is connected to a peer, and both of them ready for a request.
 struct Connection
 {
@@ -37,9 +58,44 @@ struct Connection
         ready = link.open() && peer.accept();
     }
 
+    /// The device answers a request, with more behind the answer; the driver takes the answer.
+    bool exchange(const QByteArray& answer = reply, const QByteArray& more = QByteArray())
+    {
+        if (writeTo(link, request) != request.size() || peer.receive(request.size()) != request)
+            return false;
+        peer.send(answer + more);
+        return readFrom(link, answer.size()) == answer;
+    }
+
     Peer peer;
     TcpLink link;
     bool ready;
+};
+
+/// Interrupts this thread again and again.
+class Signals
+{
+public:
+    Signals()
+    {
+        struct sigaction action = {};
+        action.sa_handler = [](int) {};
+        ::sigaction(SIGUSR1, &action, nullptr);
+        m_sender = std::thread([this, target = ::pthread_self()] {
+            for (; !m_enough; Peer::pause(1))
+                ::pthread_kill(target, SIGUSR1);
+        });
+    }
+
+    ~Signals()
+    {
+        m_enough = true;
+        m_sender.join();
+    }
+
+private:
+    std::atomic<bool> m_enough{false};
+    std::thread m_sender;
 };
 
 } // namespace
@@ -52,84 +108,77 @@ private slots:
     void replies_data();
     void replies();
     void deadlineIsForTheWholeCall();
-    void staleBytesAreDropped_data();
-    void staleBytesAreDropped();
+    void betweenRequests_data();
+    void betweenRequests();
+    void closesAfterEachReply();
     void floodClosesTheConnection();
-    void hangUpIsNoticed_data();
-    void hangUpIsNoticed();
     void lateBytesDoNotReachTheNextConnection();
+    void connectFailures_data();
     void connectFailures();
     void everyAddressOfANameIsTried();
-    void connectTimesOut();
-    void sendDeadline();
-    void stopFlagEndsAWait();
+    void partlyTakenRequest();
+    void waitsEnd_data();
+    void waitsEnd();
     void attempts_data();
     void attempts();
     void settings();
     void trace();
 };
 
-// What the device sends in answer to a request is told by verbs: hexadecimal bytes are sent, "fin" and "rst"
-// hang up. The driver reads 9 bytes, then 4.
+// The driver reads 9 bytes, then 4; so many of them have come by then.
+static const struct
+{
+    const char* script;
+    int first, second;
+    const char* error;
+} replyRows[] = {
+    {"00010000000701030400070008", 9, 4, ""},
+    {"0001000000 0701030400070008", 9, 4, ""},
+    {"0001000000070103040007 0008", 9, 4, ""},
+    {"00 01 00 00 00 07 01 03 04 00 07 00 08", 9, 4, ""},
+    {"00010000000701030400070008 fin", 9, 4, ""},
+    {"", 0, 0, "no answer from %1 within 150 ms"},
+    {"0001000000", 5, 0, "only 5 of 9 bytes came from %1 within 150 ms"},
+    {"000100000007010304", 9, 0, "only 9 of 13 bytes came from %1 within 150 ms"},
+    {"0001000000070103040007", 9, 2, "only 11 of 13 bytes came from %1 within 150 ms"},
+    {"fin", 0, 0, "%1 closed the connection"},
+    {"rst", 0, 0, "%1 reset the connection"},
+    {"0001000000 fin", 5, 0, "%1 closed the connection after 5 of 9 bytes"},
+    {"0001000000070103040007 fin", 9, 2, "%1 closed the connection after 11 of 13 bytes"},
+};
+
 void tst_tcp_link::replies_data()
 {
-    QTest::addColumn<QString>("script");
-    QTest::addColumn<QByteArray>("first");
-    QTest::addColumn<QByteArray>("second");
-    QTest::addColumn<QString>("error");
-    const QByteArray nine = "000100000007010304";
-    const QByteArray four = "00070008";
-    const QString none;
-    QTest::newRow("in one piece") << "00010000000701030400070008" << nine << four << none;
-    QTest::newRow("in two pieces") << "0001000000 0701030400070008" << nine << four << none;
-    QTest::newRow("byte by byte") << "00 01 00 00 00 07 01 03 04 00 07 00 08" << nine << four << none;
-    QTest::newRow("none") << "" << QByteArray() << QByteArray() << "no answer from %1 within 150 ms";
-    QTest::newRow("5 of 9 bytes") << "0001000000" << nine.left(10) << QByteArray()
-                                  << "only 5 of 9 bytes came from %1 within 150 ms";
-    QTest::newRow("11 of 13 bytes") << "0001000000070103040007" << nine << four.left(4)
-                                    << "only 11 of 13 bytes came from %1 within 150 ms";
-    QTest::newRow("9 of 13 bytes") << "000100000007010304" << nine << QByteArray()
-                                   << "only 9 of 13 bytes came from %1 within 150 ms";
-    QTest::newRow("closed") << "fin" << QByteArray() << QByteArray() << "%1 closed the connection";
-    QTest::newRow("reset") << "rst" << QByteArray() << QByteArray() << "%1 reset the connection";
-    QTest::newRow("5 bytes, then closed")
-        << "0001000000 fin" << nine.left(10) << QByteArray() << "%1 closed the connection after 5 of 9 bytes";
-    QTest::newRow("11 bytes, then closed") << "0001000000070103040007 fin" << nine << four.left(4)
-                                           << "%1 closed the connection after 11 of 13 bytes";
-    QTest::newRow("all, then closed") << "00010000000701030400070008 fin" << nine << four << none;
+    QTest::addColumn<int>("row");
+    QTest::addColumn<bool>("disturbed");
+    for (int i = 0; i < int(std::size(replyRows)); ++i) {
+        QTest::addRow("\"%s\"", replyRows[i].script) << i << false;
+        QTest::addRow("\"%s\", among signals", replyRows[i].script) << i << true;
+    }
 }
 
 void tst_tcp_link::replies()
 {
-    QFETCH(QString, script);
-    QFETCH(QByteArray, first);
-    QFETCH(QByteArray, second);
-    QFETCH(QString, error);
+    QFETCH(int, row);
+    QFETCH(bool, disturbed);
+    const auto& wanted = replyRows[row];
+    const QString error = QLatin1String(wanted.error);
     // Only rows that wait for the deadline have a short one, so that a busy machine does not spoil the
     // others.
     const bool waits = error.contains(QLatin1String("within"));
+    const std::unique_ptr<Signals> disturber(disturbed ? new Signals : nullptr);
     Connection c(waits ? timeoutMs : generousMs);
     QVERIFY(c.ready);
     QCOMPARE(writeTo(c.link, request), request.size());
     QCOMPARE(c.peer.receive(request.size()), request);
-    c.peer.later([&] {
-        const QStringList verbs = script.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-        for (const QString& verb : verbs) {
-            Peer::pause(4);
-            if (verb == QLatin1String("fin"))
-                c.peer.finish();
-            else if (verb == QLatin1String("rst"))
-                c.peer.reset();
-            else
-                c.peer.send(QByteArray::fromHex(verb.toLatin1()));
-        }
-    });
+    c.peer.later([&] { play(c.peer, wanted.script); });
     QElapsedTimer timer;
     timer.start();
-    QCOMPARE(readFrom(c.link, 9).toHex(), first);
-    if (first.size() == 18)
-        QCOMPARE(readFrom(c.link, 4).toHex(), second);
-    QVERIFY(!waits || timer.elapsed() < timeoutMs + toleranceMs);
+    const QByteArray whole = QByteArray::fromHex("00010000000701030400070008");
+    QCOMPARE(readFrom(c.link, 9), whole.left(wanted.first));
+    if (wanted.first == 9)
+        QCOMPARE(readFrom(c.link, 4), whole.mid(9, wanted.second));
+    QVERIFY(!waits || (timer.elapsed() >= timeoutMs - 1 && timer.elapsed() < 2 * timeoutMs + toleranceMs));
     if (!error.isEmpty())
         QCOMPARE(c.link.errorString(), error.arg(c.peer.name()));
 }
@@ -152,35 +201,88 @@ void tst_tcp_link::deadlineIsForTheWholeCall()
     QVERIFY(!got.isEmpty() && got.size() < 9);
 }
 
-void tst_tcp_link::staleBytesAreDropped_data()
+// What the device does between its reply and the next request. The driver asks for the connection before the
+// first request of an attempt only.
+static const struct
 {
-    QTest::addColumn<QByteArray>("withTheReply"); ///< comes in one piece with the old reply
-    QTest::addColumn<QByteArray>("later");        ///< comes when the old reply has been read
-    QTest::addColumn<bool>("asksIfConnected");
-    QTest::newRow("reply twice, in one piece") << reply << QByteArray() << true;
-    QTest::newRow("second reply later") << QByteArray() << reply << true;
-    QTest::newRow("second reply, next request of one command") << reply << reply << false;
-    QTest::newRow("more than the link's buffer") << QByteArray() << QByteArray(100000, 'x') << true;
+    const char* name;
+    QByteArray withTheReply; ///< comes in one piece with it
+    QByteArray script;
+    bool asks;
+    const char* error; ///< of the next request; empty: it goes out
+    int connections;
+} betweenRows[] = {
+    {"second reply, in one piece", reply, "", true, "", 1},
+    {"second reply, later", "", reply.toHex(), true, "", 1},
+    {"second reply, within an attempt", reply, reply.toHex(), false, "", 1},
+    {"more than the link's buffer", "", QByteArray(10000, '7'), true, "", 1},
+    {"closes", "", "fin", true, "%1 closed the connection", 1},
+    {"closes behind unread bytes", "", reply.toHex() + " fin", true, "%1 closed the connection", 1},
+    {"resets", "", "rst", true, "%1 reset the connection", 1},
+    {"closes, within an attempt", "", "fin", false, "", 2},
+    {"closes behind unread bytes, within an attempt", reply, "fin", false, "%1 closed the connection", 1},
+    {"resets, within an attempt", "", "rst", false, "%1 reset the connection", 1},
+    {"goes, within an attempt", "", "fin deaf", false, "connection refused by %1", 1},
+};
+
+void tst_tcp_link::betweenRequests_data()
+{
+    QTest::addColumn<int>("row");
+    for (int i = 0; i < int(std::size(betweenRows)); ++i)
+        QTest::newRow(betweenRows[i].name) << i;
 }
 
-void tst_tcp_link::staleBytesAreDropped()
+void tst_tcp_link::betweenRequests()
 {
-    QFETCH(QByteArray, withTheReply);
-    QFETCH(QByteArray, later);
-    QFETCH(bool, asksIfConnected);
-    Connection c;
-    QVERIFY(c.ready);
-    QCOMPARE(writeTo(c.link, request), request.size());
-    c.peer.send(reply + withTheReply);
-    QCOMPARE(readFrom(c.link, reply.size()), reply);
-    c.peer.send(later);
+    QFETCH(int, row);
+    const auto& wanted = betweenRows[row];
+    const bool goesOn = !*wanted.error;
+    Connection c(generousMs);
+    QVERIFY(c.ready && c.link.isConnected() && c.exchange(reply, wanted.withTheReply));
+    play(c.peer, wanted.script);
     Peer::pause(20);
-    if (asksIfConnected)
-        QVERIFY(c.link.isConnected());
-    QCOMPARE(writeTo(c.link, request), request.size());
+    if (wanted.asks)
+        QCOMPARE(c.link.isConnected(), goesOn);
+    QCOMPARE(writeTo(c.link, request), goesOn ? request.size() : -1);
+    QCOMPARE(c.link.connectionsMade(), wanted.connections);
+    if (!goesOn)
+        QCOMPARE(c.link.errorString(), QString::fromLatin1(wanted.error).arg(c.peer.name()));
+    const bool isDeaf = wanted.script.endsWith("deaf");
+    QCOMPARE(!goesOn && c.link.open(), !goesOn && !isDeaf);
+    if (!isDeaf && c.link.connectionsMade() == 2)
+        QVERIFY(c.peer.accept());
+    if (goesOn)
+        QCOMPARE(c.peer.receive(request.size()), request);
     c.peer.send(otherReply);
+    QCOMPARE(readFrom(c.link, otherReply.size()), isDeaf ? QByteArray() : otherReply);
+}
+
+// It takes its time to close. The link gets to know it by the first request that is lost.
+void tst_tcp_link::closesAfterEachReply()
+{
+    constexpr int exchanges = 4;
+    Connection c(generousMs);
+    QVERIFY(c.ready && c.exchange());
+    QCOMPARE(writeTo(c.link, request), request.size());
+    c.peer.finish();
+    QCOMPARE(readFrom(c.link, reply.size()), QByteArray());
+    QVERIFY(c.link.open());
+    c.peer.later([&] {
+        for (int i = 0; i < exchanges && c.peer.accept(); ++i) {
+            c.peer.receive(request.size());
+            c.peer.send(reply);
+            Peer::pause(5);
+        }
+        c.peer.receive(request.size());
+        c.peer.send(otherReply);
+    });
+    for (int i = 0; i < exchanges; ++i) {
+        QCOMPARE(writeTo(c.link, request), request.size());
+        QCOMPARE(readFrom(c.link, reply.size()), reply);
+    }
+    QCOMPARE(writeTo(c.link, request), request.size()); // now it has stayed
     QCOMPARE(readFrom(c.link, otherReply.size()), otherReply);
-    QCOMPARE(c.link.connectionsMade(), 1);
+    QCOMPARE(c.link.connectionsMade(), 1 + exchanges);
 }
 
 void tst_tcp_link::floodClosesTheConnection()
@@ -204,71 +306,38 @@ void tst_tcp_link::floodClosesTheConnection()
     QCOMPARE(c.link.errorString(), c.peer.name() + QStringLiteral(" sends without being asked"));
 }
 
-void tst_tcp_link::hangUpIsNoticed_data()
-{
-    QTest::addColumn<bool>("reset");
-    QTest::addColumn<QByteArray>("lastWords");
-    QTest::newRow("closed") << false << QByteArray();
-    QTest::newRow("reset") << true << QByteArray();
-    QTest::newRow("closed behind unread bytes") << false << reply;
-}
-
-void tst_tcp_link::hangUpIsNoticed()
-{
-    QFETCH(bool, reset);
-    QFETCH(QByteArray, lastWords);
-    Connection c;
-    QVERIFY(c.ready);
-    QVERIFY(c.link.isConnected());
-    c.peer.send(lastWords);
-    reset ? c.peer.reset() : c.peer.finish();
-    Peer::pause(20);
-    QVERIFY(!c.link.isConnected());
-    QCOMPARE(c.link.errorString(),
-             c.peer.name() + (reset ? " reset the connection" : " closed the connection"));
-    QCOMPARE(writeTo(c.link, request), -1);
-    QVERIFY(c.link.open());
-    QVERIFY(c.peer.accept());
-    QVERIFY(c.link.isConnected());
-    QCOMPARE(c.link.connectionsMade(), 2);
-}
-
 void tst_tcp_link::lateBytesDoNotReachTheNextConnection()
 {
     Connection c;
-    QVERIFY(c.ready);
+    QVERIFY(c.ready && c.exchange(reply, reply));
     c.peer.send(reply);
     c.link.close();
     QVERIFY(!c.link.isConnected());
-    QVERIFY(c.link.open());
-    QVERIFY(c.peer.accept());
-    c.peer.send(otherReply);
-    QCOMPARE(readFrom(c.link, otherReply.size()), otherReply);
+    QVERIFY(c.link.open() && c.peer.accept());
+    QVERIFY(c.exchange(otherReply));
+}
+
+void tst_tcp_link::connectFailures_data()
+{
+    QTest::addColumn<QString>("error");
+    QTest::newRow("127.0.0.1") << "connection refused by 127.0.0.1:%1";
+    QTest::newRow("no such host") << "host name \"no such host\" can not be resolved (";
+    QTest::newRow("255.255.255.255") << " 255.255.255.255:%1";
+    QTest::newRow("::1") << " [::1]:%1";
 }
 
 void tst_tcp_link::connectFailures()
 {
+    QFETCH(QString, error);
     Peer peer;
     peer.stopListening();
-    TcpLink refused(QStringLiteral("127.0.0.1"), peer.port(), settingOf(timeoutMs), 1);
-    QVERIFY(!refused.open());
-    QCOMPARE(refused.errorString(), QStringLiteral("connection refused by ") + peer.name());
-    QCOMPARE(readFrom(refused, 9), QByteArray());
-    QVERIFY(!refused.isConnected());
-
-    TcpLink unnamed(QStringLiteral("no such host"), 502, settingOf(5000), 1);
-    QVERIFY(!unnamed.open());
-    QVERIFY2(
-        unnamed.errorString().startsWith(QLatin1String("host name \"no such host\" can not be resolved")),
-        qPrintable(unnamed.errorString()));
-
-    TcpLink unreachable(QStringLiteral("255.255.255.255"), 502, settingOf(timeoutMs), 1);
-    QVERIFY(!unreachable.open());
-    QVERIFY(unreachable.errorString().contains(QLatin1String("255.255.255.255:502")));
-
-    TcpLink v6(QStringLiteral("::1"), peer.port(), settingOf(timeoutMs), 1);
-    QVERIFY(!v6.open());
-    QVERIFY(v6.errorString().contains(QStringLiteral(" [::1]:%1").arg(peer.port())));
+    TcpLink link(QLatin1String(QTest::currentDataTag()), peer.port(), settingOf(5000), 1);
+    QVERIFY(!link.open());
+    const QString wanted = error.contains(QLatin1Char('%')) ? error.arg(peer.port()) : error;
+    QVERIFY2(link.errorString().contains(wanted), qPrintable(link.errorString()));
+    QCOMPARE(readFrom(link, 9), QByteArray());
+    QCOMPARE(writeTo(link, request), -1);
+    QVERIFY(!link.isConnected());
 }
 
 void tst_tcp_link::everyAddressOfANameIsTried()
@@ -278,61 +347,84 @@ void tst_tcp_link::everyAddressOfANameIsTried()
     QVERIFY2(link.open(), qPrintable(link.errorString()));
 }
 
-void tst_tcp_link::connectTimesOut()
+/// Clients that fill the queue of a listener: further connections get no answer.
+class Crowd
 {
-    Peer peer(0);
-    QVector<int> strays;
-    for (int i = 0; i < 4; ++i) // more than the listener's queue takes: further connections get no answer
-        strays += peer.strayClient();
-    Peer::pause(20);
-    TcpLink link(QStringLiteral("127.0.0.1"), peer.port(), settingOf(timeoutMs), 1);
-    QElapsedTimer timer;
-    timer.start();
-    QVERIFY(!link.open());
-    QVERIFY(timer.elapsed() >= timeoutMs - 1);
-    QVERIFY(timer.elapsed() < timeoutMs + toleranceMs);
-    QCOMPARE(link.errorString(), QStringLiteral("no connection to %1 within 150 ms").arg(peer.name()));
-    for (const int stray : qAsConst(strays))
-        ::close(stray);
-}
+public:
+    explicit Crowd(const Peer& peer)
+    {
+        for (int& client : m_clients)
+            client = peer.strayClient();
+        Peer::pause(20);
+    }
 
-void tst_tcp_link::sendDeadline()
+    ~Crowd()
+    {
+        for (const int client : m_clients)
+            ::close(client);
+    }
+
+private:
+    int m_clients[4];
+};
+
+// More than the buffers of both sockets take at once.
+void tst_tcp_link::partlyTakenRequest()
 {
-    Connection c;
+    const Signals disturber;
+    Connection c(generousMs);
     QVERIFY(c.ready);
-    const QByteArray large(64 << 20, 'x'); // no socket buffer takes it, and the peer does not read
-    QElapsedTimer timer;
-    timer.start();
-    const int sent = writeTo(c.link, large);
-    QVERIFY(sent > 0 && sent < large.size());
-    QVERIFY(timer.elapsed() < timeoutMs + 2 * toleranceMs);
-    QCOMPARE(c.link.errorString(), QStringLiteral("%1 took only %2 of %3 bytes within 150 ms")
-                                       .arg(c.peer.name())
-                                       .arg(sent)
-                                       .arg(large.size()));
+    QByteArray large;
+    for (int i = 0; large.size() < 16 << 20; ++i)
+        large += QByteArray::number(i);
+    QByteArray received;
+    c.peer.later([&] { received = c.peer.receive(large.size()); });
+    QCOMPARE(writeTo(c.link, large), large.size());
+    c.peer.join();
+    QVERIFY(received == large);
 }
 
-void tst_tcp_link::stopFlagEndsAWait()
+void tst_tcp_link::waitsEnd_data()
 {
+    QTest::addColumn<bool>("stopped"); ///< by the flag, else by the deadline
+    QTest::addColumn<QString>("error");
+    QTest::newRow("connect") << false << "no connection to %1 within 150 ms";
+    QTest::newRow("write") << false << "%1 took only %2 of 67108864 bytes within 150 ms";
+    QTest::newRow("connect, stopped") << true << "interrupted while connecting to %1";
+    QTest::newRow("read, stopped") << true << "interrupted while waiting for %1";
+    QTest::newRow("write, stopped") << true << "interrupted while sending to %1";
+}
+
+void tst_tcp_link::waitsEnd()
+{
+    QFETCH(bool, stopped);
+    QFETCH(QString, error);
+    const QByteArray wait = QByteArray(QTest::currentDataTag()).split(',').first();
     std::atomic<bool> stop{false};
-    Peer peer;
-    TcpLink link(QStringLiteral("127.0.0.1"), peer.port(), settingOf(generousMs), 1);
+    Peer peer(wait == "connect" ? 0 : 8);
+    const std::unique_ptr<Crowd> crowd(wait == "connect" ? new Crowd(peer) : nullptr);
+    TcpLink link(QStringLiteral("127.0.0.1"), peer.port(), settingOf(stopped ? generousMs : timeoutMs), 1);
     link.setStopFlag(&stop);
-    QVERIFY(link.open() && peer.accept());
+    QVERIFY(crowd || (link.open() && peer.accept()));
     QCOMPARE(link.retryCount(), 3);
     peer.later([&] {
-        Peer::pause(30);
-        stop = true;
+        Peer::pause(timeoutMs / 2);
+        stop = stopped;
     });
     QElapsedTimer timer;
     timer.start();
-    const QByteArray got = readFrom(link, 9);
-    QCOMPARE(got, QByteArray());
-    QVERIFY(timer.elapsed() < generousMs / 2);
-    QCOMPARE(link.errorString(), QStringLiteral("interrupted while waiting for ") + peer.name());
-    QCOMPARE(link.retryCount(), 0);
-    QVERIFY(!link.open());
-    QCOMPARE(link.errorString(), QStringLiteral("interrupted"));
+    int done = 0;
+    if (wait == "connect")
+        QVERIFY(!link.open());
+    else if (wait == "read")
+        QCOMPARE(readFrom(link, 9), QByteArray());
+    else
+        done = writeTo(link, QByteArray(64 << 20, 'x')); // no socket takes it, and the peer does not read
+    QVERIFY(timer.elapsed() >= timeoutMs / (stopped ? 2 : 1) - 1);
+    QVERIFY(timer.elapsed() < timeoutMs + 2 * toleranceMs);
+    QCOMPARE(link.errorString(), error.replace(QLatin1String("%2"), QString::number(done)).arg(peer.name()));
+    QCOMPARE(link.retryCount(), stopped ? 0 : 3);
+    QVERIFY(!stopped || (!link.open() && link.errorString() == QLatin1String("interrupted")));
 }
 
 // What a driver asks the link for: s deviceSetting, d commandDelay, c isConnected, o open, r retryCount.
@@ -403,10 +495,13 @@ void tst_tcp_link::trace()
         writeTo(c.link, request);
         c.peer.send(QByteArray::fromHex("000100000003018302") + reply.left(5));
         readFrom(c.link, 14);
-        c.link.close();
+        QVERIFY(c.link.open() && c.peer.accept());
+        c.peer.finish();
+        readFrom(c.link, 9);
         c.link.setObserver(nullptr);
     }
     const QStringList lines = text.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    const QString connected = QStringLiteral("-- connected to ") + c.peer.name();
     const QStringList wanted = {
         QStringLiteral("-> tid 1 unit 1 Read Holding Registers address 99 quantity 1 | 00 01 00 00 00 06 01 "
                        "03 00 63 00 01"),
@@ -419,7 +514,9 @@ void tst_tcp_link::trace()
         QStringLiteral("<- tid 1 unit 1 Read Holding Registers exception 2 (illegal data address) | 00 01 00 "
                        "00 00 03 01 83 02"),
         QStringLiteral("<- incomplete frame | 00 01 00 00 00"),
-        QStringLiteral("-- connection closed")};
+        QStringLiteral("-- connection closed"),
+        connected,
+        QStringLiteral("-- %1 closed the connection").arg(c.peer.name())};
     QCOMPARE(lines.size(), wanted.size());
     for (int i = 0; i < lines.size(); ++i) {
         QVERIFY(QTime::fromString(lines.at(i).left(12), QStringLiteral("HH:mm:ss.zzz")).isValid());

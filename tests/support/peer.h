@@ -4,6 +4,7 @@
 #include <QByteArray>
 #include <QtTest>
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <chrono>
 #include <netinet/in.h>
@@ -12,7 +13,7 @@
 #include <unistd.h>
 
 /// A device that the test plays by hand, on a loopback port that is free: it accepts, sends what it is told
-/// to, at the times it is told to, and hangs up in either way.
+/// to, at the times it is told to, and hangs up in either way. It waits for nothing longer than a minute.
 class Peer
 {
 public:
@@ -25,12 +26,12 @@ public:
                    ::listen(m_listener, backlog) == 0 &&
                    ::getsockname(m_listener, generic(address), &length) == 0;
         m_port = ntohs(address.sin_port);
+        limitWaits(m_listener);
     }
 
     ~Peer()
     {
-        if (m_later.joinable())
-            m_later.join();
+        join();
         finish();
         stopListening();
     }
@@ -42,6 +43,7 @@ public:
     {
         finish();
         m_connection = m_usable ? ::accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC) : -1;
+        limitWaits(m_connection);
         return m_connection >= 0;
     }
 
@@ -60,6 +62,13 @@ public:
         m_later = std::thread(action);
     }
 
+    /// Waits for what later() does.
+    void join()
+    {
+        if (m_later.joinable())
+            m_later.join();
+    }
+
     static void pause(int milliseconds)
     {
         std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
@@ -69,7 +78,7 @@ public:
     {
         QByteArray bytes(length, '\0');
         const ssize_t got = ::recv(m_connection, bytes.data(), static_cast<std::size_t>(length), MSG_WAITALL);
-        return bytes.left(static_cast<int>(got));
+        return bytes.left(std::max(static_cast<int>(got), 0));
     }
 
     /// Closes the connection in good order.
@@ -105,6 +114,12 @@ public:
     }
 
 private:
+    static void limitWaits(int socket)
+    {
+        const timeval limit = {60, 0};
+        ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+    }
+
     static sockaddr_in loopback(quint16 port)
     {
         sockaddr_in address{};
