@@ -11,18 +11,18 @@ struct FaultText
 };
 
 constexpr std::array<FaultText, FaultKindCount> FaultTexts = {{
-    {"late", "the reply comes later, see --late-ms"},
+    {"late", "the reply comes late, see --late-ms"},
     {"drop", "no reply"},
     {"silent", "no reply; nothing is executed"},
     {"truncate", "the first half of the reply, then silence"},
-    {"tid", "the transaction identifier is that of the request before"},
+    {"tid", "the transaction identifier is the previous request's"},
     {"unit", "the unit identifier is one too high"},
     {"protocol", "the protocol identifier is 1"},
     {"length", "the header's length field is one too high"},
     {"function", "the function code is one too high"},
     {"reset", "half of the reply, then the connection is reset"},
-    {"rubbish", "up to 16 bytes of rubbish directly ahead of the reply"},
-    {"double", "the reply comes twice in one piece"},
+    {"rubbish", "up to 16 bytes of rubbish right before the reply"},
+    {"double", "the reply comes twice, in one piece"},
     {"drip", "the reply comes one byte at a time, 1 ms apart"},
     {"exception", "exception 6 (device busy); nothing is executed"},
     {"refuse", "all connections are closed and new ones refused, see\n--refuse-ms; nothing is executed"},

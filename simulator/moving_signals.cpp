@@ -113,8 +113,8 @@ const std::vector<MovingSignal>& movingSignals()
         {hr, 4, 2, "sine, 20 s, -1 to 1, IEEE 754 single, low word in HR4", floatSine},
         {di, 1, 1, "blinks once a second", [](double t) { return firstHalf(t, 1); }},
         {di, 2, 1, "on while IR5 is 10000", [](double t) { return firstHalf(t, 10); }},
-        {di, 3, 8, "a light that runs on every half second", [](double t) { return 1u << steps(t, 2) % 8; }},
-        {coil, 1, 1, "blinks once in two seconds", [](double t) { return firstHalf(t, 2); }},
+        {di, 3, 8, "a running light, a step every 0.5 s", [](double t) { return 1u << steps(t, 2) % 8; }},
+        {coil, 1, 1, "blinks every two seconds", [](double t) { return firstHalf(t, 2); }},
         {coil, 2, 8, "the low eight bits of IR1, lowest in DO2", [](double t) { return steps(t, 1); }},
     };
     return signals;

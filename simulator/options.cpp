@@ -98,19 +98,19 @@ static void addCells(CLI::App& app, Options& options)
         app.add_option("--image", options.imageFile, "Load the cells from FILE (see below); the others are 0")
             ->option_text("FILE");
     app.add_flag("--only-image", options.onlyImage,
-                 "Serve no other cells and stations than those of the\nimage: exception 2, and no reply")
+                 "Serve only the image's cells (else exception 2) and\nstations (else no reply)")
         ->option_text(" ") // hides what it needs
         ->needs(image);
     app.add_flag("--moving", options.moving, "Let some cells change with time (see below)");
     const auto serve = [&options](const std::string& text) { addServed(options.served, text); };
     addRepeatable(app, "--serve", serve,
-                  "The cells that an area has, like HR=1-200; exception 2\n"
-                  "for any other; repeatable (default: all of each area)")
+                  "Cells that an area has, like HR=1-200; exception 2 for\n"
+                  "any other; repeatable (default: all of each area)")
         ->option_text("AREA=N-N");
     const auto stations = [&options](const std::string& text) { options.stations = parseStations(text); };
     app.add_option_function<std::string>("--stations", stations,
-                                         "Unit identifiers that are answered, like 1,5-7; no\n"
-                                         "reply to any other (default: all)")
+                                         "Unit identifiers to answer, like 1,5-7; no reply to\n"
+                                         "any other (default: all)")
         ->option_text("LIST");
 }
 
@@ -121,7 +121,7 @@ static void addFaults(CLI::App& app, Options& options)
         addRepeatable(app, "--fault", fault, "Make faults of this KIND (see below); repeatable")
             ->option_text("KIND");
     CLI::Option* every = addNumber(app, "--fault-every", options.faults.every, 1, 1000000000,
-                                   "Each Nth request gets a fault, the kinds in turn\n(default: 10)")
+                                   "Every Nth request gets a fault, the kinds in turn\n(default: 10)")
                              ->needs(faults);
     const auto rate = [&options](const std::string& text) { options.faults.rate = parseRate(text); };
     app.add_option_function<std::string>("--fault-rate", rate,
@@ -131,8 +131,8 @@ static void addFaults(CLI::App& app, Options& options)
         ->needs(faults)
         ->excludes(every);
     addNumber(app, "--seed", options.faults.seed, 0, UINT32_MAX,
-              "Of all that is random: the same seed makes the same\n"
-              "faults (default: 1)")
+              "Seed of the random numbers: the same seed makes the\n"
+              "same faults (default: 1)")
         ->needs(faults);
     addNumber(app, "--late-ms", options.lateMs, 0, LongestPauseMs, "How late a late reply is (default: 200)");
     addNumber(app, "--refuse-ms", options.refuseMs, 0, LongestPauseMs,
@@ -154,7 +154,7 @@ static void addOptions(CLI::App& app, Options& options)
         ->option_text("[FILE]")
         ->expected(0, 1);
     app.add_flag("--stats", options.stats,
-                 "Write one line with the counts of requests and faults\nat the end");
+                 "At the end, print one line with the numbers of\nrequests and faults");
     app.set_help_flag("-h,--help", "Print this help and exit");
     app.set_version_flag("--version", std::string("slavesim ") + SLAVESIM_VERSION,
                          "Print the version and exit");
@@ -190,47 +190,47 @@ static std::string explanations()
 {
     return "Cells:\n"
            "  Each of the four areas has 65536 cells, numbered from 1: HR1 is the holding\n"
-           "  register with the Modbus address 0. Without --image a cell tells its number:\n" +
+           "  register with the Modbus address 0. Without --image the cell number n decides:\n" +
            row("HR n", "n mod 65536") + row("IR n", "65535 - (n mod 65536)") +
-           row("DO n", "on where 3 divides n") + row("DI n", "on where 5 divides n") +
+           row("DO n", "on if 3 divides n") + row("DI n", "on if 5 divides n") +
            "\nImage file:\n"
-           "  A line for each value: ADDRESS VALUE, also with = or a comma between the two.\n"
-           "  A cell that is on no line is 0; of two lines for one cell the later holds.\n"
+           "  One line for each value: ADDRESS VALUE, or = or a comma between the two.\n"
+           "  Cells on no line are 0; if two lines name the same cell, the later one counts.\n"
            "    HR100 0x1234          a register takes -32768 to 65535, decimal or 0x\n"
            "                          hexadecimal\n"
            "    DO5 on                a bit takes 0, 1, off, on, false or true\n"
-           "    HR20.3 on             a bit of a register, 0 to 15, 0 being the least\n"
+           "    HR20.3 on             a bit of a register, 0 to 15; bit 0 is the least\n"
            "                          significant\n"
            "    HR5:float32 20.5      a type: int16, uint16, int32, uint32, int64, uint64,\n"
            "                          float32 or float64; the lowest register, HR5, has the\n"
            "                          lowest word\n"
            "    HR5SW:float32 20.5    the same with the highest word in HR5\n"
-           "    3-IR7:int32 = -5      for station 3 alone; without a station for all\n"
-           "  Lines of area,number,value are taken too, like HR,100,0x1234. Blank lines,\n"
-           "  what follows a #, and headings (a first field area or address) say nothing.\n"
+           "    3-IR7:int32 = -5      for station 3 only; without a station, for all\n"
+           "  Lines like HR,100,0x1234 (area,number,value) work too. Blank lines, text after\n"
+           "  a # and headings (lines with area or address in the first field) are ignored.\n"
            "\nMoving cells:\n" +
            movingRows() +
-           "  A value that is written to one of them lasts until the next request.\n"
+           "  A value written to one of them lasts until the next request.\n"
            "\nControl:\n"
            "  With --control each line on standard input changes what is served, from the\n"
-           "  next request on. At its end slavesim goes on as it is.\n"
+           "  next request on. When the input ends, slavesim keeps running as it is.\n"
            "    HR10 42               any line that an image file may have\n"
-           "    fault silent          every request gets this fault; of several kinds, one\n"
-           "                          after the other\n"
+           "    fault silent          every request gets this fault; several kinds take\n"
+           "                          turns\n"
            "    fault none            no more faults\n"
            "\nLog:\n"
            "    16:04:05.123 127.0.0.1:40123 station 3 read HR1..HR2 -> 2 registers: 7 0\n"
            "    16:04:05.130 127.0.0.1:40123 station 3 write DO5 = 1 -> done (fault: late)\n"
-           "  Up to eight values are shown. Lines that cannot be written, since the disk is\n"
-           "  full or nobody reads them, are lost, and slavesim goes on.\n"
+           "  A line shows up to eight values. Lines that cannot be written, because the\n"
+           "  disk is full or nobody reads them, are lost, and slavesim goes on.\n"
            "\nKinds of faults:\n" +
            faultRows() +
-           "  Where nothing else is said, the request is executed and only the answer spoilt:\n"
-           "  the values of a write have been written.\n"
-           "\nWhen it is ready it prints one line, \"slavesim: listening on 127.0.0.1:40123\".\n"
-           "It serves up to 256 clients at once; when one more comes, the one that has been\n"
-           "silent for longest is closed, and so is what does not speak Modbus TCP. SIGTERM\n"
-           "and SIGINT end it.\n"
+           "  Unless stated otherwise, the request is executed and only the reply is spoilt:\n"
+           "  a write has written its values.\n"
+           "\nWhen ready, it prints one line, \"slavesim: listening on 127.0.0.1:40123\".\n"
+           "It serves up to 256 clients at once; if one more connects, the client that has\n"
+           "been silent for the longest is disconnected. So is a client that does not speak\n"
+           "Modbus TCP. SIGTERM and SIGINT end slavesim.\n"
            "Exit status: 0 ended by a signal, 2 could not start.\n";
 }
 
