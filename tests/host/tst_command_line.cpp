@@ -10,7 +10,7 @@
 #include <elf.h>
 #include <sys/stat.h>
 
-/// driverhost as a user sees it, run inside the test: what it prints, and its exit status.
+/// driverhost as a user sees it, run inside the test: its output and its exit status.
 struct Run
 {
     explicit Run(const QString& commandLine) : Run(commandLine.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {}
@@ -72,7 +72,7 @@ void tst_command_line::cleanupTestCase()
     QDir(QCoreApplication::applicationDirPath() + QStringLiteral("/compile")).removeRecursively();
 }
 
-// Everything here must be refused before a connection is tried: the device would refuse it with status 1.
+// All of this must be refused before a connection is tried, which the device would refuse with status 1.
 void tst_command_line::wrong_data()
 {
     QTest::addColumn<QString>("error");
@@ -255,10 +255,10 @@ void tst_command_line::tagFile()
                 .err.contains(QLatin1String("/nonexistent/tags")));
 }
 
-// One command through the real driver, answered by hand.
+// One command through the real driver, answered by the test.
 void tst_command_line::readAndWrite_data()
 {
-    QTest::addColumn<QByteArray>("request"); ///< behind the transaction and protocol identifiers
+    QTest::addColumn<QByteArray>("request"); ///< after the transaction and protocol identifiers
     QTest::addColumn<QByteArray>("reply");
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("values");

@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-/// Files that replace others in folders where somebody else may write too.
+/// Files that replace others in folders where another user may write too.
 class tst_new_file : public QObject
 {
     Q_OBJECT
@@ -149,7 +149,7 @@ void tst_new_file::oldFileStays()
         QVERIFY(file.write("new"));
         const QStringList now = files();
         QCOMPARE(now.size(), 2);
-        QCOMPARE(statusOf(name(qPrintable(now.last()))).st_mode & 0777, 0600u); // whatever the mask is
+        QCOMPARE(statusOf(name(qPrintable(now.last()))).st_mode & 0777, 0600u); // whatever the umask is
         QCOMPARE(contents("old"), QByteArray("old"));
     }
     QCOMPARE(files(), QStringList(QStringLiteral("old")));

@@ -65,7 +65,7 @@ private:
 void tst_record::recorderStarts_data()
 {
     QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after"); // one row was appended; empty: refused
+    QTest::addColumn<QByteArray>("after"); // after one row was appended; empty: refused
     QTest::newRow("new") << QByteArray() << QByteArray("time,HR1\n2,2\n");
     QTest::newRow("continued") << QByteArray("time,HR1\n1,1\n") << QByteArray("time,HR1\n1,1\n2,2\n");
     QTest::newRow("torn") << QByteArray("time,HR1\n1,1\n1,") << QByteArray("time,HR1\n1,1\n2,2\n");
@@ -90,7 +90,7 @@ void tst_record::recorderStarts()
         recorder->append("2,2\n");
     else
         QVERIFY2(error.contains(file), qPrintable(error));
-    QCOMPARE(contentsOf(file), after.isEmpty() ? before : after); // with the system before the recorder ends
+    QCOMPARE(contentsOf(file), after.isEmpty() ? before : after); // written before the recorder ends
 }
 
 void tst_record::recorderCountsWhatIsLost()
@@ -192,7 +192,7 @@ void tst_record::selections()
           "result");
 }
 
-// As seconds since 1970; -1 is no moment.
+// In seconds since 1970; -1 means no moment.
 void tst_record::moments_data()
 {
     QTest::addColumn<double>("seconds");
@@ -218,8 +218,8 @@ void tst_record::moments()
     QTEST(moment ? moment->seconds(QDate(1970, 1, 11)) : -1, "seconds");
 }
 
-// A peak and a hole of one sample each among a hundred thousand are in the curve, which is short; a pause far
-// longer than the rest is not drawn over.
+// A peak and a hole of one sample each among a hundred thousand appear in the curve, which is short; the
+// curve does not cross a pause far longer than the rest.
 void tst_record::curvesKeepPeaks()
 {
     Curve curve;
@@ -261,7 +261,7 @@ void tst_record::timeAxes_data()
         QTest::newRow(name) << seconds << QString::fromLatin1(axis);
 }
 
-// On an axis that has room for 100 characters.
+// On an axis with room for 100 characters.
 void tst_record::timeAxes()
 {
     QFETCH(int, seconds);

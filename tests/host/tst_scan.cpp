@@ -17,14 +17,14 @@ bool holds(const QVector<int>& numbers, int first, int count)
     return true;
 }
 
-/// A device that serves some elements, says nothing about some others, and keeps count.
+/// A device that serves some elements, stays silent about others, and counts requests.
 struct Device
 {
     QVector<int> served;
     QVector<int> silent;
     int mostInRequest = scan::largestNumber;
     int exceptionCode = 2;
-    int stopAfter = -1; ///< requests until the user has enough
+    int stopAfter = -1; ///< requests until the user stops the scan
     int requests = 0;
     int elementsAsked = 0;
 
@@ -114,7 +114,7 @@ void tst_scan::area_data()
     row("", {1, 125, 125, 1}, "1-125 02", 156);
     row("65536", {65530, 65536, 125, 1}, "65530-65535 02, 65536 ok", 8);
     row("9", {9, 9, 2000, 1}, "9 ok", 1);
-    // Coarse: borders are exact all the same, islands may be overlooked.
+    // Coarse: borders are still exact, islands may be missed.
     row("1-200", {1, 1000, 125, 16}, "1-200 ok, 201-1000 02", 130);
     row("300-777", {1, 1000, 125, 16}, "1-299 02, 300-777 ok, 778-1000 02", 90);
     row("500", {1, 1000, 125, 16}, "1-1000 02", 120);
@@ -146,7 +146,7 @@ void tst_scan::settledElementsAddUp()
     QCOMPARE(settled, 400);
 }
 
-// A station that carries less than the standard allows is asked for too much once, not each time.
+// A station that carries less than the standard allows gets a request that is too large once, not each time.
 void tst_scan::smallerRequests()
 {
     Device device;
@@ -197,13 +197,13 @@ void tst_scan::interrupted()
 
 namespace {
 
-/// Stations 1 and 3 are there; 1 serves HR 1 to 10 and answers IR with an exception, 3 answers nothing but
-/// the first request. All others are silent.
+/// Stations 1 and 3 exist. Station 1 serves HR 1 to 10 and answers IR with an exception; station 3 answers
+/// only the first request. All others are silent.
 struct TwoStations : scan::Requester
 {
     QStringList asked;
     bool isUnreachable = false;
-    int silences = 0; ///< of station 1 before it answers each request
+    int silences = 0; ///< how often station 1 stays silent before it answers
 
     Answer ask(const scan::Request& request) override
     {
@@ -290,7 +290,7 @@ void tst_scan::retries()
 // The texts that the page on errors lists in the first cells of its tables, and no others.
 void tst_scan::answers_data()
 {
-    QTest::addColumn<int>("code"); ///< of what counts as an answer of the device; 0: silence
+    QTest::addColumn<int>("code"); ///< of a text that counts as an answer of the device; 0: silence
     const QStringList refusals = {QStringLiteral("exception code:01"), QStringLiteral("exception code:02"),
                                   QStringLiteral("exception code:03"), QStringLiteral("exception code:04")};
     QFile page(QStringLiteral(ERRORS_PAGE));
@@ -353,7 +353,7 @@ void tst_scan::progress()
     {
         ProgressBar bar(err, 60);
         bar.show(QStringLiteral("HR"), 1, 2);
-        bar.show(QStringLiteral("HR"), 2, 2); // too soon to be drawn
+        bar.show(QStringLiteral("HR"), 2, 2); // too early to be drawn
     }
     QCOMPARE(screen.count(QLatin1Char('\r')), 3);
     QVERIFY(screen.endsWith(QLatin1Char('\r') + QString(59, QLatin1Char(' ')) + QLatin1Char('\r')));

@@ -21,7 +21,7 @@ private slots:
 
 namespace {
 
-/// "1:a|b 2:c" for two rows, "3!problem" for a row that is no CSV.
+/// "1:a|b 2:c" for two rows, "3!problem" for a row that is not valid CSV.
 QString rowsOf(const QByteArray& text)
 {
     QBuffer file;
@@ -104,7 +104,7 @@ void tst_tags::csv()
     QTEST(rowsOf(text), "rows");
 }
 
-// The reader takes 65536 bytes at once; the row's end, a quote pair and CRLF are moved over that border.
+// The reader takes 65536 bytes at once; the row's end, a quote pair and CRLF are moved across that border.
 void tst_tags::csvOverTheEndOfABuffer()
 {
     for (int filler = 65520; filler < 65540; ++filler) {

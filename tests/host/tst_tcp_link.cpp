@@ -31,8 +31,8 @@ int writeTo(TcpLink& link, const QByteArray& bytes)
     return link.writeData(bytes.constData(), bytes.size());
 }
 
-/// What the device does, told by verbs: hexadecimal bytes are sent, "fin" and "rst" hang up, "deaf" accepts
-/// nobody any more. After each of them it waits a moment.
+/// What the device does, one verb after the other: hexadecimal bytes are sent, "fin" and "rst" close and
+/// reset the connection, "deaf" accepts no more connections. It pauses a moment after each.
 void play(Peer& peer, const char* script)
 {
     const QByteArrayList verbs = QByteArray(script).split(' ');
@@ -49,7 +49,7 @@ void play(Peer& peer, const char* script)
     }
 }
 
-/// A link that is connected to a peer, and both of them ready for a request.
+/// A link connected to a peer, both ready for a request.
 struct Connection
 {
     explicit Connection(int timeout = timeoutMs)
@@ -58,7 +58,7 @@ struct Connection
         ready = link.open() && peer.accept();
     }
 
-    /// The device answers a request, with more behind the answer; the driver takes the answer.
+    /// The device answers a request, with more bytes after the answer; the driver reads the answer.
     bool exchange(const QByteArray& answer = reply, const QByteArray& more = QByteArray())
     {
         if (writeTo(link, request) != request.size() || peer.receive(request.size()) != request)
@@ -125,7 +125,7 @@ private slots:
     void trace();
 };
 
-// The driver reads 9 bytes, then 4; so many of them have come by then.
+// The driver reads 9 bytes, then 4; this many of them have come by then.
 static const struct
 {
     const char* script;
@@ -201,12 +201,12 @@ void tst_tcp_link::deadlineIsForTheWholeCall()
     QVERIFY(!got.isEmpty() && got.size() < 9);
 }
 
-// What the device does between its reply and the next request. The driver asks for the connection before the
-// first request of an attempt only.
+// What the device does between its reply and the next request. The driver asks for the connection only before
+// the first request of an attempt.
 static const struct
 {
     const char* name;
-    QByteArray withTheReply; ///< comes in one piece with it
+    QByteArray withTheReply; ///< comes in one piece with the reply
     QByteArray script;
     bool asks;
     const char* error; ///< of the next request; empty: it goes out
@@ -257,7 +257,7 @@ void tst_tcp_link::betweenRequests()
     QCOMPARE(readFrom(c.link, otherReply.size()), isDeaf ? QByteArray() : otherReply);
 }
 
-// It takes its time to close. The link gets to know it by the first request that is lost.
+// The device is slow to close. The link learns of it from the first request that is lost.
 void tst_tcp_link::closesAfterEachReply()
 {
     constexpr int exchanges = 4;
@@ -280,7 +280,7 @@ void tst_tcp_link::closesAfterEachReply()
         QCOMPARE(writeTo(c.link, request), request.size());
         QCOMPARE(readFrom(c.link, reply.size()), reply);
     }
-    QCOMPARE(writeTo(c.link, request), request.size()); // now it has stayed
+    QCOMPARE(writeTo(c.link, request), request.size()); // now it has stayed open
     QCOMPARE(readFrom(c.link, otherReply.size()), otherReply);
     QCOMPARE(c.link.connectionsMade(), 1 + exchanges);
 }
@@ -347,7 +347,7 @@ void tst_tcp_link::everyAddressOfANameIsTried()
     QVERIFY2(link.open(), qPrintable(link.errorString()));
 }
 
-/// Clients that fill the queue of a listener: further connections get no answer.
+/// Clients that fill the queue of a listener, so that further connections get no answer.
 class Crowd
 {
 public:
@@ -368,7 +368,7 @@ private:
     int m_clients[4];
 };
 
-// More than the buffers of both sockets take at once.
+// More than the buffers of both sockets hold.
 void tst_tcp_link::partlyTakenRequest()
 {
     const Signals disturber;
@@ -427,7 +427,7 @@ void tst_tcp_link::waitsEnd()
     QVERIFY(!stopped || (!link.open() && link.errorString() == QLatin1String("interrupted")));
 }
 
-// What a driver asks the link for: s deviceSetting, d commandDelay, c isConnected, o open, r retryCount.
+// What a driver calls on the link: s deviceSetting, d commandDelay, c isConnected, o open, r retryCount.
 void tst_tcp_link::attempts_data()
 {
     QTest::addColumn<QByteArray>("calls");

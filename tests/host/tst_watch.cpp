@@ -49,7 +49,8 @@ private slots:
     void ages();
 };
 
-// Slots of 100 ms; a poll that begins in its slot takes so long. The next slot, and those missed, by hand.
+// Slots of 100 ms; a poll that begins in its slot takes this long. The next slot and the missed ones, worked
+// out by hand.
 void tst_watch::schedule_data()
 {
     QTest::addColumn<int>("next");
@@ -206,7 +207,7 @@ void tst_watch::tags()
     QTEST(commands.join(QLatin1Char(' ')), "commands");
 }
 
-// Whatever the window, nothing runs over its edges, and the title is there as soon as there is a line.
+// Whatever the window's size, nothing goes past its edges, and the title is there as soon as there is a line.
 void tst_watch::everyScreenSize()
 {
     QString error;

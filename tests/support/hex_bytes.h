@@ -3,7 +3,7 @@
 
 #include <QByteArray>
 
-/// Bytes written as hexadecimal text with blanks where they help the reader.
+/// Bytes from hexadecimal text; blanks are allowed.
 inline QByteArray hex(const QByteArray& text)
 {
     return QByteArray::fromHex(text);
@@ -14,7 +14,7 @@ inline const unsigned char* bytesOf(const QByteArray& bytes)
     return reinterpret_cast<const unsigned char*>(bytes.constData());
 }
 
-/// Bytes that differ from run to run of the loop around it, but not from run to run of the test.
+/// Bytes that differ with each call but are the same in every run of the test.
 inline QByteArray someBytes(int size)
 {
     QByteArray bytes;

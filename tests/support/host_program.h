@@ -14,11 +14,11 @@
 /// One run of a program.
 struct ProgramRun
 {
-    int status; ///< -1: it crashed or did not end
+    int status; ///< -1: it crashed or did not finish
     QString out;
     QString err;
 
-    /// The objects of --format json, one on each line.
+    /// The objects of --format json, one per line.
     QVector<QJsonObject> json() const
     {
         QVector<QJsonObject> objects;
@@ -28,12 +28,12 @@ struct ProgramRun
     }
 };
 
-/// A copy of driverhost in a folder of its own, since what lies beside it is its project. It runs in that
-/// folder.
+/// A copy of driverhost in a folder of its own, because the project that it uses is the one next to it. It
+/// runs in that folder.
 class HostProgram
 {
 public:
-    /// False when the copy failed.
+    /// False if the copy failed.
     bool install()
     {
         return QFile::copy(QStringLiteral(DRIVERHOST_FILE), file()) &&
@@ -63,7 +63,7 @@ public:
         return shell(QStringLiteral("exec ./driverhost ") + arguments);
     }
 
-    /// The same through a shell, for limits and redirections.
+    /// The same through a shell, which allows limits and redirections.
     ProgramRun shell(const QString& command)
     {
         start(command);
@@ -78,10 +78,10 @@ public:
         m_process.waitForStarted(waitMs);
     }
 
-    /// Interrupts what start() started with Ctrl-C's signal.
+    /// Sends Ctrl-C's signal to what start() started.
     void interrupt() { ::kill(static_cast<pid_t>(m_process.processId()), SIGINT); }
 
-    /// Until the program has written this on stderr.
+    /// Waits until the program has written this on stderr.
     bool waitForError(const char* text)
     {
         QElapsedTimer timer;

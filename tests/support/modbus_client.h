@@ -10,11 +10,11 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-/// A bare TCP client that sends what it is given and shows what comes back, byte for byte.
+/// A plain TCP client that sends the given bytes and shows what comes back, byte for byte.
 class ModbusClient
 {
 public:
-    /// Connects to a port of 127.0.0.1; connectError() is 0 when that worked, else the errno.
+    /// Connects to a port of 127.0.0.1; connectError() is 0 on success, else the errno.
     explicit ModbusClient(quint16 port) : m_socket(::socket(AF_INET, SOCK_STREAM, 0))
     {
         sockaddr_in address = {};
@@ -37,8 +37,8 @@ public:
         ::send(m_socket, bytes.constData(), static_cast<size_t>(bytes.size()), MSG_NOSIGNAL);
     }
 
-    /// What the next recv() gives, as hexadecimal text: "" when nothing comes for so long, "end" when the
-    /// peer has closed the connection, "reset" when it has reset it.
+    /// The result of the next recv() as hexadecimal text: "" if nothing comes in this time, "end" if the peer
+    /// has closed the connection, "reset" if it has reset it.
     QByteArray receive(int milliseconds)
     {
         pollfd wait = {m_socket, POLLIN, 0};

@@ -4,7 +4,7 @@
 #include <QByteArray>
 #include <QFile>
 
-/// How far the memory of the process has risen at its highest since this object was made.
+/// How much the peak memory of the process has grown since this object was made.
 class PeakMemory
 {
 public:

@@ -12,8 +12,8 @@
 #include <thread>
 #include <unistd.h>
 
-/// A device that the test plays by hand, on a loopback port that is free: it accepts, sends what it is told
-/// to, at the times it is told to, and hangs up in either way. It waits for nothing longer than a minute.
+/// A device played by the test, on a free loopback port: it accepts connections, sends what it is told to,
+/// when it is told to, and closes or resets them. It never waits longer than a minute.
 class Peer
 {
 public:
@@ -47,7 +47,7 @@ public:
         return m_connection >= 0;
     }
 
-    /// Sends as much as the other side takes; it may have hung up.
+    /// Sends as much as the other side takes, which may have closed the connection.
     void send(const QByteArray& bytes) const
     {
         const ssize_t sent =
@@ -55,14 +55,14 @@ public:
         Q_UNUSED(sent)
     }
 
-    /// Does something on a thread of its own; the peer's end waits for it.
+    /// Runs an action on a thread of its own; the peer's destructor waits for it.
     template<class Action>
     void later(Action action)
     {
         m_later = std::thread(action);
     }
 
-    /// Waits for what later() does.
+    /// Waits until the action of later() has finished.
     void join()
     {
         if (m_later.joinable())
@@ -81,7 +81,7 @@ public:
         return bytes.left(std::max(static_cast<int>(got), 0));
     }
 
-    /// Closes the connection in good order.
+    /// Closes the connection normally.
     void finish()
     {
         if (m_connection >= 0)
@@ -89,7 +89,7 @@ public:
         m_connection = -1;
     }
 
-    /// Breaks the connection off.
+    /// Resets the connection.
     void reset()
     {
         const linger atOnce = {1, 0};

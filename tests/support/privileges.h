@@ -5,7 +5,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-/// For as long as it lives, file permissions count for this thread even if it is root's.
+/// While it exists, file permissions apply to this thread even if it is root's.
 class WithoutPrivileges
 {
 public:

@@ -10,7 +10,7 @@
 #include <QStringList>
 #include <QVariant>
 
-/// The HMI project beside the test program, where the driver looks for it.
+/// The HMI project next to the test program, where the driver looks for it.
 class ProjectFixture
 {
 public:
@@ -22,7 +22,7 @@ public:
         return QDir(QCoreApplication::applicationDirPath()).absoluteFilePath(place);
     }
 
-    /// Takes away whatever project files and folders there are.
+    /// Removes all project files and folders.
     static void clear()
     {
         QDir home(QCoreApplication::applicationDirPath());
@@ -35,7 +35,7 @@ public:
         }
     }
 
-    /// Makes a project at place whose link 1 has the given default stations and tags.
+    /// Makes a project at place; its link 1 has the given default stations and tags.
     static bool create(const QString& place, const QStringList& tags,
                        const QList<int>& defaultStations = QList<int>() << 1)
     {
@@ -67,7 +67,7 @@ public:
             database.setDatabaseName(path(place));
             done = database.open();
             QSqlQuery query(database);
-            query.exec(QLatin1String("PRAGMA page_size = 4096")); // of a new file, whichever SQLite makes it
+            query.exec(QLatin1String("PRAGMA page_size = 4096")); // whatever SQLite's default is
             done = done && database.transaction();
             for (int i = 0; done && i < statements.size(); ++i)
                 done = query.exec(statements.at(i));

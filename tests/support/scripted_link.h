@@ -12,8 +12,8 @@
 #include <algorithm>
 #include <cstring>
 
-/// A link in memory. Tests queue what the device answers to each request, then look at what was sent and
-/// which operations were called in which order.
+/// A link in memory. Tests queue what the device answers to each request, then check what was sent and which
+/// operations were called in which order.
 class ScriptedLink : public AbstractDeviceInterface
 {
 public:
@@ -25,7 +25,7 @@ public:
     }
 
     /// Queues the answer to the next request that has none yet: hexadecimal text in which "TTTT" stands for
-    /// the transaction identifier of that request. An empty text is a device that stays silent.
+    /// the transaction identifier of that request. An empty text means that the device stays silent.
     ScriptedLink& answers(const char* frame)
     {
         m_replies.append(frame);
@@ -109,7 +109,7 @@ public:
     int takes;  ///< bytes that writeData accepts at most; -1 for all
     int closes;
     int opened;
-    int waits; ///< questions for the command delay
+    int waits; ///< calls of commandDelay()
     DeviceSetting setting;
     QList<QByteArray> sent;
     QStringList calls;

@@ -8,14 +8,14 @@
 
 #include <unistd.h>
 
-/// A running slavesim for one test, on a port of 127.0.0.1 that was free. Stopped at its end.
+/// A running slavesim for one test, on a free port of 127.0.0.1. Its destructor stops it.
 class SlaveProcess
 {
 public:
     ~SlaveProcess() { stop(); }
 
-    /// Starts slavesim with these options besides --port and waits until it accepts connections. False when
-    /// it ends before that; problem() says what it wrote.
+    /// Starts slavesim with these options and --port, and waits until it accepts connections. False if it
+    /// ends before that; problem() says what it wrote.
     bool start(const QStringList& options = {}) { return launch(options, 0); }
 
     /// The same after a line of bash in the process that becomes slavesim: limits, redirections.
@@ -32,8 +32,8 @@ public:
         return launch(m_lastOptions, m_lastPort);
     }
 
-    /// Ends it as an operating system does at shutdown (SIGTERM). Its exit status; -1 when it did not run,
-    /// crashed, or did not end by itself. output() and problem() are complete then.
+    /// Ends it as an operating system does at shutdown (SIGTERM). Returns its exit status; -1 if it did not
+    /// run, crashed, or did not end by itself. output() and problem() are then complete.
     int stop()
     {
         if (m_process.state() == QProcess::NotRunning)
@@ -48,14 +48,14 @@ public:
         return ended && m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
     }
 
-    /// Stops it in the middle of whatever it does, without closing anything itself (SIGKILL).
+    /// Kills it in the middle of whatever it does, so that it cannot close anything itself (SIGKILL).
     void kill()
     {
         m_process.kill();
         m_process.waitForFinished();
     }
 
-    /// Gives it lines on standard input, and ends that input.
+    /// Writes lines to its standard input, and ends that input.
     void write(const QByteArray& lines)
     {
         m_process.write(lines);

@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
 # completion.bash DRIVERHOST SCRIPT SLAVESIM SCRIPT: sources the completion scripts and compares what they offer for
-# command lines, the last word being the one that is completed. Words are separated by blanks, "_" is an empty one.
+# command lines whose last word is being completed. Words are separated by blanks; "_" is an empty word.
 set -uo pipefail
 driverhost=$1
 declare -A program=([driverhost]=$1 [slavesim]=$3)
-tool=driverhost # the one that is tried
+tool=driverhost # the one under test
 # shellcheck source=/dev/null
 source "$2"
 # shellcheck source=/dev/null
@@ -14,7 +14,7 @@ touch tags.csv watch.csv
 
 failures=0
 
-# offers LINE EXPECTED: the words after the tool's name in LINE, and all that must be offered, in any order.
+# offers LINE EXPECTED: the words after the tool's name in LINE, and everything that must be offered, in any order.
 offers() {
     local words found expected
     read -ra words <<<"$1"

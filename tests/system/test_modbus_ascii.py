@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The example driver in driverhost, on a device whose frames are pymodbus's.
+"""The example driver in driverhost, against a device whose frames come from pymodbus.
 
 The programs come from the environment: DRIVERHOST and PLUGIN."""
 
@@ -20,12 +20,12 @@ from device import Device  # noqa: E402
 
 
 def framed(message):
-    """The frame of a message in hexadecimal digits, with a good check byte."""
+    """The frame of a message in hexadecimal digits, with a valid check byte."""
     check = -sum(bytes.fromhex(message)) % 256
     return b":" + message.upper().encode() + b"%02X\r\n" % check
 
 
-# To a read of HR1 and HR2, whose good reply is ":01030400010002F5\r\n": what comes in its place, what the driver says.
+# Replies in place of the good one to a read of HR1 and HR2, ":01030400010002F5\r\n", and what the driver says to them.
 SHORT = "only {} of {} bytes came from"
 NO_FRAME = "invalid response"
 OTHER_REPLY = "the response is not one to the request"
@@ -107,7 +107,7 @@ class ModbusAscii(unittest.TestCase):
                 self.assertEqual(self.device.registers(address, len(registers)), registers)
 
     def test_refusals(self):
-        """What no request can carry is not sent; what the device refuses has its exception code."""
+        """What no request can carry is not sent; what the device refuses gives its exception code."""
         refusal = "a command takes 1 to 125 registers (123 to write) of HR1 to HR65536"
         for command, text, requests in [
             ("read HR1 --count 0", "read 0 word(s) from 1-HR1> " + refusal, 0),
@@ -128,8 +128,8 @@ class ModbusAscii(unittest.TestCase):
         self.assertIn("no answer from", self.one("--station 2 --retry 0 --timeout 300 read HR1")["error"])
 
     def check_fault(self, command, fault, text):
-        """The driver tells it. The next attempt does not suffer from it: it has a connection of its own, unless the
-        reply was a good one."""
+        """The driver reports it. The next attempt is not affected: it gets a new connection, unless the reply was
+        valid."""
         self.device.fault = fault
         command = f"--timeout {300 if text.startswith(WAITED) else 5000} {command}"
         self.assertIn(text, self.one("--retry 0 " + command).get("error", "").partition("> ")[2])
@@ -159,7 +159,7 @@ class ModbusAscii(unittest.TestCase):
         self.assertEqual(self.device.connections, 1)
 
     def test_project(self):
-        """The tags are polled, and the reads of bits are not planned for a driver that has none."""
+        """The tags are polled; no reads of bits are planned for a driver without bits."""
         with tempfile.TemporaryDirectory() as folder:
             host = shutil.copy(os.environ["DRIVERHOST"], folder)
             self.assertEqual(self.run_host("project create --tag HR1 --tag HR2 --tag 1-HR9", host).returncode, 0)
@@ -171,7 +171,7 @@ class ModbusAscii(unittest.TestCase):
         self.assertRegex(self.run_host("--retry 0 --trace read HR1").stdout, "<- 00 3a 30 31 30 33 ")
 
     def test_page(self):
-        """The page on the toolkit shows what is printed; the time of day and the port are others."""
+        """The page on the toolkit shows what is printed, except for the time of day and the port."""
         def same(text):
             return re.sub(r"(\d{4}-\d\d-\d\dT)?\d\d:\d\d:\d\d\.\d{3}|127\.0\.0\.1:\d+", "", text)
         page = os.path.join(os.path.dirname(__file__), "../../docs/toolkit.md")

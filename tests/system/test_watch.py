@@ -24,7 +24,7 @@ sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../../scripts"))
 from slave import Slave  # noqa: E402
 from terminal import Terminal  # noqa: E402
 
-CONSTANT = ["HR100", "IR100:word:2", "DO3:bit:2"]  # cells of slavesim that tell their numbers
+CONSTANT = ["HR100", "IR100:word:2", "DO3:bit:2"]  # cells of slavesim whose values follow from their numbers
 
 
 class Watch(unittest.TestCase):
@@ -180,7 +180,7 @@ class Watch(unittest.TestCase):
                 self.assertIn(trend, self.row(terminal, "HR5")[4])
 
     def screen_in_locale(self, locale, environment):
-        """env(1) sets what Terminal has settled for its program otherwise."""
+        """env(1) overrides what Terminal has set for its program."""
         terminal = Terminal(["/usr/bin/env", f"LC_ALL={locale}", self.host, "--device", self.slave.device, "watch",
                              "HR5", "--interval", "20"], 80, 24, environment)
         self.addCleanup(terminal.close)
@@ -209,7 +209,7 @@ class Watch(unittest.TestCase):
         file = self.path("continued.csv")
         self.watch("HR5", "--samples", "2", "--interval", "10", "--csv", file)
         with open(file, "a", encoding="utf-8") as record:
-            record.write("2026-11-2")  # the power went here
+            record.write("2026-11-2")  # the power failed here
         self.watch("HR5", "--samples", "1", "--csv", file)
         self.assertEqual([row["HR5"] for row in self.rows("continued.csv")], ["5"] * 3)
         before = self.bytes_of(file)
@@ -241,7 +241,7 @@ class Watch(unittest.TestCase):
         self.assertEqual(process.returncode, 130)
         self.assertEqual(len(self.rows("interrupted.csv")), len(lines))
 
-    # What the system does not give
+    # Limits of the system
 
     def limited(self, limit, *arguments):
         """One sample under a limit of bash's ulimit: exit status and text of the error."""
@@ -255,14 +255,14 @@ class Watch(unittest.TestCase):
                             "--samples", "1")
 
     def test_no_thread(self):
-        status, error = self.watch_limited("-s 200000000000")  # a stack that no address space has room for
+        status, error = self.watch_limited("-s 200000000000")  # a stack too large for any address space
         self.assertEqual(status, 1)
         self.assertRegex(error, "^error: the system gives no more: .+\n$")
 
     def test_no_descriptor_or_memory(self):
         limits = [f"-n {number}" for number in range(4, 10)]
         with open(self.host, "rb") as file:
-            if b"__asan" not in file.read():  # needs terabytes itself
+            if b"__asan" not in file.read():  # the sanitizer itself needs terabytes
                 limits += [f"-v {size}" for size in range(40000, 120000, 1000)]
         started = [limit for limit in limits if self.limited(limit, "--version")[0] == 0]
         outcomes = [self.watch_limited(limit) for limit in started]
@@ -275,7 +275,7 @@ class Watch(unittest.TestCase):
     SILENT_NAME_SERVER = """
 import fcntl, os, socket, struct, subprocess, sys
 silent = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
-fcntl.ioctl(silent, 0x8914, struct.pack("16sh14x", b"lo", 0x41))  # SIOCSIFFLAGS: the loopback comes up
+fcntl.ioctl(silent, 0x8914, struct.pack("16sh14x", b"lo", 0x41))  # SIOCSIFFLAGS: brings the loopback up
 silent.bind(("127.0.0.1", 53))
 watch = subprocess.Popen(sys.argv[1:], stdout=subprocess.PIPE)
 lines = [watch.stdout.readline() for _ in range(40)]

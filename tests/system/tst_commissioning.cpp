@@ -38,7 +38,7 @@ QStringList rangesOf(const ProgramRun& run)
 
 } // namespace
 
-/// scan, import, export, show and help as they run for a user, against slavesim.
+/// scan, import, export, show and help, run against slavesim as a user runs them.
 class tst_commissioning : public QObject
 {
     Q_OBJECT
@@ -177,7 +177,7 @@ void tst_commissioning::scanInterrupted_data()
                                << "1 HR 1-65536 not asked";
 }
 
-// The trace tells when the scan has begun.
+// The trace shows when the scan has begun.
 void tst_commissioning::scanInterrupted()
 {
     QFETCH(QString, options);
@@ -247,7 +247,7 @@ void tst_commissioning::importAndExport()
              3);
     QCOMPARE(m_host.run(QStringLiteral("project export")).out, exported);
 
-    // A full disk: the old file stays. A device is written to, not replaced by a file.
+    // Full disk: the old file stays. A device is written to, not replaced by a file.
     for (const char* target : {"/dev/stdout > /dev/full", "> /dev/full", "none/out.csv", "."}) {
         const ProgramRun full = m_host.run(QStringLiteral("project export ") + QLatin1String(target));
         QCOMPARE(full.status, 1);
@@ -257,7 +257,7 @@ void tst_commissioning::importAndExport()
     QCOMPARE(m_host.run(QStringLiteral("project export /dev/stdout | cat")).out, exported);
 }
 
-// Tables and rows that are not the link's stay, also those that this program knows nothing of.
+// Tables and rows that are not of this link stay, even those that this program does not know.
 void tst_commissioning::importKeepsOtherLinks()
 {
     {
@@ -302,7 +302,7 @@ void tst_commissioning::badImportKeepsTheProject_data()
     QByteArray large;
     for (int i = 1; i <= 60000; ++i)
         large += "DI" + QByteArray::number(i) + '\n';
-    // A file may not grow over 200 KiB there, as if the disk were full.
+    // A file may not grow beyond 200 KiB, as if the disk were full.
     QTest::newRow("full disk") << large << "trap '' XFSZ; ulimit -f 200; " << 1
                                << "error: can not write project ";
 }
@@ -377,7 +377,7 @@ void tst_commissioning::interruptedImport()
     QCOMPARE(folder.entryList(QDir::Files), QStringList(QStringLiteral("database")));
 }
 
-// Through script, which gives the program a terminal; stdout goes to a file, so what comes is stderr.
+// script gives the program a terminal; stdout goes to a file, so what appears is stderr.
 void tst_commissioning::progressOnATerminal()
 {
     const ProgramRun run = m_host.shell(
@@ -407,7 +407,7 @@ void tst_commissioning::showWarnsOfLongRuns()
                  "   1        1  DO    DO101    DO2109   2009  warning: refused when read at once, more "
                  "than 2008 bits\n"
                  "   1        1  DO    DO65536  DO65536     1\n"));
-    // The driver means it.
+    // The driver really refuses it.
     const ProgramRun read = m_host.run(device() + QStringLiteral("read DO97 --type byte --count 252"));
     QVERIFY2(read.err.contains(QLatin1String("can't read 2009 bits from DO101")), qPrintable(read.err));
 }
@@ -440,8 +440,7 @@ void tst_commissioning::examples()
         for (QString line : lines) {
             line.replace(QLatin1String("127.0.0.1:1502"), m_slave.device());
             if (command == QLatin1String("watch"))
-                line +=
-                    line.contains(QLatin1String(" --for ")) ? "" : " --samples 2"; // it would go on for ever
+                line += line.contains(QLatin1String(" --for ")) ? "" : " --samples 2"; // it would run forever
             const ProgramRun run = m_host.shell(QStringLiteral("PATH=.:$PATH;") + line);
             QVERIFY2(run.status == 0, qPrintable(line + QLatin1Char('\n') + run.err));
         }

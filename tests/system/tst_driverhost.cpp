@@ -44,7 +44,7 @@ private:
     Outcome host(const QString& commandLine);
     QStringList mbpoll(const QString& commandLine);
 
-    QTemporaryDir m_folder; ///< the program's own, with a project beside it
+    QTemporaryDir m_folder; ///< the program's own, with a project next to it
     QString m_program;
     QString m_mbpoll;
     SlaveProcess m_slave;
@@ -181,7 +181,7 @@ void tst_driverhost::bitsBesideAWrittenBitStay()
     QCOMPARE(host(QStringLiteral("write FN6HR602.5 --type bit 1")).status, 0);
     QCOMPARE(host(QStringLiteral("read HR600 --count 3 --as hex")).out,
              QStringLiteral("HR600  0x65a5\nHR601  0xfffc\nHR602  0x0020\n"));
-    // Of the coils that the project does not name, a byte read asks for none: 0.
+    // A byte read does not ask for coils that are not in the project: they are 0.
     QCOMPARE(host(QStringLiteral("write DO1 1 1 1 1 1 1 1 1 1 1")).status, 0);
     QCOMPARE(host(QStringLiteral("read DO1 --type byte --count 2 --as bits")).out,
              QStringLiteral("DO1  00000101\nDO9  00000001\n"));
@@ -214,7 +214,7 @@ void tst_driverhost::limits()
     QCOMPARE(outcome.json().contains(QStringLiteral("values")), error.isEmpty());
 }
 
-// The session of this process reads the project beside this program.
+// The session of this process reads the project next to this program.
 void tst_driverhost::slaveRestartsBetweenTwoCommands()
 {
     const QDir home(QCoreApplication::applicationDirPath());
@@ -267,7 +267,7 @@ void tst_driverhost::interruptEndsAWait_data()
     QTest::newRow("watch HR1 --delay 60000") << false << QByteArray();
 }
 
-/// Whether the process catches the signal. Before that it has not begun to work.
+/// Whether the process catches the signal; until then it has not begun to work.
 static bool catches(qint64 process, int signal)
 {
     QFile status(QStringLiteral("/proc/%1/status").arg(process));

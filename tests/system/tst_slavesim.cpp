@@ -16,8 +16,8 @@ using namespace slavesim;
 
 static constexpr int ShortMs = 200;
 
-/// A frame with the transaction 1, of what follows its length field, as hexadecimal text with or without
-/// blanks.
+/// A frame of transaction 1 with these bytes after its length field, given as hexadecimal text with or
+/// without blanks.
 static QByteArray framed(QByteArray hex)
 {
     hex.replace(' ', "");
@@ -35,7 +35,7 @@ static QStringList options(const char* text)
     return QString::fromLatin1(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
 }
 
-/// slavesim as its users meet it: the program, its command line, and bytes over TCP; and its parts that
+/// slavesim as its users meet it: the program, its command line, and bytes over TCP; and the parts of it that
 /// others link.
 class TestSlavesim : public QObject
 {
@@ -89,7 +89,7 @@ void TestSlavesim::answers_data()
     QTest::addColumn<QByteArray>("request");
     QTest::addColumn<QByteArray>("reply");
 
-    // The name of a row is what the log says behind the station.
+    // The name of a row is what the log shows after the station.
     const auto row = [](const char* with, const char* request, const char* reply, const char* log) {
         QTest::newRow(log) << QByteArray(with) << framed(request) << framed(reply);
     };
@@ -180,8 +180,7 @@ void TestSlavesim::saysWhatIsWrong_data()
     row("--image /", "--image: /: cannot be read, a text file is needed");
 }
 
-/// What slavesim says on stderr with options that it refuses; empty when it does not refuse them as it
-/// should.
+/// What slavesim writes to stderr when it refuses these options; empty if it does not refuse them properly.
 static QByteArray refusal(const QStringList& options)
 {
     QProcess process;
@@ -217,7 +216,7 @@ void TestSlavesim::helpIsComplete()
             qPrintable(word));
 }
 
-/// As many cells of an image as cells has, in its form: "HR5 ffff 0001" are HR5 and HR6.
+/// The cells of an image that cells names, in the same form: "HR5 ffff 0001" means HR5 and HR6.
 static QByteArray shown(const ProcessImage& image, const QByteArray& cells)
 {
     const QByteArray first = cells.left(cells.indexOf(' '));
@@ -335,7 +334,7 @@ void TestSlavesim::servesOnlyTheImage()
     QCOMPARE(client.exchange(framed("02 03 0001 0001")), framed("02 03 02 0009"));
 }
 
-/// The request comes directly behind the lines, and again after the end of the input.
+/// The request comes right after the lines, and again after the end of the input.
 void TestSlavesim::obeys()
 {
     QFETCH(QByteArray, lines);
@@ -426,7 +425,7 @@ void TestSlavesim::makesFaults_data()
     row("silent", "", false);
 }
 
-/// The second request of a connection gets the fault. What comes is compared piece by piece, up to a silence.
+/// The second request of a connection gets the fault. The reply is compared piece by piece, up to a silence.
 void TestSlavesim::makesFaults()
 {
     QFETCH(QByteArray, sees);
@@ -486,7 +485,7 @@ void TestSlavesim::refusesClientsForAWhile()
     QCOMPARE(ModbusClient(slave.port()).exchange(ReadHr1), Hr1Is1);
 }
 
-/// The kinds that so many requests get by a plan, with a '-' where none, as their initials.
+/// The faults that a plan gives to this many requests, as initials, with '-' for none.
 static QByteArray planned(const FaultSchedule& schedule, int requests)
 {
     FaultPlan plan(schedule);
@@ -542,12 +541,12 @@ void TestSlavesim::keepsNobodyOut_data()
     QTest::newRow("few descriptors") << "ulimit -n 40" << 60 << true;
     QTest::newRow("descriptors above 1023")
         << "ulimit -n 2000; for i in {1..1100}; do exec {fd}</dev/null; done" << 10 << false;
-#ifndef __SANITIZE_ADDRESS__ // which takes far more than that for itself
+#ifndef __SANITIZE_ADDRESS__ // the sanitizer itself takes far more than that
     QTest::newRow("little memory") << "ulimit -v 50000" << 200 << false;
 #endif
 }
 
-/// Clients come and stay, and only the first and the last say anything again.
+/// Clients connect and stay; only the first and the last send anything again.
 void TestSlavesim::keepsNobodyOut()
 {
     QFETCH(QString, shortage);
@@ -620,7 +619,7 @@ void TestSlavesim::losesLogLinesRatherThanClients_data()
                                   << QByteArray("standard output lacks lines from now on: nobody reads it");
 }
 
-/// The test reads nothing while it exchanges more than fits into a pipe.
+/// The test reads nothing while it exchanges more than a pipe holds.
 void TestSlavesim::losesLogLinesRatherThanClients()
 {
     QFETCH(QString, target);

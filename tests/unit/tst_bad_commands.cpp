@@ -10,7 +10,7 @@
 
 Q_DECLARE_METATYPE(CommandDataType)
 
-/// A device that does what it is asked: echoes writes, reads zeros, refuses to read or write nothing.
+/// A device that obeys: echoes writes, reads zeros, refuses to read or write nothing.
 class PlainDevice : public ScriptedLink
 {
 public:
@@ -30,7 +30,7 @@ public:
     }
 };
 
-/// What a byte array holds at the most.
+/// The most that a byte array can hold.
 static const int LargestArray = INT_MAX - 64;
 
 class tst_bad_commands : public QObject
@@ -68,16 +68,15 @@ static int bytesOf(CommandDataType type, int count)
     return count * (type == Word ? 2 : type == DoubleWord ? 4 : 1);
 }
 
-/// The registers that a command claims to be written.
+/// The number of registers that a command claims to write.
 static QString words(CommandDataType type, int count)
 {
     const quint64 elements = quint32(count);
     return QString::number(type == Word ? elements : type == DoubleWord ? 2 * elements : (elements + 1) / 2);
 }
 
-/// Tries one command. Up to limit elements it is done. Beyond, it ends in the error, in which "#" stands for
-/// the count and "~" for the registers. It never takes memory or time for what can
-/// not be sent.
+/// Tries one command. Up to limit elements it succeeds. Beyond that it fails with the error, in which "#"
+/// stands for the count and "~" for the registers, and takes neither memory nor time for what cannot be sent.
 void tst_bad_commands::check(bool isWrite, const CommunicatorCommand& command, int limit,
                              const QString& error)
 {
@@ -172,7 +171,7 @@ void tst_bad_commands::counts()
     const int counts[] = {0, 1, limit, limit + 1, 65535, 0x40000001, INT_MAX, -1, INT_MIN};
     for (size_t i = 0; i < sizeof counts / sizeof *counts; ++i) {
         if (limit == LargestArray && counts[i] > 65535 && counts[i] <= limit)
-            continue; // granted: gigabytes of zeros
+            continue; // allowed: gigabytes of zeros
         const QString wanted =
             error.section(QLatin1Char('|'), counts[i] == limit + 1 ? 0 : -1, counts[i] == limit + 1 ? 0 : -1);
         check(isWrite, CommunicatorCommand(type, counts[i], address), limit, wanted);
@@ -200,7 +199,7 @@ void tst_bad_commands::lastAddress_data()
     QTest::newRow("word order without a number") << "-SW";
 }
 
-/// What has no number, or one beyond the last, is the last address: one element fits there.
+/// An address without a number, or with one beyond the last, is the last address: one element fits there.
 void tst_bad_commands::lastAddress()
 {
     QFETCH(QString, number);
@@ -229,7 +228,7 @@ void tst_bad_commands::lastAddress()
     }
 }
 
-/// The data of a command may be longer than its count; it goes out whole where the request can tell its size.
+/// A command's data may be longer than its count; all of it is sent if the request can tell its size.
 void tst_bad_commands::coilDataBeyondTheCount()
 {
     DriverModbusTcpSlave driver;

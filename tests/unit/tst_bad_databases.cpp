@@ -18,7 +18,7 @@ static QString projectFile()
     return ProjectFixture::path(ProjectFixture::usualPlace());
 }
 
-/// Where nothing looks for a project.
+/// A folder where nothing looks for a project.
 static QString elsewhere()
 {
     return projectFile() + QLatin1String(".elsewhere");
@@ -47,7 +47,7 @@ static QStringList statements(const char* one, const char* other = "")
     return QStringList() << QLatin1String(one) << QLatin1String(other);
 }
 
-/// How many files this process has open, deleted ones too.
+/// How many files this process has open, including deleted ones.
 static int openFiles()
 {
     return QDir(QLatin1String("/proc/self/fd")).entryList(QDir::AllEntries | QDir::System).size();
@@ -64,18 +64,18 @@ static QStringList numbers()
     return list;
 }
 
-/// Whether to be content with little, on a machine where everything is slow, such as valgrind's.
+/// Whether to do less, on a machine where everything is slow, such as valgrind's.
 static bool isSlowMachine()
 {
     return !qgetenv("SMALL_PROJECTS").isEmpty();
 }
 
-/// A driver at work on whatever project there is.
+/// A driver that works with whatever project there is.
 class Panel
 {
 public:
-    /// The error text of a byte read of DO1 to DO8 and of a write, "" when both work. That the project can
-    /// not be loaded is found out before anything else is done.
+    /// The error text of a byte read of DO1 to DO8 and of a write, "" if both work. The driver must find out
+    /// that the project cannot be loaded before it does anything else.
     QString fails()
     {
         const QByteArray data = driver.read(&link, CommunicatorCommand(Byte, 1, QLatin1String("DO1")));
@@ -151,8 +151,7 @@ void tst_bad_databases::contents_data()
     QTest::newRow("header alone") << m_good.left(100) << noStation;
     QTest::newRow("cut in the first page") << m_good.left(pageSize / 2) << noStation;
     QTest::newRow("cut behind the schema") << m_good.left(pageSize) << noStation;
-    QTest::newRow("cut behind the nodes")
-        << m_good.left(3 * pageSize) << noStation; // SQLite looks at the size
+    QTest::newRow("cut behind the nodes") << m_good.left(3 * pageSize) << noStation; // SQLite checks the size
     QTest::newRow("schema damaged") << QByteArray(m_good).replace(0, pageSize, junk) << noStation;
     QTest::newRow("nodes damaged") << QByteArray(m_good).replace(2 * pageSize, pageSize, junk) << noStation;
     QTest::newRow("tags damaged") << QByteArray(m_good).replace(3 * pageSize, pageSize, junk) << noTable;
@@ -186,7 +185,7 @@ void tst_bad_databases::failingCostsNothingThatStays()
 void tst_bad_databases::connectionOfSomebodyElse()
 {
     QVERIFY(QFile::rename(projectFile(), elsewhere()));
-    qsrand(20261123); // the driver's name for its connection is the next number
+    qsrand(20261123); // the driver names its connection by the next number
     const QString name = QString::number(qrand());
     qsrand(20261123);
     {
@@ -243,7 +242,7 @@ void tst_bad_databases::lockedByAWriter()
 
 void tst_bad_databases::walInAReadOnlyPlace()
 {
-    // Both numbers at byte 18 are 2 when the file is in WAL mode; its log is empty and gone.
+    // Both bytes at offset 18 are 2 if the file is in WAL mode; its log is empty and gone.
     QVERIFY(setContent(QByteArray(m_good).replace(18, 2, "\2\2")));
     const QByteArray folder = nameOf(QFileInfo(projectFile()).path());
     QCOMPARE(chmod(folder.constData(), 0555), 0);
@@ -302,7 +301,7 @@ void tst_bad_databases::rowsWithoutEnd()
     QFETCH(QString, columns);
     QFETCH(QString, error);
     if (isSlowMachine())
-        return; // the driver goes on for four million rows
+        return; // the driver reads on for four million rows
     const QString view = QLatin1String("CREATE VIEW %1 AS SELECT %2 FROM numbers, numbers, numbers, numbers");
     QVERIFY(ProjectFixture::run(ProjectFixture::usualPlace(), numbers()
                                                                   << QLatin1String("DROP TABLE ") + table

@@ -3,7 +3,7 @@
 
 #include <QtTest>
 
-// The bits of an array as a text of 0 and 1, bit 0 first: shifting and copying bits is cutting text.
+// The bits of an array as a text of 0 and 1, bit 0 first: shifting and copying bits becomes cutting text.
 static QByteArray bitText(const QByteArray& bytes)
 {
     QByteArray text;
@@ -95,8 +95,8 @@ private slots:
 
     void copyBits()
     {
-        QCOMPARE(copied("0000", "0f", 5, 4), QByteArray("e001")); // across a border
-        QCOMPARE(copied("ffff", "00", 5, 4), QByteArray("1ffe")); // the bits around stay
+        QCOMPARE(copied("0000", "0f", 5, 4), QByteArray("e001")); // across a byte border
+        QCOMPARE(copied("ffff", "00", 5, 4), QByteArray("1ffe")); // the bits around it stay
         QCOMPARE(copied("", "00", 0, 9), QByteArray("0000"));     // zeros extend too
         QCOMPARE(copied("ffffff", "05", 4, 16), QByteArray("5f00f0"));
         QCOMPARE(copied("ff", "00", 100, 0), QByteArray("ff"));

@@ -27,7 +27,7 @@ private slots:
         QVERIFY(toBigEndianUShortArray(QByteArray()).isEmpty() && reverseArray(QByteArray()).isEmpty());
     }
 
-    // Byte i of an element of n bytes comes from byte i ^ (n - 1) of it.
+    // Byte i of an element of n bytes comes from its byte i ^ (n - 1).
     void everyLengthAndAlignment()
     {
         const QByteArray source = someBytes(160);

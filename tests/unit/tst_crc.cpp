@@ -23,7 +23,7 @@ static uint sick(const QByteArray& bytes)
     return crc;
 }
 
-// Polynomial division as hardware does it, a bit at a time, the lowest bit of each byte first.
+// Polynomial division as hardware does it, one bit at a time, the lowest bit of each byte first.
 static uint division(uint polynomial, uint crc, const QByteArray& bytes)
 {
     for (int bit = 0; bit < 8 * bytes.size(); ++bit) {

@@ -4,7 +4,7 @@
 #include <QtTest>
 #include <cstring>
 
-// Memory that is not aligned for anything, filled with EE, so that each byte written and each one left shows.
+// Unaligned memory filled with EE, so that every byte that was written or left shows.
 class Memory
 {
 public:
@@ -20,7 +20,7 @@ private:
     unsigned char m_bytes[65];
 };
 
-// Packs with the caller's list, into memory and into an array.
+// Packs with the caller's va_list, into memory and into an array.
 static QByteArray packList(const char* format, ...)
 {
     va_list args, again;
@@ -124,8 +124,8 @@ private slots:
     void edges_data()
     {
         QTest::addColumn<int>("packed");         // result of DataPack
-        QTest::addColumn<QByteArray>("written"); // what it wrote, each number being 5a5a5a5a
-        QTest::addColumn<int>("unpacked"); // result of DataUnpack; ByteArrayPack gives nothing for any row
+        QTest::addColumn<QByteArray>("written"); // what it wrote, where each number is 5a5a5a5a
+        QTest::addColumn<int>("unpacked");       // result of DataUnpack; ByteArrayPack fails in every row
         addEdge("", 0, "", 0);
         const char* const unknown[] = {"Cq", "CD", "C C", "Cy", "C\xc3", "C:", "C/"};
         for (size_t i = 0; i < sizeof unknown / sizeof unknown[0]; ++i)

@@ -18,7 +18,7 @@ typedef const char* (*VerificationFunction)();
 static const char verificationText[] = "pattern=QT_PLUGIN_VERIFICATION_DATA\nversion=4.8.6\ndebug=false\n"
                                        "buildkey=arm linux g++-4 no-pkg-config";
 
-/// Found from the test's own place, so that the build folder can be carried to a panel.
+/// Found relative to the test, so that the build folder can be copied to a panel.
 static QString pluginFile()
 {
     return QDir(QCoreApplication::applicationDirPath()).absoluteFilePath(QLatin1String(PLUGIN_FILE));
@@ -105,7 +105,7 @@ void tst_plugin::castsByName()
     QCOMPARE(object->metaObject()->methodCount(), QObject::staticMetaObject.methodCount());
 }
 
-/// Qt 5 loads the module for its metadata, Qt 4.8 for its verification text when that names the build key of
+/// Qt 5 loads the module for its metadata; Qt 4.8 for its verification text, if that names the build key of
 /// this Qt.
 void tst_plugin::pluginLoader()
 {

@@ -5,7 +5,7 @@
 
 #include <QtTest>
 
-/// A link whose device has every coil and discrete input on, and that notes what it is asked for.
+/// A link whose device has every coil and discrete input on; it notes the requests.
 class AllOnLink : public ScriptedLink
 {
 public:
@@ -143,7 +143,7 @@ void tst_project::wholeAddressSpace()
     AllOnLink link;
     const QByteArray data = driver.read(&link, CommunicatorCommand(Byte, 2 * 8192, QLatin1String("DO5")));
     QCOMPARE(data.size(), 2 * 8192);
-    QCOMPARE(link.asked.size(), tags.size() - 1); // DO1 is met only behind the others
+    QCOMPARE(link.asked.size(), tags.size() - 1); // DO1 comes only after the others
     QVERIFY(getBit(data, 3002 - 5));
 
     const int wide = 0x10000001; // its bits are more than an int counts
@@ -202,7 +202,7 @@ void tst_project::stationWithoutTags()
 
 void tst_project::failuresAndRecovery_data()
 {
-    QTest::addColumn<QString>("spoil"); // statements; none: there is no file
+    QTest::addColumn<QString>("spoil"); // statements; none means that there is no file
     QTest::addColumn<QString>("mend");
     QTest::addColumn<QString>("first");
     QTest::addColumn<QString>("later");
@@ -257,7 +257,7 @@ void tst_project::failuresAndRecovery()
         QVERIFY(QFile::remove(ProjectFixture::path(place)));
     }
     QVERIFY(ProjectFixture::create(place, QStringList()));
-    // The open connection goes on with the file that is gone; one that never opened takes the new one.
+    // The open connection goes on with the deleted file; one that was never opened takes the new file.
     QCOMPARE(!replaced.read(&link, command).isEmpty(), mend.isEmpty());
 }
 
@@ -355,7 +355,7 @@ void tst_project::lookups()
         !GetLinkIdAndDefaultStationId(QLatin1String("lookups"), 2000, QLatin1String("10.0.0.1"), 503, found));
     QVERIFY(
         GetLinkIdAndDefaultStationId(QLatin1String("lookups"), 2000, QLatin1String("10.0.0.1"), 502, found));
-    QVERIFY(GetLinkIdAndDefaultStationId(QLatin1String("lookups"), 4, found)); // what was there counts
+    QVERIFY(GetLinkIdAndDefaultStationId(QLatin1String("lookups"), 4, found)); // earlier entries count
     QCOMPARE(found.size(), 2);
     QCOMPARE(int(found.at(1).defaultStationId), 44);
     QSqlDatabase::removeDatabase(QLatin1String("lookups"));

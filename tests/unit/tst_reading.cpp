@@ -265,7 +265,7 @@ void tst_reading::badResponses()
     QCOMPARE(link.closes, closes);
     QCOMPARE(link.calls.filter(QLatin1String("read")).size(), reads);
 
-    // Whatever came before, the next good reply is taken.
+    // Whatever came before, the next good reply is accepted.
     link.answersPdu("0304 1234 5678");
     QCOMPARE(driver.read(&link, CommunicatorCommand(Word, 2, QLatin1String("HR1"))).toHex(),
              QByteArray("34127856"));

@@ -7,7 +7,7 @@
 #include <unistd.h>
 #include <vector>
 
-// Memory of just the size needed: what reads behind it is stopped by the address sanitizer.
+// Memory of exactly this size, so that the address sanitizer stops a read beyond it.
 static std::vector<char> exactly(const QByteArray& bytes, int size)
 {
     return std::vector<char>(bytes.constData(), bytes.constData() + size);

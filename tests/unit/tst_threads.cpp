@@ -25,7 +25,7 @@ void together(int threads, Work work)
         running[i].join();
 }
 
-/// Answers reads with a number of its own, so that a reply to the other thread would show.
+/// Answers reads with its own number, so that a reply meant for the other thread would show.
 class NumberedDevice : public ScriptedLink
 {
 public:
@@ -65,7 +65,7 @@ void tst_threads::initTestCase()
                                    QStringList() << QLatin1String("DO1") << QLatin1String("DO3")));
 }
 
-/// Whoever comes first makes the table of each function.
+/// Whichever thread comes first builds the table of each function.
 void tst_threads::firstCrcCalls()
 {
     const unsigned char text[] = "123456789";
@@ -122,7 +122,7 @@ void tst_threads::driversOfTheirOwn()
     QCOMPARE(int(wrong), 0);
 }
 
-/// Every thread draws the same random numbers, yet each driver object has a connection of its own.
+/// Every thread draws the same random numbers, yet each driver object gets its own connection.
 void tst_threads::connectionNamesDiffer()
 {
     const int threads = 4;

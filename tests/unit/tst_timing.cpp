@@ -12,7 +12,7 @@ static void countAlarm(int)
     alarms = alarms + 1;
 }
 
-// Sends this process a signal every so many milliseconds; 0 ends that.
+// Sends this process a signal every ms milliseconds; 0 stops that.
 static void alarmEvery(int ms)
 {
     std::signal(SIGALRM, countAlarm);

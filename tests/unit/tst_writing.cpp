@@ -6,7 +6,7 @@
 
 Q_DECLARE_METATYPE(CommandDataType)
 
-/// Answers as a device would that has done what it was asked: the echo of a write, zeros to a read.
+/// Answers like a device that has obeyed: echoes writes, reads zeros.
 class EchoingLink : public ScriptedLink
 {
 public:
@@ -152,7 +152,7 @@ void tst_writing::limits()
         QVERIFY(link.sent.isEmpty() || link.requests() == QStringList(QLatin1String("0000000601030000007c")));
 }
 
-/// The check counts a half register up, the message does not count it.
+/// The check rounds half a register up, the message rounds it down.
 void tst_writing::oddRegisterDataRefused()
 {
     DriverModbusTcpSlave driver;
@@ -194,7 +194,7 @@ void tst_writing::hugeCommandsCostNothing()
     QFETCH(QString, error);
     DriverModbusTcpSlave driver;
     EchoingLink link;
-    link.retries = 50; // fifty attempts that each built the data would be felt
+    link.retries = 50; // fifty attempts that each built the data would take long
     QVERIFY(!driver.write(&link, CommunicatorCommand(type, static_cast<int>(count), address), hex("0102")));
     QVERIFY2(driver.getLastError().endsWith(QLatin1String("> ") + error), qPrintable(driver.getLastError()));
     QVERIFY(link.sent.isEmpty());
@@ -284,7 +284,7 @@ void tst_writing::stopsAtTheFirstFailureAndRetriesFromTheFirst_data()
     QTest::addColumn<CommandDataType>("type");
     QTest::addColumn<QString>("address");
     QTest::addColumn<int>("count");
-    QTest::addColumn<QByteArray>("ok"); // echo of element 1, with the address in its place
+    QTest::addColumn<QByteArray>("ok"); // echo of element 1; %1 is its address
     QTest::newRow("coils one by one") << Bit << "FN5DO1" << 3 << QByteArray("05 000%1 0000");
     QTest::newRow("registers one by one") << Word << "FN6HR1" << 3 << QByteArray("06 000%1 0000");
 }
