@@ -7,8 +7,8 @@
 
 #include <optional>
 
-/// The names that the command line uses, in the order in which it lists them: bit, byte, word, dword, qword,
-/// block, bitblock.
+/// The names on the command line, in the order in which it lists them: bit, byte, word, dword, qword, block,
+/// bitblock.
 const QStringList& dataTypeNames();
 QString dataTypeName(CommandDataType type);
 std::optional<CommandDataType> dataTypeFromName(const QString& name);

@@ -12,11 +12,11 @@ struct DeviceAddress
     std::optional<quint16> port;                ///< 1 to 65535; none: the driver's own default
 };
 
-/// Takes HOST, HOST:PORT, [V6] or [V6]:PORT apart; an IPv6 address without brackets can carry no port. The
-/// result is empty, and error says what would be right, when text is none of these.
+/// Splits HOST, HOST:PORT, [V6] or [V6]:PORT; an IPv6 address without brackets cannot have a port. If text is
+/// none of these, the result is empty and error says what would be right.
 std::optional<DeviceAddress> parseDeviceAddress(const QString& text, QString& error);
 
-/// A TCP port as decimal text; empty when it is none from 1 to 65535.
+/// A TCP port as decimal text; empty if it is not from 1 to 65535.
 std::optional<quint16> parsePort(const QString& text);
 
 #endif

@@ -10,7 +10,7 @@
 
 namespace {
 
-/// The head of an ELF file; with no mark of one when the file is shorter or cannot be read.
+/// The header of an ELF file; without the ELF mark if the file is too short or cannot be read.
 ElfW(Ehdr) elfHead(const QString& fileName)
 {
     ElfW(Ehdr) head{};
@@ -20,7 +20,7 @@ ElfW(Ehdr) elfHead(const QString& fileName)
     return head;
 }
 
-/// What the loader would hang on, crash on, or tell in a way that nobody understands. Empty: let it try.
+/// What the loader would hang on, crash on, or report in a way that nobody understands. Empty: let it try.
 QString fileProblem(const QString& fileName)
 {
     const QFileInfo file(fileName);
@@ -36,7 +36,7 @@ QString fileProblem(const QString& fileName)
         return QStringLiteral("is not a shared library");
     if (std::memcmp(head.e_ident, own.e_ident, EI_DATA + 1) != 0 || head.e_machine != own.e_machine)
         return QStringLiteral("is built for another machine");
-    // The section table stands last. A file that ends before it is a copy that broke off.
+    // The section table is at the end. A file that ends before it is an incomplete copy.
     const quint64 end = quint64(head.e_shoff) + quint64(head.e_shnum) * head.e_shentsize;
     if (end > quint64(file.size()))
         return QStringLiteral("is incomplete, the file is cut off");

@@ -7,19 +7,19 @@
 
 #include <memory>
 
-/// The two ways in which a plug-in hands out a driver.
+/// The two ways to get a driver from a plug-in.
 enum class PluginEntry
 {
     CreateDriver,  ///< the function CreateDriver: a new driver for each call
     PluginInstance ///< Qt's plug-in loader: the library's one driver
 };
 
-/// Whether this is the Modbus TCP driver, whose frames and addresses the host can explain. What another
-/// driver says and takes passes through as it is.
+/// Whether this is the Modbus TCP driver, whose frames and addresses the host can explain. Those of another
+/// driver pass through untouched.
 bool isModbusTcp(DriverInterface& driver);
 
-/// A loaded plug-in with one driver of it. The library stays loaded as long as this object lives; the driver
-/// dies with it.
+/// A loaded plug-in with one of its drivers. The library stays loaded as long as this object lives; the
+/// driver is destroyed with it.
 class DriverPlugin
 {
 public:
@@ -27,10 +27,10 @@ public:
     DriverPlugin(const DriverPlugin&) = delete;
     DriverPlugin& operator=(const DriverPlugin&) = delete;
 
-    /// Loads the plug-in and takes a driver from it. An empty fileName stands for
-    /// drivers/libmodbus_tcp_slave.so in the folder of the running program. On failure the result is null and
-    /// error holds one sentence that names the file and why: missing, no file, not a shared library, built
-    /// for another machine, cut off, not a driver, or what the system's loader says.
+    /// Loads the plug-in and takes a driver from it. An empty fileName means drivers/libmodbus_tcp_slave.so
+    /// in the folder of the running program. On failure the result is null and error holds one sentence that
+    /// names the file and the reason: missing, not a file, not a shared library, built for another machine,
+    /// truncated, not a driver, or what the system's loader says.
     static std::unique_ptr<DriverPlugin> load(const QString& fileName, PluginEntry entry, QString& error);
 
     DriverInterface& driver() const { return *m_driver; }

@@ -7,8 +7,8 @@
 namespace {
 
 constexpr int headerSize = 7;   // MBAP header
-constexpr int lengthOffset = 6; // the length field counts the bytes from here on
-constexpr int largestAdu = 260; // of the Modbus standard; replies of 2008 bits just fit
+constexpr int lengthOffset = 6; // the length field counts from here
+constexpr int largestAdu = 260; // from the Modbus standard; a reply of 2008 bits just fits
 constexpr int exceptionFlag = 0x80;
 
 int byteAt(const QByteArray& bytes, int at)
@@ -68,7 +68,7 @@ bool isRead(int function)
     return function >= 1 && function <= 4;
 }
 
-/// The fields behind the function code; empty when the frame is too short to have them.
+/// The fields after the function code; empty if the frame is too short to have them.
 QString describeFields(const QByteArray& frame, int function, bool isRequest)
 {
     if (isRead(function) && !isRequest)
@@ -84,8 +84,8 @@ QString describeFields(const QByteArray& frame, int function, bool isRequest)
                            : QString::number(second));
 }
 
-/// Size of the whole frame that bytes begin with; 0 when that is no Modbus TCP frame, -1 when more bytes are
-/// needed to say.
+/// Size of the frame at the start of bytes; 0 if it is not a Modbus TCP frame, -1 if more bytes are needed to
+/// tell.
 int frameSize(const QByteArray& bytes)
 {
     if (bytes.size() < lengthOffset)
@@ -99,7 +99,7 @@ bool isPrintable(char character)
     return character >= ' ' && character <= '~';
 }
 
-/// Lines of a protocol in characters, without the ends of the lines; empty for any other bytes.
+/// Lines of a text protocol, without the line ends; empty for any other bytes.
 QString readableLines(const QByteArray& bytes)
 {
     const QByteArray text = QByteArray(bytes).replace('\r', ' ').replace('\n', ' ').trimmed();

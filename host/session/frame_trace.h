@@ -6,30 +6,30 @@
 #include <QByteArray>
 #include <QTextStream>
 
-/// What a Modbus TCP frame says, as one line: transaction identifier, unit identifier, name of the function
-/// code, and of a request address (as on the wire, from 0) and quantity or value, of a reply its number of
-/// data bytes, the echoed fields or the exception code with its name. Empty when the bytes are no Modbus TCP
-/// frame.
+/// A Modbus TCP frame described in one line: transaction identifier, unit identifier and name of the function
+/// code. For a request also its address (as on the wire, from 0) and quantity or value; for a reply the
+/// number of data bytes, the echoed fields, or the exception code with its name. Empty if the bytes are not a
+/// Modbus TCP frame.
 QString describeFrame(const QByteArray& frame, bool isRequest);
 
-/// Bytes as two hexadecimal digits each, blanks between them.
+/// Bytes as two hexadecimal digits each, separated by blanks.
 QString spacedHex(const QByteArray& bytes);
 
-/// What is known of the frames on a link.
+/// What is known about the frames on a link.
 enum class FrameKind
 {
     ModbusTcp,
     Unknown
 };
 
-/// Prints each frame of a link on a line: time of day, direction ("->" to the device, "<-" from it), what the
-/// frame says, and its bytes. Replies are put together from the pieces in which they come; what is no frame,
-/// or never becomes whole, is printed as bytes. Pieces of an unknown kind are printed as they come, after
-/// their text if they are lines of printable characters.
+/// Prints each frame of a link on a line: time of day, direction ("->" to the device, "<-" from it),
+/// description, and bytes. Replies are assembled from the pieces in which they arrive; what is not a frame,
+/// or never becomes complete, is printed as bytes. Pieces of an unknown kind are printed as they arrive, with
+/// their text in front if they are lines of printable characters.
 class FrameTrace : public LinkObserver
 {
 public:
-    /// Neither the stream nor the peer's link is owned. peer is printed when the connection is made.
+    /// Owns neither the stream nor the peer's link. peer is printed when the connection is made.
     FrameTrace(QTextStream& out, const QString& peer, FrameKind kind) : m_out(out), m_peer(peer), m_kind(kind)
     {
     }
@@ -48,7 +48,7 @@ private:
     QTextStream& m_out;
     const QString m_peer;
     const FrameKind m_kind;
-    QByteArray m_pending; ///< received and not yet a whole frame
+    QByteArray m_pending; ///< received, not yet a complete frame
 };
 
 #endif

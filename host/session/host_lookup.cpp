@@ -26,7 +26,7 @@ struct HostLookup::Question
     Question(const Question&) = delete;
     Question& operator=(const Question&) = delete;
 
-    /// 0, or the EAI_ code that tells why it was not asked.
+    /// Returns 0, or the EAI_ code that says why the question was not asked.
     int ask()
     {
         addrinfo numeric = hints;
@@ -37,7 +37,7 @@ struct HostLookup::Question
         return ::getaddrinfo_a(GAI_NOWAIT, list, 1, nullptr);
     }
 
-    /// 0, EAI_INPROGRESS when there is no answer yet, or the EAI_ code that tells why there is none.
+    /// Returns 0, EAI_INPROGRESS while there is no answer yet, or the EAI_ code that says why there is none.
     int wait(const Waiting& waiting)
     {
         const gaicb* list[] = {&request};
@@ -74,7 +74,7 @@ HostLookup::HostLookup(const QString& host, quint16 port) : m_host(host), m_port
 HostLookup::~HostLookup()
 {
     if (m_question && ::gai_cancel(&m_question->request) == EAI_NOTCANCELED)
-        static_cast<void>(m_question.release()); // the system is going to write into it
+        static_cast<void>(m_question.release()); // the system will still write into it
 }
 
 std::vector<SocketAddress> HostLookup::addresses(const Waiting& waiting, QString& error)

@@ -26,15 +26,15 @@ public:
     /// host is an IPv4 or IPv6 address text, or a name.
     HostLookup(const QString& host, quint16 port);
 
-    /// A question that a name server has not yet answered is left to the system.
+    /// Leaves a question that a name server has not yet answered to the system.
     ~HostLookup();
     HostLookup(const HostLookup&) = delete;
     HostLookup& operator=(const HostLookup&) = delete;
 
-    /// The addresses, with the port, in the order in which the system would try them. Address texts never ask
-    /// a name server. A name that is not resolved by the deadline, or when the stop flag rises, counts as
-    /// failed; the next call goes on waiting for the same answer. On failure the list is empty and error
-    /// holds a sentence that names the host.
+    /// The addresses, with the port, in the order in which the system would try them. Numeric addresses never
+    /// ask a name server. A name that is not resolved by the deadline, or before the stop flag is raised,
+    /// counts as failed; the next call continues to wait for the same answer. On failure the list is empty
+    /// and error holds a sentence that names the host.
     std::vector<SocketAddress> addresses(const Waiting& waiting, QString& error);
 
 private:
@@ -42,7 +42,7 @@ private:
 
     const QString m_host;
     const quint16 m_port;
-    std::unique_ptr<Question> m_question; ///< asked and not yet answered
+    std::unique_ptr<Question> m_question; ///< asked, not yet answered
 };
 
 #endif

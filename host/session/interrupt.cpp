@@ -26,7 +26,7 @@ void onAlarm(int)
     ::_exit(Interrupted);
 }
 
-/// Writing goes on where a signal has interrupted it (SA_RESTART); waits with a time limit end.
+/// Interrupted writes are resumed (SA_RESTART); waits with a time limit end.
 void handle(int signalNumber, void (*handler)(int), unsigned int flags)
 {
     struct sigaction action = {};

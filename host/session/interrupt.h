@@ -6,14 +6,15 @@
 /// Ctrl-C and SIGTERM, process-wide.
 namespace interrupt {
 
-/// From now on the first signal raises flag(), and a second one kills. A program that is still busy a second
-/// after the first, in a driver's pause for example, ends with status 130 and a word on stderr.
+/// From now on the first signal raises flag(), and a second one kills the program. A program that is still
+/// busy one second after the first, for example in a driver's pause, ends with status 130 and a message on
+/// stderr.
 void catchSignals();
 
-/// The command watches flag() and takes the time that it needs to end.
+/// The command watches flag() and takes as long to end as it needs.
 void endInOwnTime();
 
-/// True once a signal has come. Waits for a device look at it, see Waiting.
+/// True once a signal has come. Waits for a device check it, see Waiting.
 const std::atomic<bool>& flag();
 
 } // namespace interrupt

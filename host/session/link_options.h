@@ -5,13 +5,13 @@
 #include "session/driver_plugin.h"
 #include "text/console.h"
 
-/// What every command that uses a driver shares.
+/// Options shared by all commands that use a driver.
 struct LinkOptions
 {
     QString driverFile; ///< empty: the one of DriverPlugin::load
     PluginEntry entry = PluginEntry::CreateDriver;
     DeviceAddress device;       ///< without a port: the driver's own default
-    std::optional<int> station; ///< these four: none is the driver's own default
+    std::optional<int> station; ///< without these four: the driver's own default
     std::optional<int> retry;
     std::optional<int> timeout; ///< milliseconds
     std::optional<int> delay;   ///< milliseconds

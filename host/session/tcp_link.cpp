@@ -10,10 +10,11 @@
 
 namespace {
 
-/// A device that sends more than this unasked, and faster than it can be read, gets its connection closed.
+/// A device that sends more than this unrequested, and faster than it can be read, gets its connection
+/// closed.
 constexpr int mostRoundsOfDropping = 256;
 
-/// How long after its reply a device that closes the connection then may take to do so.
+/// How long a device that closes the connection after its reply may take to do so.
 constexpr int closingMs = 50;
 
 QString peerName(const QString& host, quint16 port)
@@ -31,7 +32,7 @@ DeviceSetting ethernetSetting(const QString& host, quint16 port, int linkId)
     return setting;
 }
 
-/// What kept a connection to peer from being made.
+/// Why no connection to peer could be made.
 QString connectFailure(int reason, const QString& peer)
 {
     switch (reason) {
@@ -46,8 +47,8 @@ QString connectFailure(int reason, const QString& peer)
     }
 }
 
-/// A connection within one machine can meet itself when nobody listens on a port of the ephemeral range; it
-/// would then answer every request with that request.
+/// A connection within one machine can connect to itself if nobody listens on a port of the ephemeral range.
+/// It would then answer every request with that request.
 bool isConnectedToItself(int socket)
 {
     SocketAddress own;
@@ -58,7 +59,7 @@ bool isConnectedToItself(int socket)
            own.length == other.length && std::memcmp(&own.storage, &other.storage, own.length) == 0;
 }
 
-/// Connects a non-blocking socket. Returns 0, or the errno that tells why not.
+/// Connects a non-blocking socket. Returns 0, or the errno that says why it failed.
 int connectWithin(int socket, const SocketAddress& address, const Waiting& waiting)
 {
     if (::connect(socket, address.generic(), address.length) != 0) {
@@ -152,8 +153,8 @@ bool TcpLink::connectTo(const SocketAddress& address, const Waiting& waiting)
     return false;
 }
 
-/// Makes a connected socket the link's. A read on it blocks for a while, so that the usual reply, which comes
-/// whole, costs one system call.
+/// Makes a connected socket the link's. A read on it blocks for a while, so that the usual reply, which
+/// arrives in one piece, costs one system call.
 bool TcpLink::adopt(int socket)
 {
     const int on = 1;
@@ -188,7 +189,7 @@ void TcpLink::drop(const QString& reason)
         m_observer->closed(reason);
 }
 
-/// The peer ended the connection; reason is the errno that told, 0 for an orderly close.
+/// The peer ended the connection; reason is the errno, or 0 for an orderly close.
 void TcpLink::hungUp(int reason)
 {
     if (reason == 0)
@@ -242,7 +243,7 @@ TcpLink::Unread TcpLink::dropUnread()
 }
 
 /// Some devices close the connection after each reply. A request that is not the first of its attempt then
-/// needs a new one; nobody has asked isConnected() before it.
+/// needs a new one, since the driver does not call isConnected() before it.
 bool TcpLink::isReadyToSend()
 {
     if (m_unreadDropped || m_socket < 0)
@@ -267,7 +268,8 @@ int TcpLink::writeData(const char* data, int length)
     return sent;
 }
 
-/// Sends what the network takes at once. Returns the number of bytes, -1 when the device has hung up.
+/// Sends what the network takes at once. Returns the number of bytes, or -1 if the device has closed the
+/// connection.
 int TcpLink::sendSome(const char* data, int length)
 {
     const ssize_t taken =
@@ -308,7 +310,7 @@ int TcpLink::takeBuffered(char* buffer, int maxLength)
     return length;
 }
 
-/// Fills the empty buffer with what the socket has. Returns false when the device has hung up.
+/// Fills the empty buffer from the socket. Returns false if the device has closed the connection.
 bool TcpLink::receive(int flags)
 {
     m_begin = m_end = 0;
@@ -351,7 +353,7 @@ int TcpLink::readFromSocket(char* buffer, int got, int wanted)
     return got;
 }
 
-/// The numbers are those of the whole reply as far as the driver has asked for it.
+/// The numbers count the whole reply, as far as the driver has asked for it.
 void TcpLink::explainShortRead(int got, int wanted, const Waiting& waiting)
 {
     if (waiting.stopped())

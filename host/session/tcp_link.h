@@ -10,35 +10,36 @@
 #include <array>
 #include <atomic>
 
-/// Sees what passes over a link, as it passes. It is called on the link's thread, in the middle of the
-/// driver's calls, and must not call the link.
+/// Observes what passes over a link. It is called on the link's thread, in the middle of the driver's calls,
+/// and must not call the link.
 class LinkObserver
 {
 public:
     virtual ~LinkObserver() = default;
 
-    /// The connection was made, or was given up by either side; reason says by which.
+    /// The connection was made, or closed by either side; reason says by which.
     virtual void opened() = 0;
     virtual void closed(const QString& reason) = 0;
 
     /// Bytes that the driver sent, one call for each of its frames.
     virtual void sent(const unsigned char* data, int length) = 0;
 
-    /// Bytes as they came: a reply may come in several calls and a call may bring more than one reply.
+    /// Bytes as they arrived: a reply may come in several calls, and one call may bring more than one reply.
     virtual void received(const unsigned char* data, int length) = 0;
 
-    /// Bytes of the device that nobody waited for any more when the next request went out. Those of them that
-    /// received() has shown before are shown again.
+    /// Bytes of the device that nobody waited for when the next request went out. Those that received() has
+    /// already shown are shown again.
     virtual void dropped(const unsigned char* data, int length) = 0;
 };
 
 /// The runtime's link over TCP, for one device.
 ///
-/// Timing: each of open, readData and writeData has one deadline, the driver setting's timeout (in
-/// milliseconds; less than 1 counts as 1), name look-up included. Ctrl-C ends a wait early, see setStopFlag.
+/// Timing: each call of open, readData and writeData has one deadline, the driver setting's timeout (in
+/// milliseconds; less than 1 counts as 1), which includes the name look-up. Ctrl-C ends a wait early, see
+/// setStopFlag.
 ///
-/// No old byte answers a new request: what lies unread when a request goes out is dropped, and close() drops
-/// the socket with all that is still on the way.
+/// No old byte answers a new request: unread bytes are dropped when a request goes out, and close() drops the
+/// socket with everything still in transit.
 ///
 /// A failure leaves a sentence in errorString(). One thread at a time.
 class TcpLink : public AbstractDeviceInterface
@@ -51,44 +52,43 @@ public:
     TcpLink(const TcpLink&) = delete;
     TcpLink& operator=(const TcpLink&) = delete;
 
-    /// Returns when maxLength bytes have come, the deadline has passed or the device has hung up: the number
-    /// of bytes that have come by then, 0 to maxLength. When the device has hung up the link is closed.
+    /// Returns when maxLength bytes have arrived, the deadline has passed or the device has closed the
+    /// connection. The result is the number of bytes that have arrived, 0 to maxLength. If the device has
+    /// closed the connection, so is the link.
     int readData(char* buffer, int maxLength) override;
 
-    /// Drops what lies unread, then sends. When the device has closed the connection in good order since it
-    /// answered, a new one is opened first, within a deadline of its own; nothing of the old one is in it.
-    /// Returns length, or the number of bytes that the network took by the deadline (-1 when there is no
-    /// connection).
+    /// Drops unread bytes, then sends. If the device has closed the connection in good order since its reply,
+    /// a new one is opened first, with a deadline of its own; nothing of the old one is in it. Returns
+    /// length, or the number of bytes that the network took by the deadline (-1 if there is no connection).
     int writeData(const char* data, int length) override;
 
-    /// Connects, again if need be. A name with several addresses gets them tried in turn, each with its share
-    /// of the time that is left.
+    /// Connects, or reconnects. If a name has several addresses, they are tried in turn, each with its share
+    /// of the remaining time.
     bool open() override;
     void close() override;
 
     /// type EthernetDevice, string "ETHERNET", the link id, and host and port as the only socket entry.
     DeviceSetting* deviceSetting() override { return &m_deviceSetting; }
 
-    /// Asks the socket, not the memory: a peer that has closed or reset the connection since the last command
-    /// is noticed here, the link is closed then and the result is false. Drops what lies unread.
+    /// Asks the socket itself: if the peer has closed or reset the connection since the last command, this
+    /// closes the link and returns false. Drops unread bytes.
     bool isConnected() override;
 
     /// The driver setting's retries; 0 once the stop flag is raised.
     int retryCount() override;
     int stationId() override { return m_setting.stationid; }
 
-    /// Requests from here on go to this station, 0 to 255.
+    /// From here on requests go to this station, 0 to 255.
     void setStation(int station) { m_setting.stationid = station; }
 
     int commandDelay() override;
     QString errorString() override { return m_error; }
 
-    /// From here on attempts() counts anew.
+    /// Starts counting attempts() from zero.
     void startCommand();
 
-    /// How many attempts the driver has made since startCommand: the first use of the link is one, and so is
-    /// the first use after each question for retryCount(). 0 when the driver failed before it came to the
-    /// link.
+    /// How many attempts the driver has made since startCommand: the first use of the link counts as one, and
+    /// so does the first use after each call of retryCount(). 0 if the driver failed before it used the link.
     int attempts() const { return m_attempts; }
 
     /// Connections made since construction; all but the first are reconnections.
@@ -100,8 +100,8 @@ public:
     /// The observer is not owned and may be null.
     void setObserver(LinkObserver* observer) { m_observer = observer; }
 
-    /// Within a fifth of a second after the flag has become true every wait ends; nothing is opened then. It
-    /// is not owned and may be null.
+    /// When the flag becomes true, every wait ends within a fifth of a second, and nothing is opened any
+    /// more. The flag is not owned and may be null.
     void setStopFlag(const std::atomic<bool>* flag) { m_stopFlag = flag; }
 
 private:
@@ -115,11 +115,11 @@ private:
     int readFromSocket(char* buffer, int got, int wanted);
     int takeBuffered(char* buffer, int maxLength);
     bool receive(int flags);
-    /// What dropUnread() came to.
+    /// The result of dropUnread().
     enum class Unread
     {
-        None, ///< the connection stands, with nothing unread
-        End,  ///< nothing was unread, and the device has closed in good order
+        None, ///< the connection is up, with nothing unread
+        End,  ///< nothing was unread, and the device has closed the connection in good order
         Lost  ///< the connection ended in any other way
     };
 
@@ -142,13 +142,13 @@ private:
     int m_attempts = 0;
     int m_connectionsMade = 0;
     bool m_inAttempt = false;
-    bool m_unreadDropped = false;    ///< isConnected has just done so; the request that follows need not
+    bool m_unreadDropped = false;    ///< isConnected has just done it; the next request need not
     int m_replyBytes = 0;            ///< handed to the driver since its last request
-    int m_repliesHere = 0;           ///< that have come over this connection, begun ones included
-    bool m_closesAfterReply = false; ///< as the device did with the connection before: wait for it
+    int m_repliesHere = 0;           ///< received over this connection, incomplete ones included
+    bool m_closesAfterReply = false; ///< the device did so on the previous connection: wait for it
     std::array<unsigned char, 4096> m_buffer{};
     int m_begin = 0; ///< first byte of m_buffer that nobody has taken
-    int m_end = 0;   ///< behind its last byte
+    int m_end = 0;   ///< after its last byte
 };
 
 #endif

@@ -6,16 +6,16 @@
 #include <chrono>
 #include <ctime>
 
-/// How long a call may still wait: until its deadline, or until somebody raises the stop flag.
+/// How long a call may still wait: until its deadline, or until the stop flag is raised.
 class Waiting
 {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Nobody wakes a wait: it looks at the stop flag this often.
+    /// Nothing wakes a wait, so it checks the stop flag this often.
     static constexpr std::chrono::milliseconds longestBlindness{200};
 
-    /// The deadline is so many milliseconds from now. stopFlag may be null; it is not owned.
+    /// The deadline is this many milliseconds from now. stopFlag may be null; it is not owned.
     Waiting(int milliseconds, const std::atomic<bool>* stopFlag)
         : Waiting(Clock::now() + std::chrono::milliseconds(milliseconds), stopFlag)
     {
@@ -35,20 +35,20 @@ public:
         return left > Clock::duration::zero() ? left : Clock::duration::zero();
     }
 
-    /// How long to wait before the next look at the stop flag.
+    /// How long to wait before the next check of the stop flag.
     timespec slice() const
     {
         return {0, std::min<std::chrono::nanoseconds>(remaining(), longestBlindness).count()};
     }
 
-    /// This one's remaining time divided among so many tries: the wait of the first of them.
+    /// The wait of the first of several tries that share the remaining time equally.
     Waiting share(std::size_t tries) const
     {
         return Waiting(Clock::now() + remaining() / static_cast<long>(tries), m_stopFlag);
     }
 
-    /// Waits for the poll events (POLLIN, POLLOUT) on a descriptor. Returns true when one of them, or an
-    /// error or hang-up, is there; false when the deadline has passed or the stop flag was raised.
+    /// Waits for the poll events (POLLIN, POLLOUT) on a descriptor. Returns true if one of them, an error or
+    /// a hang-up is present; false if the deadline has passed or the stop flag was raised.
     bool forDescriptor(int descriptor, short events) const;
 
 private:

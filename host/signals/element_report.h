@@ -9,7 +9,7 @@
 
 // How the outcome of a read or write command is printed.
 
-/// A command and the notation of its values in print.
+/// A command and the notation in which its values are printed.
 struct ReportedCommand
 {
     CommunicatorCommand command;
@@ -17,15 +17,15 @@ struct ReportedCommand
     OutputFormat format;
 };
 
-/// The outcome as JSON: address, type, count, values, data, attempts and milliseconds, or error in place of
-/// values and data. data is what was read or written.
+/// The outcome as JSON: address, type, count, values, data, attempts and milliseconds; on failure error in
+/// place of values and data. data is what was read or written.
 QJsonObject outcomeObject(const ReportedCommand& reported, const QByteArray& data,
                           const CommandOutcome& outcome);
 
-/// Prints the outcome: as text a line with address and value for each element of data, as JSON one line with
-/// outcomeObject. Errors go to stderr too.
+/// Prints the outcome: as text, one line with address and value for each element of data; as JSON, one line
+/// with outcomeObject. Errors also go to stderr.
 ///
-/// Returns the exit status that belongs to the outcome.
+/// Returns the exit status for the outcome.
 int reportOutcome(const ReportedCommand& reported, const QByteArray& data, const CommandOutcome& outcome,
                   Console& console);
 

@@ -8,10 +8,11 @@
 
 // What a person calls a value of a device, and how its registers become a number with a unit.
 
-/// What the registers or bits at an address are taken for.
+/// How the registers or bits at an address are interpreted.
 ///
-/// Bool to String the host puts together itself, from bits or from registers by the byte order. DriverBit to
-/// DriverBitBlock are the driver's element types, in the order of CommandDataType; they have no byte order.
+/// The host assembles Bool to String itself, from bits or from registers in the given byte order. DriverBit
+/// to DriverBitBlock are the driver's element types, in the order of CommandDataType; they have no byte
+/// order.
 struct SignalType
 {
     enum Kind
@@ -42,24 +43,23 @@ struct SignalType
     bool operator!=(const SignalType& other) const { return !(*this == other); }
 };
 
-/// A string lies in the registers of one read.
+/// A string must fit into one read.
 constexpr int longestString = 250;
 
-/// The names, in the order in which they are listed to people: bool, int16, uint16, int32, uint32, int64,
-/// uint64, float32, float64, string(N), bit, byte, word, dword, qword, block, bitblock.
+/// The names, in the order in which they are listed: bool, int16, uint16, int32, uint32, int64, uint64,
+/// float32, float64, string(N), bit, byte, word, dword, qword, block, bitblock.
 const QStringList& signalTypeNames();
 
-/// "float32", "string(20)"; small letters only. Nothing when the text names no type, or a length that is not
-/// 1 to longestString.
+/// "float32", "string(20)"; lower case only. Nothing if the text names no type, or a length that is not 1 to
+/// longestString.
 std::optional<SignalType> parseSignalType(const QString& text);
 
 /// The name that parseSignalType takes.
 QString signalTypeName(SignalType type);
 
-/// In which order the bytes of a value lie in its registers, A being the most significant one. For 64 bits
-/// they stand for ABCDEFGH, GHEFCDAB, BADCFEHG and HGFEDCBA. Strings go from register to register in any of
-/// them: ABCD and CDAB put the first of two characters into a register's high byte, BADC and DCBA into the
-/// low one.
+/// The order of a value's bytes in its registers; A is the most significant byte. For 64 bits the names stand
+/// for ABCDEFGH, GHEFCDAB, BADCFEHG and HGFEDCBA. A string runs from register to register in any order: ABCD
+/// and CDAB put the first of two characters into a register's high byte, BADC and DCBA into the low byte.
 enum class ByteOrder
 {
     ABCD,
@@ -70,7 +70,7 @@ enum class ByteOrder
 
 const QStringList& byteOrderNames();
 
-/// "ABCD" and so on, in any case. Nothing when the text is none of them.
+/// "ABCD" and so on, in upper or lower case. Nothing for any other text.
 std::optional<ByteOrder> parseByteOrder(const QString& text);
 QString byteOrderName(ByteOrder order);
 
@@ -78,16 +78,16 @@ QString byteOrderName(ByteOrder order);
 /// scale + offset.
 struct Signal
 {
-    QString name;                   ///< no address; empty: it has none
-    QString address;                ///< an HMI address or STATION-ADDRESS, as it is written; never empty
-    std::optional<SignalType> type; ///< none: the address decides, bool for a bit, else uint16
-    std::optional<ByteOrder> order; ///< none: the address decides, ABCD with the mark SW, else CDAB
+    QString name;                   ///< not an address; empty: no name
+    QString address;                ///< an HMI address or STATION-ADDRESS, as written; never empty
+    std::optional<SignalType> type; ///< without one: bool for the address of a bit, else uint16
+    std::optional<ByteOrder> order; ///< without one: ABCD for an address with SW, else CDAB
     double scale = 1;               ///< finite and not 0; 1 for bool and string
     double offset = 0;              ///< finite; 0 for bool and string
-    QString unit;                   ///< printed behind the value, such as "°C"; may be empty
-    std::optional<int> decimals;    ///< digits behind the point in print, 0 to mostDecimals; none: as many
+    QString unit;                   ///< printed after the value, such as "°C"; may be empty
+    std::optional<int> decimals;    ///< printed digits after the point, 0 to mostDecimals; without: as many
                                     ///< as the value has
-    QString comment;                ///< for people; nothing looks at it
+    QString comment;                ///< for people; no program uses it
 };
 
 constexpr int mostDecimals = 15;

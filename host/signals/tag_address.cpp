@@ -16,9 +16,9 @@ constexpr AreaName areas[] = {{"DI", true},  {"DO", true},     {"FN5DO", true},
 constexpr int areaCount = sizeof areas / sizeof areas[0];
 constexpr int largestNumber = 65536;
 constexpr int largestByte = 255;
-constexpr int beyondAll = 1000000; ///< what numbers of more digits count as
+constexpr int beyondAll = 1000000; ///< numbers with more digits count as this
 
-/// Walks over a text from the left.
+/// Reads a text from left to right.
 class Cursor
 {
 public:
@@ -36,7 +36,7 @@ public:
         return true;
     }
 
-    /// A decimal number, -1 when there is no digit.
+    /// A decimal number; -1 if there is no digit.
     int number()
     {
         int value = -1;
@@ -50,7 +50,7 @@ private:
     int m_next = 0;
 };
 
-/// The text for a message, short and printable.
+/// The text for a message, shortened and printable.
 QString quoted(const QByteArray& text)
 {
     constexpr int longest = 40;
@@ -69,7 +69,7 @@ int skipArea(Cursor& cursor)
     return -1;
 }
 
-/// Returns what is wrong, empty when address is all of the text.
+/// Returns what is wrong; empty if address is all of the text.
 QString parse(Cursor& cursor, TagAddress& address)
 {
     address.station = cursor.number();

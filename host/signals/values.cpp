@@ -23,7 +23,7 @@ quint64 largestUnsigned(int width)
     return ~quint64(0) >> (64 - width);
 }
 
-/// What a value must be, for an error text.
+/// The values that are allowed, for an error text.
 QString elementRange(CommandDataType type, std::optional<Notation> notation)
 {
     const int width = elementWidth(type);
@@ -61,7 +61,7 @@ int baseOf(std::optional<Notation> notation, bool prefixed)
     return prefixed || notation == Notation::Hex ? 16 : 10;
 }
 
-/// The element's bits, or nothing when the text is no number of the type.
+/// The element's bits; nothing if the text is not a number of the type.
 std::optional<quint64> parseInteger(const QString& text, int width, std::optional<Notation> notation)
 {
     QString digits = text;
@@ -140,7 +140,7 @@ float toFloat(quint64 element)
     return value;
 }
 
-/// The shortest decimal number that is this float and no other.
+/// The shortest decimal number that reads back as this float.
 QString shortest(float value)
 {
     char text[64];
@@ -212,8 +212,8 @@ std::optional<CommandData> encodeText(const QStringList& values, QString& error)
     return CommandData{bytes.size(), bytes, Notation::Text};
 }
 
-/// Whether these are single precision numbers. A mixture is an error: nobody can tell what its whole numbers
-/// are meant to be.
+/// Whether these are single-precision numbers. A mixture is an error, because its whole numbers would be
+/// ambiguous.
 bool areFloats(CommandDataType type, const QStringList& values, QString& error)
 {
     if (type != DoubleWord)

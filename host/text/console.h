@@ -9,13 +9,13 @@ enum ExitStatus
     Done = 0,
     Refused = 1,          ///< the driver, the device or the system refused; the text is on stderr
     WrongCommandLine = 2, ///< nothing was sent; stderr says what would be right
-    Interrupted = 130     ///< Ctrl-C, by the shell's convention for signal 2
+    Interrupted = 130     ///< Ctrl-C; the shell's convention for signal 2
 };
 
 enum class OutputFormat
 {
     Text,
-    Json ///< one object on each line
+    Json ///< one object per line
 };
 
 /// Where a command writes: results to out, everything else to err.

@@ -3,7 +3,7 @@
 namespace {
 
 constexpr int chunk = 65536;
-constexpr int longestField = 65536; ///< bytes; more is no CSV but something else
+constexpr int longestField = 65536; ///< bytes; a longer field means that the file is not CSV
 
 QString tooLong()
 {
@@ -46,7 +46,7 @@ void CsvReader::skipMark()
         m_next = 3;
 }
 
-/// A CR that no LF follows stays where it is.
+/// A CR without an LF after it is left alone.
 bool CsvReader::skipLineEnd()
 {
     if (peek() == '\r' && m_next + 1 == m_buffer.size()) {

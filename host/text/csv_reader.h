@@ -9,25 +9,25 @@
 /// One row of a CSV file.
 struct CsvRow
 {
-    qint64 line = 0; ///< on which it begins, from 1
+    qint64 line = 0; ///< where it begins, from 1
     QVector<QByteArray> fields;
-    QString problem; ///< why the row is no CSV; empty: fields are all of it
+    QString problem; ///< why the row is not CSV; empty: fields is complete
 };
 
-/// Reads comma-separated values strictly (RFC 4180), in constant memory: rows end with LF or CRLF, a field
-/// with commas, quotes or line ends stands in double quotes, quotes in it are doubled. A byte-order mark at
-/// the start and empty lines are passed over. Bytes are taken as they are, in whatever encoding.
+/// Reads comma-separated values strictly (RFC 4180), in constant memory. Rows end with LF or CRLF; a field
+/// with commas, quotes or line ends is in double quotes, with its own quotes doubled. A byte-order mark at
+/// the start and empty lines are skipped. Bytes are passed on unchanged, whatever the encoding.
 class CsvReader
 {
 public:
-    /// The device is open for reading and outlives the reader.
+    /// The device must be open for reading and outlive the reader.
     explicit CsvReader(QIODevice& device) : m_device(device) {}
 
-    /// The next row, false at the end. A row with a problem ends with its line, or with the file when a quote
-    /// is not closed.
+    /// Reads the next row; false at the end. A row with a problem ends with its line, or with the file if a
+    /// quote is not closed.
     bool next(CsvRow& row);
 
-    /// Bytes of the file that have been read.
+    /// Number of bytes read so far.
     qint64 position() const { return m_read; }
 
 private:
@@ -51,7 +51,7 @@ private:
     qint64 m_line = 1;
 };
 
-/// A field as it must stand in a row: in quotes when it needs them.
+/// A field as it must appear in a row: in quotes if it needs them.
 QByteArray csvField(const QByteArray& text);
 
 #endif

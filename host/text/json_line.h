@@ -7,7 +7,7 @@
 /// Prints an object as one line of JSON.
 void printJsonLine(QTextStream& out, const QJsonObject& object);
 
-/// A duration for people and for JSON: milliseconds with three decimals.
+/// A duration as it is printed: milliseconds with three decimals.
 double roundedMilliseconds(double milliseconds);
 
 #endif

@@ -19,7 +19,7 @@
 namespace {
 
 constexpr int mostLinks = 16;
-constexpr int longestStem = 200; ///< bytes of a name, which may have 255 with what we add to it
+constexpr int longestStem = 200; ///< bytes; with our suffix a name may have up to 255
 const char* const infix = ".new-";
 
 QString systemMessage(int reason = errno)
@@ -34,7 +34,7 @@ mode_t usualMode()
     return 0666 & ~mask;
 }
 
-/// The entry of a folder itself, no link followed and no device opened.
+/// A folder's entry itself: follows no link and opens no device.
 class Entry
 {
 public:
@@ -53,12 +53,12 @@ public:
     Entry& operator=(const Entry&) = delete;
 
     int descriptor() const { return m_descriptor; }
-    int problem() const { return m_problem; } ///< errno, 0 when it is there
+    int problem() const { return m_problem; } ///< errno, 0 if the entry exists
     const struct stat& status() const { return m_status; }
     bool is(mode_t type) const { return (m_status.st_mode & S_IFMT) == type; }
     bool isOursOrRoots() const { return m_status.st_uid == ::geteuid() || m_status.st_uid == 0; }
 
-    /// Where a link leads to.
+    /// The target of a link.
     QString target() const
     {
         char text[PATH_MAX];
@@ -72,7 +72,7 @@ private:
     struct stat m_status = {};
 };
 
-/// A link there leads to something that is open, and what it says need not be a path.
+/// A link there leads to something open, and its text need not be a path.
 bool isInProc(int folder)
 {
     struct statfs status;
@@ -94,7 +94,7 @@ NewFile::~NewFile()
         ::close(m_folder);
 }
 
-/// Keeps the first reason. Returns whether there is none.
+/// Keeps the first reason. Returns true if there is none.
 bool NewFile::check(const QString& reason)
 {
     if (m_error.isEmpty() && !reason.isEmpty())
@@ -102,8 +102,8 @@ bool NewFile::check(const QString& reason)
     return m_error.isEmpty();
 }
 
-/// Finds the folder and opens what is to be written, behind links as far as they may be followed. This one
-/// and those below return what is wrong, empty when nothing is.
+/// Finds the folder and opens what is to be written, following links as far as that is allowed. Like the
+/// functions below, it returns what is wrong, empty if nothing is.
 QString NewFile::begin(QString path, Target target)
 {
     for (int links = 0; links < mostLinks; ++links) {
@@ -177,7 +177,7 @@ bool NewFile::write(const QByteArray& bytes)
 bool NewFile::commit()
 {
     if (!m_file.flush())
-        m_file.flush(); // what was cut short says why when it goes on
+        m_file.flush(); // after a partial write, the next one says why
     if (m_file.error() != QFile::NoError)
         check(m_file.errorString());
     return m_error.isEmpty() && (m_newBase.isEmpty() || check(finish()));
@@ -194,7 +194,7 @@ void NewFile::limitAccess(int source)
     }
     const bool isSameGroup =
         ours.st_gid == theirs.st_gid || ::fchown(descriptor, gid_t(-1), theirs.st_gid) == 0;
-    // To the old file a new group is others.
+    // For the old file, a new group counts as others.
     const mode_t others = theirs.st_mode & 07;
     m_mode &= isSameGroup ? theirs.st_mode & 0777 : (theirs.st_mode & 0700) | others << 3 | others;
 }

@@ -6,28 +6,27 @@
 
 #include <chrono>
 
-/// Columns of the terminal that stderr is; 0 when it is none.
+/// Width of the terminal on stderr in columns; 0 if stderr is not a terminal.
 int terminalWidth();
 
-/// The progress of long work as one line: a bar, the share that is done, the time left and the label.
-/// seconds have passed since done was 0. At most width - 1 columns are used.
+/// The progress of long work as one line: a bar, the share done, the time left and the label. seconds is the
+/// time since done was 0. Uses at most width - 1 columns.
 QString progressLine(const QString& label, qint64 done, qint64 total, double seconds, int width);
 
-/// Shows progressLine in place on a terminal, ten times a second at most, and takes it away again at its
-/// end.
+/// Shows progressLine in place on a terminal, at most ten times a second, and removes it at the end.
 class ProgressBar
 {
 public:
-    /// width: columns of the terminal; 0 shows nothing at all.
+    /// width: columns of the terminal; with 0 nothing is shown.
     ProgressBar(QTextStream& err, int width) : m_err(err), m_width(width) {}
     ~ProgressBar() { clear(); }
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
-    /// done of total are done. A done that is less than the last one, or another total, begins a new phase.
+    /// done of total are done. A smaller done than before, or another total, starts a new phase.
     void show(const QString& label, qint64 done, qint64 total);
 
-    /// Takes the line away, before anything else is printed.
+    /// Removes the line, before anything else is printed.
     void clear();
 
 private:

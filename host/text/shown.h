@@ -3,8 +3,8 @@
 
 #include <QString>
 
-/// A text from outside, out of a file or a device, as it may go to a terminal: control characters, and others
-/// that move or hide what stands around them, are written as \x1b or \u202e. What is left is one line.
+/// A text from outside, such as a file or a device, made safe for a terminal: control characters, and others
+/// that move or hide the text around them, are written as \x1b or \u202e. The result is one line.
 QString shown(const QString& text);
 
 #endif

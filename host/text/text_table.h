@@ -5,7 +5,7 @@
 #include <QTextStream>
 #include <QVector>
 
-/// Rows of text whose columns line up when printed, two blanks between them.
+/// Rows of text printed with aligned columns, two blanks between them.
 class TextTable
 {
 public:
@@ -15,12 +15,12 @@ public:
         Right
     };
 
-    /// One alignment for each column; rows have as many cells.
+    /// One alignment per column; every row has this many cells.
     explicit TextTable(const QVector<Alignment>& columns) : m_columns(columns) {}
 
     void addRow(const QStringList& cells) { m_rows += cells; }
 
-    /// One line for each row, without trailing blanks.
+    /// Prints one line per row, without trailing blanks.
     void print(QTextStream& out) const;
 
 private:
