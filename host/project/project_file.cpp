@@ -34,7 +34,7 @@ QString systemMessage()
     return QString::fromLocal8Bit(std::strerror(errno));
 }
 
-/// Brings a file or a folder to the disk. Returns the system's message, empty on success.
+/// Syncs a file or a folder to the disk. Returns the system's message, empty on success.
 QString synchronize(const QString& path, int flags)
 {
     const int descriptor = ::open(QFile::encodeName(path).constData(), flags | O_CLOEXEC);
@@ -45,15 +45,15 @@ QString synchronize(const QString& path, int flags)
     return problem;
 }
 
-/// Opens a file for writing, or makes it. Returns the system's message, which is better than SQLite's "unable
-/// to open database file"; empty on success.
+/// Opens a file for writing, or creates it. Returns the system's message, which is clearer than SQLite's
+/// "unable to open database file"; empty on success.
 QString writingProblem(const QString& fileName)
 {
     QFile file(fileName);
     return file.open(QIODevice::ReadWrite) ? QString() : file.errorString();
 }
 
-/// Removes what writers have left that were killed, or lost their power, before they had finished.
+/// Removes what writers left behind that were killed or lost power.
 void removeLeftovers(const QString& fileName)
 {
     const QString prefix = QFileInfo(fileName).fileName() + QLatin1String(".new-");
@@ -66,7 +66,7 @@ void removeLeftovers(const QString& fileName)
     }
 }
 
-/// SQLite would apply the journal of an old database to whatever stands in its place.
+/// SQLite would apply the journal of an old database to any file in its place.
 QString journalBeside(const QString& fileName)
 {
     for (const char* suffix : {"-wal", "-journal"}) {
@@ -77,7 +77,8 @@ QString journalBeside(const QString& fileName)
     return QString();
 }
 
-/// A file in the state that SQLite opens, before SQLite gives one message for all that can be wrong with it.
+/// Checks that a file can be opened before SQLite does, which has one message for everything that can be
+/// wrong with it.
 QString openingProblem(const QString& fileName)
 {
     QFile file(fileName);
@@ -173,7 +174,7 @@ void ProjectWriter::prepare(Beginning beginning)
     m_database = std::make_unique<ScopedDatabase>(m_newName, true);
     if (!check(messageOf(m_database->database().lastError())))
         return;
-    // Nobody sees the file before it is complete and synchronized as a whole.
+    // Nobody sees the file before it is complete and synced as a whole.
     const std::vector<const char*> start = {"PRAGMA journal_mode = OFF", "PRAGMA synchronous = OFF", "BEGIN"};
     const std::vector<const char*> tables = {
         "CREATE TABLE LINK (LINKID INTEGER, HMIPORT INTEGER)",
@@ -197,7 +198,7 @@ bool ProjectWriter::run(const std::vector<const char*>& statements)
     });
 }
 
-/// Keeps the first problem. Returns whether there is none.
+/// Keeps the first problem. Returns true if there is none.
 bool ProjectWriter::check(const QString& problem)
 {
     if (m_error.isEmpty() && !problem.isEmpty())

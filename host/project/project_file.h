@@ -22,7 +22,7 @@ struct ProjectNode
 {
     int linkId;
     int stationId;
-    bool isDefault; ///< tags that name no station belong to it
+    bool isDefault; ///< tags without a station belong to it
     QString ip;
     int port;
 };
@@ -35,15 +35,15 @@ struct ProjectTag
 
 constexpr int ethernetHmiPort = 2000;
 
-/// Makes the folder below that of the running program where drivers look for the project database. Returns a
-/// sentence that says why not, empty when it is there.
+/// Makes the folder, below the running program's, where drivers look for the project database. Returns a
+/// sentence that says why it could not; empty if the folder exists.
 QString makeProjectFolder();
 
-/// An open SQLite file, known to QtSql under a name of its own, closed and forgotten at the end.
+/// An open SQLite file, registered with QtSql under a name of its own; closed and unregistered at the end.
 class ScopedDatabase
 {
 public:
-    /// Read-only, or created when writable.
+    /// Opens read-only; if writable, opens or creates.
     ScopedDatabase(const QString& fileName, bool writable);
     ~ScopedDatabase();
     ScopedDatabase(const ScopedDatabase&) = delete;
@@ -59,9 +59,9 @@ private:
     const QString m_name;
 };
 
-/// Writes a whole project beside the old one and puts it in the old one's place only when it is complete and
-/// on the disk. Until commit() has succeeded the old project stays as it was; without commit() the new one
-/// goes away with this object.
+/// Writes a complete project next to the old one; commit() puts it in the old one's place once it is on the
+/// disk. Until commit() has succeeded the old project stays as it was. Without commit() the new one is
+/// deleted with this object.
 ///
 /// After a failure every further call fails with the same error.
 class ProjectWriter
@@ -69,8 +69,8 @@ class ProjectWriter
 public:
     enum Beginning
     {
-        Empty,         ///< with its tables only
-        FromOldProject ///< with all that the old one holds
+        Empty,         ///< with empty tables
+        FromOldProject ///< with everything that the old one holds
     };
 
     explicit ProjectWriter(const QString& fileName, Beginning beginning = Empty);
@@ -84,7 +84,7 @@ public:
     bool removeTags(int linkId);
     bool commit();
 
-    /// One sentence that names the file; empty as long as all went well.
+    /// One sentence that names the file; empty as long as all has gone well.
     const QString& error() const { return m_error; }
 
 private:
@@ -110,7 +110,7 @@ class ProjectReader
 public:
     explicit ProjectReader(const QString& fileName);
 
-    /// In the order in which the database gives them. An empty list after a failure: see error().
+    /// In the order of the database. After a failure the list is empty: see error().
     QVector<ProjectLink> links();
     QVector<ProjectNode> nodes();
 
@@ -123,7 +123,7 @@ public:
     /// The same for the tags of one link.
     bool forEachTagOf(int linkId, const std::function<void(const ProjectTag&)>& visit);
 
-    /// One sentence that names the file; empty as long as all went well.
+    /// One sentence that names the file; empty as long as all has gone well.
     const QString& error() const { return m_error; }
 
 private:

@@ -10,7 +10,8 @@ constexpr int areaBits = 65536;
 constexpr int stationCount = 256;
 constexpr int bitsOfByte = 8;
 
-/// A link to a device that has every bit and register, all of them 0. Remembers what read requests asked for.
+/// A link to a device in which every bit and register exists and is 0. Remembers what read requests asked
+/// for.
 class RecordingLink : public AbstractDeviceInterface
 {
 public:
@@ -53,14 +54,14 @@ public:
 
     void setStation(int station) { m_station = station; }
 
-    /// Whether the driver has come so far as to use the link for a command.
+    /// Whether the driver has got as far as using the link for a command.
     bool wasUsed() const { return m_wasUsed; }
 
 private:
     static constexpr int requestLength = 12; ///< MBAP header, function code, address and quantity
 
-    /// request: two bytes each of transaction, protocol and length, unit, function code, two bytes each of
-    /// address and quantity.
+    /// request: transaction, protocol and length with two bytes each, unit, function code, address and
+    /// quantity with two bytes each.
     void answer(const unsigned char* request)
     {
         const int first = request[8] * 256 + request[9] + 1;
@@ -81,7 +82,7 @@ private:
     bool m_wasUsed = false;
 };
 
-/// Puts together what touches.
+/// Joins runs that touch.
 QVector<BitRun> joined(const QVector<BitRun>& runs)
 {
     QVector<BitRun> result;
@@ -94,8 +95,8 @@ QVector<BitRun> joined(const QVector<BitRun>& runs)
     return result;
 }
 
-/// Reads the whole area by bytes, so many at once that no run in them is too long for the driver. Returns
-/// whether it has tags for the station.
+/// Reads the whole area by bytes, each time so few that no run in them is too long for the driver. Returns
+/// whether the area has tags for the station.
 bool readWholeArea(DriverInterface& driver, RecordingLink& link, const QString& area)
 {
     const int step = std::max(driver.getBitBlockAccessSize() / bitsOfByte, 1);

@@ -13,7 +13,7 @@ struct BitRun
     int last;
 };
 
-/// What byte reads over a bit area of one station ask the device for.
+/// What byte reads over a bit area of one station will request.
 struct AreaReadPlan
 {
     int linkId;
@@ -23,11 +23,11 @@ struct AreaReadPlan
 };
 
 /// Asks the driver itself, by byte reads over a link that answers every request with zeros and remembers it;
-/// no network is used. The driver must be fresh: it loads the project of the link with its first command.
+/// no network is used. The driver must be new: it loads the project of the link with its first command.
 ///
-/// plans gets one entry for each bit area of each station that the driver has tags for, stations rising.
-/// Runs go on over the ends of single reads, so that they are the longest ones possible. Returns an empty
-/// text or the driver's reason for not loading the project.
+/// plans gets one entry for each bit area of each station for which the driver has tags, in the order of the
+/// stations. Runs continue across the ends of single reads, so they are as long as possible. Returns an empty
+/// text, or the driver's reason for not loading the project.
 QString planReads(DriverInterface& driver, int linkId, QVector<AreaReadPlan>& plans);
 
 #endif

@@ -97,7 +97,7 @@ private:
         listDuplicates(duplicates);
     }
 
-    using Duplicate = std::pair<qint64, qint64>; ///< its line and that of the first one
+    using Duplicate = std::pair<qint64, qint64>; ///< its line and the line of the first one
 
     void listDuplicates(const std::vector<Duplicate>& duplicates)
     {

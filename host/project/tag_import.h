@@ -5,36 +5,37 @@
 
 #include <functional>
 
-/// Something wrong in a file of tags.
+/// A problem in a file of tags.
 struct ImportProblem
 {
     qint64 line;
     QString text;
 };
 
-/// What came of reading a file of tags.
+/// The result of reading a file of tags.
 struct ImportResult
 {
-    qint64 tags = 0; ///< rows that were taken
+    qint64 tags = 0; ///< rows that were accepted
     qint64 problemCount = 0;
-    QVector<ImportProblem> problems; ///< the first ones by line, mostProblemsListed at most
-    bool stopped = false;            ///< take said so
+    QVector<ImportProblem> problems; ///< the first ones by line, at most mostProblemsListed
+    bool stopped = false;            ///< take returned false
 };
 
 constexpr int mostProblemsListed = 20;
 
-/// Takes the address of a tag, as it is written. False ends the import.
+/// Receives the address of a tag, as written. Returning false ends the import.
 using TakeTag = std::function<bool(const QString& address)>;
 
-/// Reads the tags of a CSV file: one on each row, its address in the first column. A first row whose first
-/// field is "address", in any case, is the header. All rows have as many columns as the first one; what
-/// stands in the others (names, comments) says nothing to a driver and is left out.
+/// Reads the tags of a CSV file: one per row, its address in the first column. A first row whose first field
+/// is "address", in upper or lower case, is the header. All rows must have as many columns as the first one;
+/// the other columns (names, comments) mean nothing to a driver and are ignored.
 ///
-/// Wrong are: rows that are no CSV or have another number of columns, addresses that parseTagAddress refuses,
-/// and addresses that a line above has already. take gets every tag until the first row is wrong; tags that
-/// stand twice are found at the end only. betweenRows is called every so many rows; false ends the import.
+/// Errors are: rows that are not CSV or have another number of columns, addresses that parseTagAddress
+/// refuses, and addresses that an earlier line already has. take gets every tag until the first wrong row;
+/// duplicate tags are found only at the end. betweenRows is called regularly; returning false ends the
+/// import.
 ///
-/// Memory: 16 bytes for each tag.
+/// Memory: 16 bytes per tag.
 ImportResult importTags(CsvReader& reader, const TakeTag& take, const std::function<bool()>& betweenRows);
 
 #endif

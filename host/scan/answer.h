@@ -5,16 +5,16 @@
 
 namespace scan {
 
-/// What came of one request to the device.
+/// The outcome of one request to the device.
 struct Answer
 {
     enum Kind
     {
         Data,
-        Exception,   ///< the station refused: it is there
-        Silence,     ///< no answer, or none that says anything about the elements that were asked for
-        Unreachable, ///< there was no connection that the request could go out on
-        Stopped      ///< not asked any more: interrupted, unreachable, or the driver can not work
+        Exception,   ///< the station refused, so it exists
+        Silence,     ///< no answer, or one that says nothing about the requested elements
+        Unreachable, ///< there was no connection for the request
+        Stopped      ///< not asked: interrupted, unreachable, or the driver cannot work
     };
 
     Kind kind = Data;
@@ -26,9 +26,10 @@ struct Answer
 
 constexpr int illegalFunction = 1;
 
-/// The answer behind the driver's error text, of those that docs/errors.md lists. Its description of the
-/// command, up to "> ", is left out. The exception codes for "come again later" (05, 06) and those by which a
-/// gateway says that the station behind it does not answer (0A, 0B) count as Silence. An empty text is Data.
+/// The answer behind the driver's error text, one of those that docs/errors.md lists. The driver's
+/// description of the command, up to "> ", is skipped. Exception codes that mean "try again later" (05, 06),
+/// and those by which a gateway reports that the station behind it does not answer (0A, 0B), count as
+/// Silence. An empty text is Data.
 Answer answerFromError(const QString& error);
 
 } // namespace scan

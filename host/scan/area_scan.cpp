@@ -5,8 +5,8 @@
 namespace scan {
 namespace {
 
-/// Elements of a refused range from which on each is asked for. Halving further would ask for most of them in
-/// the end, and for their pairs and fours besides.
+/// A refused range of this size is asked for element by element. Halving it further would end up asking for
+/// most elements one by one anyway, after their pairs and fours.
 constexpr int fewElements = 8;
 
 class AreaScan
@@ -32,7 +32,7 @@ public:
     }
 
 private:
-    /// Returns whether all of the range can be read.
+    /// Returns whether the whole range can be read.
     bool scanRange(int first, int count)
     {
         if (m_givenUp)
@@ -71,8 +71,8 @@ private:
         return isReadable;
     }
 
-    /// A refused range next to one that can be read may begin or end with elements that can be read: fewer
-    /// than the finest range, which was refused as a whole.
+    /// A refused range next to a readable one may begin or end with readable elements, fewer than the finest
+    /// range that was refused as a whole.
     void findBorders()
     {
         QVector<Range>& ranges = m_findings.ranges;
@@ -94,8 +94,8 @@ private:
         }
     }
 
-    /// The most elements below refused, from firstOf(count) on, that can be read at once. refused of them can
-    /// not.
+    /// The largest count below refused, starting at firstOf(count), that can be read at once; a count of
+    /// refused cannot.
     int mostReadable(int refused, const std::function<int(int count)>& firstOf)
     {
         int readable = 0;

@@ -17,7 +17,7 @@ struct Area
     int mostInRequest;    ///< elements
 };
 
-/// One request: count elements of an area of a station, from number first on.
+/// One request: count elements of an area of a station, starting at number first.
 struct Request
 {
     int station;
@@ -26,7 +26,7 @@ struct Request
     int count;
 };
 
-/// Sends one request and waits for what comes of it.
+/// Sends one request and waits for its outcome.
 class Requester
 {
 public:
@@ -41,8 +41,8 @@ struct DevicePlan
     int first = 1;
     int last = largestNumber;
     int finest = 1;       ///< as in AreaPlan
-    int probeRetries = 0; ///< repetitions of the first request to a station while nothing answers
-    int retries = 0;      ///< the same of the requests that follow
+    int probeRetries = 0; ///< repetitions of the first request to a station that does not answer
+    int retries = 0;      ///< the same for later requests
 };
 
 struct ScannedArea
@@ -55,26 +55,26 @@ struct ScannedStation
 {
     int station;
     Answer probe;               ///< to the first request
-    QVector<ScannedArea> areas; ///< those of the plan, of a station that is there
+    QVector<ScannedArea> areas; ///< those of the plan, if the station exists
 };
 
 struct DeviceFindings
 {
-    QVector<ScannedStation> stations; ///< those that were asked, in the plan's order
+    QVector<ScannedStation> stations; ///< those that were asked, in the order of the plan
     int requests = 0;
-    QString stopped; ///< the reason of the Stopped answer that ended the scan early; empty: it is complete
+    QString stopped; ///< why a Stopped answer ended the scan early; empty: the scan is complete
 };
 
-/// How far the scan is: done of total steps of the phase that label names.
+/// The progress of the scan: done of total steps of the phase that label names.
 using ShowProgress = std::function<void(const QString& label, qint64 done, qint64 total)>;
 
-/// Areas in a row that were given up without any answer, which make a station be given up.
+/// A station is given up after this many areas in a row were given up without any answer.
 constexpr int silentAreasOfAStation = 2;
 
-/// Asks each station of the plan for one element, the first of the first area, and then scans all areas of
-/// those that answer; an exception is an answer. One request at a time; only requests without an answer are
-/// repeated. A device that stays unreachable ends the scan. A station is given up, its other areas not asked,
-/// when silentAreasOfAStation of its areas say nothing at all.
+/// Asks each station of the plan for one element, the first of the first area, then scans all areas of the
+/// stations that answer; an exception is an answer. Sends one request at a time and repeats only requests
+/// without an answer. A device that stays unreachable ends the scan. A station is given up, and its other
+/// areas not asked for, if silentAreasOfAStation of its areas do not answer at all.
 DeviceFindings scanDevice(const DevicePlan& plan, Requester& requester, const ShowProgress& showProgress);
 
 } // namespace scan

@@ -16,7 +16,7 @@ QString systemMessage(int reason)
     return QString::fromLocal8Bit(std::strerror(reason));
 }
 
-/// Bytes of a file from offset on, fewer at its end.
+/// Bytes of a file from offset on; fewer at its end.
 QByteArray bytesAt(int descriptor, qint64 offset, qint64 length)
 {
     QByteArray bytes(static_cast<int>(length), '\0');
@@ -25,7 +25,7 @@ QByteArray bytesAt(int descriptor, qint64 offset, qint64 length)
     return bytes;
 }
 
-/// Where the last line that is ended by a line feed ends.
+/// The end of the last line that has a line feed.
 qint64 endOfLastLine(int descriptor, qint64 size)
 {
     constexpr qint64 step = 4096;
@@ -38,8 +38,8 @@ qint64 endOfLastLine(int descriptor, qint64 size)
     return 0;
 }
 
-/// A new file is there after a power cut only when its folder has been brought to the disk too. A system that
-/// can not do so for folders does it by itself.
+/// A new file survives a power cut only if its folder has been synced to the disk too. A system that cannot
+/// sync folders does so by itself.
 void syncFolder(const QString& fileName)
 {
     const QByteArray folder = QFile::encodeName(QFileInfo(fileName).absolutePath());
@@ -58,7 +58,7 @@ std::unique_ptr<CsvRecorder> CsvRecorder::open(const QString& fileName, const QB
     const QByteArray name = QFile::encodeName(fileName);
     int descriptor = ::open(name.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     if (descriptor < 0 && (errno == EACCES || errno == EINVAL || errno == ENXIO))
-        descriptor = ::open(name.constData(), O_WRONLY | O_CLOEXEC); // a printer, a write-only device
+        descriptor = ::open(name.constData(), O_WRONLY | O_CLOEXEC); // such as a printer, a write-only device
     if (descriptor < 0) {
         error = QStringLiteral("can not write %1: %2").arg(fileName, systemMessage(errno));
         return nullptr;
@@ -76,7 +76,7 @@ CsvRecorder::~CsvRecorder()
     ::close(m_descriptor);
 }
 
-/// Returns a sentence that says why the file can not be used; empty when it can.
+/// Returns a sentence that says why the file cannot be used; empty if it can.
 QString CsvRecorder::begin(const QByteArray& header)
 {
     struct stat status;
@@ -107,7 +107,7 @@ QString CsvRecorder::continueRecord(const QByteArray& header)
     return QString();
 }
 
-/// Takes what stands behind the last whole row away.
+/// Cuts off what follows the last complete row.
 void CsvRecorder::restoreEnd()
 {
     if (!m_isRegular)
@@ -116,7 +116,7 @@ void CsvRecorder::restoreEnd()
         m_problem = systemMessage(errno);
 }
 
-/// All of bytes or nothing. Returns the system's message, empty on success.
+/// Writes all of bytes or nothing. Returns the system's message, empty on success.
 QString CsvRecorder::write(const QByteArray& bytes)
 {
     const QByteArray all = m_headerDue.isEmpty() || bytes == m_headerDue ? bytes : m_headerDue + bytes;

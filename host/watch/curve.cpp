@@ -37,7 +37,7 @@ void Curve::breakLine()
         m_parts.back().endsLine = true;
 }
 
-/// Makes room by joining neighbours, in ever longer parts until half of the room is free.
+/// Makes room by joining neighbours, into longer and longer parts until half of the room is free.
 void Curve::join()
 {
     while (m_parts.size() > mostParts / 2) {

@@ -12,15 +12,15 @@ struct CurvePoint
     double value; ///< not a number: the line is broken here
 };
 
-/// What a picture shows of a series of samples, in a size that does not grow: of each short part of the time
+/// What a picture shows of a series of samples, in a size that does not grow: for each short part of the time
 /// the smallest and the largest value, so that no peak is lost. Short means at most 1/1000 of the whole.
 class Curve
 {
 public:
-    /// Samples come in the order of their times. One that is not finite breaks the line.
+    /// Samples must come in the order of their times. One that is not finite breaks the line.
     void add(double time, double value);
 
-    /// Between the last sample and the next one something is missing.
+    /// Something is missing between the last sample and the next one.
     void breakLine();
 
     bool isEmpty() const { return m_parts.empty(); }
@@ -28,7 +28,7 @@ public:
     /// Every sample was 0 or 1.
     bool isBinary() const { return m_isBinary; }
 
-    /// At most 8000, and as many breaks as half of that.
+    /// At most 8000 points, and half as many breaks.
     std::vector<CurvePoint> points() const;
 
 private:
@@ -47,7 +47,7 @@ private:
     void join();
 
     std::vector<Part> m_parts;
-    double m_width = 0.001; ///< seconds of a part
+    double m_width = 0.001; ///< length of a part in seconds
     bool m_isBinary = true;
 };
 

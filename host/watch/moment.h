@@ -7,18 +7,18 @@
 
 #include <optional>
 
-/// A time as people write it, UTC.
+/// A time as people write it, in UTC.
 struct Moment
 {
-    QDate day; ///< not valid: whichever is meant
+    QDate day; ///< not valid: no day was given
     QTime time;
 
-    /// Seconds since 1970; day is taken if the moment has none.
+    /// Seconds since 1970; uses the day otherwise if the moment has none.
     double seconds(QDate otherwise) const;
 };
 
-/// Takes "2026-11-22 22:58:05.250", "2026-11-22T22:58:05Z", "2026-11-22 22:58", "2026-11-22" (its midnight),
-/// "22:58:05" and "22:58". Nothing when the text is none of these.
+/// Accepts "2026-11-22 22:58:05.250", "2026-11-22T22:58:05Z", "2026-11-22 22:58", "2026-11-22" (its
+/// midnight), "22:58:05" and "22:58". Nothing if the text is none of these.
 std::optional<Moment> parseMoment(const QString& text);
 
 #endif

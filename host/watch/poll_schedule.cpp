@@ -1,6 +1,6 @@
 #include "watch/poll_schedule.h"
 
-/// Returns the number of slots that are left out.
+/// Returns the number of slots that are skipped.
 quint64 PollSchedule::advance(Clock::time_point now)
 {
     m_slot += m_interval;

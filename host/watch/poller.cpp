@@ -9,7 +9,7 @@
 
 namespace {
 
-/// Readings that may wait to be taken: minutes of polling at the usual intervals.
+/// Most readings that wait to be taken: minutes of polling at the usual intervals.
 constexpr int mostReadings = 4096;
 
 } // namespace
@@ -58,7 +58,7 @@ void Poller::poll()
     }
 }
 
-/// Returns false when the polling is to end. A slot for whose readings there is no room is missed.
+/// Returns false if the polling has to end. A slot is missed if there is no room for its readings.
 bool Poller::waitForSlot(PollSchedule& schedule)
 {
     std::unique_lock<std::mutex> lock(m_mutex);

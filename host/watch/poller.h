@@ -13,17 +13,17 @@
 #include <optional>
 #include <thread>
 
-/// What a poller does.
+/// What a poller has to do.
 struct PollPlan
 {
     QVector<CommunicatorCommand> commands; ///< of one sample, in this order; one or more
     std::chrono::milliseconds interval{
         0};                         ///< from the beginning of one sample to that of the next, 1 or more
-    std::optional<quint64> samples; ///< ends after so many
-    std::optional<std::chrono::seconds> duration; ///< no sample begins later than that after start
+    std::optional<quint64> samples; ///< ends after this many
+    std::optional<std::chrono::seconds> duration; ///< no sample begins later than this after the start
 };
 
-/// What became of one command of a sample.
+/// The outcome of one command of a sample.
 struct Reading
 {
     int index = 0;           ///< of the command in the plan
@@ -32,43 +32,43 @@ struct Reading
     bool endsSample = false; ///< it is the sample's last
     CommandOutcome outcome;
     std::chrono::steady_clock::time_point doneAt;
-    bool connected = false;  ///< the link, after the command
+    bool connected = false;  ///< whether the link was up after the command
     int connectionsMade = 0; ///< by the link so far
-    quint64 missed = 0;      ///< slots that were missed before the sample
+    quint64 missed = 0;      ///< slots missed before the sample
 };
 
-/// Runs read commands at an interval on a thread of its own, so that neither a slow device holds up those who
-/// look on, nor a slow disk or terminal the polling.
+/// Runs read commands at an interval on a thread of its own, so that a slow device does not hold up the
+/// display, nor a slow disk or terminal the polling.
 ///
-/// What was read is kept until it is taken. When nobody takes it for long, slots are missed and memory does
+/// Readings are kept until they are taken. If nobody takes them for long, slots are missed and memory does
 /// not grow.
 class Poller
 {
 public:
-    /// Throws std::system_error when no thread can be started. The session must outlive the poller, and
-    /// nobody else may use it before stop() has returned true.
+    /// Throws std::system_error if no thread can be started. The session must outlive the poller; nobody else
+    /// may use it before stop() has returned true.
     Poller(Session& session, const PollPlan& plan);
 
-    /// Ends the polling, however long the command that is going on takes.
+    /// Ends the polling, however long the current command takes.
     ~Poller();
     Poller(const Poller&) = delete;
     Poller& operator=(const Poller&) = delete;
 
-    /// Readable as long as there is something to take or the polling has ended.
+    /// Readable while there is something to take, or once the polling has ended.
     int descriptor() const { return m_event; }
 
-    /// What was read since the last call, oldest first.
+    /// The readings since the last call, oldest first.
     QVector<Reading> take();
 
-    /// No more readings will come, and all have been taken. Throws what the polling has thrown, such as
-    /// std::bad_alloc.
+    /// True once no more readings will come and all have been taken. Throws what the polling has thrown, such
+    /// as std::bad_alloc.
     bool finished();
 
-    /// While paused no sample begins; the one that is going on is completed.
+    /// While paused, no sample begins; a running one is completed.
     void setPaused(bool paused);
 
-    /// Ends the polling and the wait for the device that is going on; an unfinished command gives no reading.
-    /// Returns false when the driver has not returned within patience.
+    /// Ends the polling and the current wait for the device; an unfinished command gives no reading. Returns
+    /// false if the driver has not returned within patience.
     bool stop(std::chrono::milliseconds patience);
 
 private:
@@ -85,9 +85,9 @@ private:
     std::condition_variable m_changed;
     QVector<Reading> m_readings;
     bool m_paused = false;
-    std::atomic<bool> m_stopping{false}; ///< the link's waits look at it as well
+    std::atomic<bool> m_stopping{false}; ///< the link's waits check it too
     bool m_ended = false;
-    std::exception_ptr m_failure; ///< that ended the polling
+    std::exception_ptr m_failure; ///< what ended the polling
     std::thread m_thread;
 };
 

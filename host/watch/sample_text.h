@@ -6,25 +6,24 @@
 
 #include <QJsonObject>
 
-// One sample, the readings of all items at about one time, as a line of text. readings holds one for each
-// item, in their order.
+// One sample, the readings of all items at about the same time, as a line of text. readings holds one reading
+// per item, in their order.
 
-/// RFC 3339 with milliseconds, UTC: 2026-11-22T22:58:05.123Z. The argument counts milliseconds since 1970
-/// UTC.
+/// RFC 3339 with milliseconds, UTC: 2026-11-22T22:58:05.123Z. time is in milliseconds since 1970 UTC.
 QString utcText(qint64 time);
 
-/// For people: the time, then each element with its value; of a command that failed its error in place of the
+/// For people: the time, then each element with its value; for a failed command, its error instead of the
 /// values.
 QString sampleLine(const QVector<WatchedItem>& items, const QVector<Reading>& readings);
 
-/// For programs: time, sample (counts from 1) and readings, an array with what "read" prints of each command.
+/// For programs: time, sample (counted from 1) and readings, an array of what "read" prints for each command.
 QJsonObject sampleObject(const QVector<WatchedItem>& items, const QVector<Reading>& readings);
 
-/// The header of a record, ended by a line feed: time, a column for each element, milliseconds, error.
+/// The header of a record, including the line feed: time, a column for each element, milliseconds, error.
 QByteArray csvHeader(const QVector<WatchedItem>& items);
 
-/// A row of a record: numbers are decimal, those that could not be read are empty; milliseconds is what all
-/// commands took together, error what the driver said of those that failed.
+/// A row of a record. Numbers are decimal, and empty if they could not be read; milliseconds is the time of
+/// all commands together; error is what the driver said about those that failed.
 QByteArray csvRow(const QVector<WatchedItem>& items, const QVector<Reading>& readings);
 
 #endif

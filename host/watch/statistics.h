@@ -5,28 +5,28 @@
 
 #include <deque>
 
-/// The last samples of a series, the oldest first.
+/// The last samples of a series, oldest first.
 using Samples = std::deque<double>;
 
-/// What is known of one watched element.
+/// What is known about one watched element.
 class ValueHistory
 {
 public:
-    /// Samples that are kept: as wide as a trend is ever shown.
+    /// Number of samples kept: the widest trend that is ever shown.
     static constexpr std::size_t width = 160;
 
-    /// A sample: its number, which may be not finite, and its text in print.
+    /// Adds a sample: its number, which need not be finite, and its printed text.
     void add(double number, const QString& text);
 
-    /// A sample that failed.
+    /// Adds a failed sample.
     void addGap();
 
-    /// Text of the last, the smallest and the largest sample; empty before there is one.
+    /// Text of the last, the smallest and the largest sample; empty before the first sample.
     const QString& latest() const { return m_latest; }
     const QString& smallest() const { return m_smallestText; }
     const QString& largest() const { return m_largestText; }
 
-    /// The last samples; a failed one is not a number.
+    /// The last samples; a failed one is NaN.
     const Samples& samples() const { return m_samples; }
 
 private:
@@ -42,14 +42,14 @@ private:
 class RoundTrips
 {
 public:
-    /// Commands that count.
+    /// Number of commands that count.
     static constexpr std::size_t window = 1000;
 
     void add(double milliseconds);
     bool isEmpty() const { return m_milliseconds.empty(); }
 
-    /// The shortest time within which that part of the commands, above 0 and up to 1, was done: 0.5 gives the
-    /// median. In milliseconds; 0 when there was no command.
+    /// The shortest time in which this part of the commands, above 0 and up to 1, was done; 0.5 gives the
+    /// median. In milliseconds; 0 if there was no command.
     double quantile(double part) const;
 
 private:
@@ -63,8 +63,8 @@ enum class TrendSymbols
     Ascii
 };
 
-/// The last samples, at most width of them, one character each, the newest last: scaled between least and
-/// most of those that are shown, or from 0 to 1 for bits. A failed sample leaves a blank.
+/// The last samples, at most width of them, as one character each, the newest last. They are scaled between
+/// the smallest and the largest that is shown, or from 0 to 1 for bits. A failed sample leaves a blank.
 QString trendText(const Samples& samples, int width, bool isBit, TrendSymbols symbols);
 
 #endif

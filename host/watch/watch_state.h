@@ -13,7 +13,7 @@ struct WatchedElement
     ValueHistory history;
 };
 
-/// What is known of one command; its elements lie one after the other.
+/// What is known about one command; its elements are next to each other.
 struct WatchedCommand
 {
     int firstElement = 0;
@@ -25,7 +25,7 @@ struct WatchedCommand
     std::optional<PollSchedule::Clock::time_point> lastGood;
 };
 
-/// What is known of the link.
+/// What is known about the link.
 struct WatchedLink
 {
     bool asked = false; ///< a command has been run
@@ -33,12 +33,12 @@ struct WatchedLink
     int connectionsMade = 0;
     quint64 samples = 0;
     quint64 missed = 0;
-    RoundTrips roundTrips; ///< of the commands that were done
+    RoundTrips roundTrips; ///< of the commands that succeeded
     QString lastError;     ///< of any command, the driver's text
     qint64 lastErrorTime = 0;
 };
 
-/// All that watch has seen, in a size that does not grow.
+/// Everything that watch has seen, in a size that does not grow.
 class WatchState
 {
 public:
@@ -51,7 +51,7 @@ public:
     const std::vector<WatchedElement>& elements() const { return m_elements; }
     const WatchedLink& link() const { return m_link; }
 
-    /// Over all commands.
+    /// Sum over all commands.
     quint64 commandCount() const;
     quint64 failureCount() const;
 

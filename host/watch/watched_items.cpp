@@ -9,7 +9,7 @@
 
 namespace {
 
-/// A tag address taken apart, for putting neighbours together.
+/// The parts of a tag address, for joining neighbours.
 struct Tag
 {
     QString area;

@@ -10,39 +10,40 @@
 
 #include <optional>
 
-/// One read command that is repeated, and how its values are printed.
+/// A read command that is repeated, and how its values are printed.
 struct WatchedItem
 {
     CommunicatorCommand command;
     Notation notation = Notation::Unsigned;
 };
 
-/// Most elements that are watched at once.
+/// Most elements that can be watched at once.
 constexpr int mostWatchedElements = 10000;
 
-/// Takes ADDRESS[:TYPE[:COUNT]] apart: the type defaults to what the area is made of, the count to 1.
-/// preferred is the notation of the values where their type has it, else they are Unsigned. The result is
-/// empty, and error says what would be right, when text is no such thing.
+/// Parses ADDRESS[:TYPE[:COUNT]]: the type defaults to the area's element type, the count to 1. Values are
+/// printed in the notation preferred if their type has it, otherwise as Unsigned. If text is anything else,
+/// the result is empty and error says what would be right.
 std::optional<WatchedItem> parseWatchedItem(const QString& text, Notation preferred, QString& error);
 
-/// The command as parseWatchedItem takes it, without what goes without saying: HR100, HR100:dword.
+/// The command in the form that parseWatchedItem accepts, without defaults: HR100, HR100:dword.
 QString columnName(const QString& address, CommandDataType type);
 
-/// The elements of one command, one after the other.
+/// The names of a command's elements, in order.
 QStringList elementNames(const WatchedItem& item);
 
-/// Each element of data as a number: decimal, whatever the notation in print, so that programs can take it.
+/// Each element of data as a number: always decimal, whatever the printed notation, so that programs can read
+/// it.
 QStringList decimalTexts(const WatchedItem& item, const QByteArray& data);
 
-/// The most elements of one read command of a driver.
+/// The most elements that a driver takes in one read command.
 struct CommandLimits
 {
     int registers;
     int bits;
 };
 
-/// Read commands that cover these tag addresses (without stations) and nothing else: each address once,
-/// ordered by area and number, neighbours in one command.
+/// Read commands that cover exactly these tag addresses (without stations): each address once, ordered by
+/// area and number, neighbours in one command.
 QVector<WatchedItem> itemsOfTags(const QStringList& addresses, const CommandLimits& limits);
 
 #endif
