@@ -25,11 +25,9 @@ private slots:
     void everyPrefixOfAResponse();
     void attemptsDelaysAndRetries();
     void transactionIdentifierWraps();
-    void staleReplyIsNotTaken();
     void requestNotTakenWhole_data();
     void requestNotTakenWhole();
     void linkThatCanNotBeOpened();
-    void closedLinkIsOpenedOnce();
     void unservedDataTypes();
     void errorStateAndDescriptions();
 };
@@ -264,12 +262,6 @@ void tst_reading::badResponses()
     QCOMPARE(driver.getLastError(), QLatin1String("read 2 word(s) from 1-HR1> ") + error);
     QCOMPARE(link.closes, closes);
     QCOMPARE(link.calls.filter(QLatin1String("read")).size(), reads);
-
-    // Whatever came before, the next good reply is accepted.
-    link.answersPdu("0304 1234 5678");
-    QCOMPARE(driver.read(&link, CommunicatorCommand(Word, 2, QLatin1String("HR1"))).toHex(),
-             QByteArray("34127856"));
-    QVERIFY(!driver.hasError());
 }
 
 void tst_reading::everyPrefixOfAResponse()
@@ -325,18 +317,6 @@ void tst_reading::transactionIdentifierWraps()
     QCOMPARE(written, 12);
 }
 
-void tst_reading::staleReplyIsNotTaken()
-{
-    DriverModbusTcpSlave driver;
-    ScriptedLink link;
-    link.answersPdu("0302 1111").answers("0001 0000 0005 01 03 02 1111").answersPdu("0302 2222");
-    const CommunicatorCommand command(Word, 1, QLatin1String("HR1"));
-    QCOMPARE(driver.read(&link, command).toHex(), QByteArray("1111"));
-    QVERIFY(driver.read(&link, command).isEmpty());
-    QVERIFY(driver.getLastError().endsWith(QLatin1String("> invalid transaction ID")));
-    QCOMPARE(driver.read(&link, command).toHex(), QByteArray("2222"));
-}
-
 void tst_reading::requestNotTakenWhole_data()
 {
     QTest::addColumn<CommandDataType>("type");
@@ -374,16 +354,6 @@ void tst_reading::linkThatCanNotBeOpened()
     QVERIFY(driver.hasError());
     QCOMPARE(link.opened, 1);
     QCOMPARE(link.waits, 1);
-}
-
-void tst_reading::closedLinkIsOpenedOnce()
-{
-    DriverModbusTcpSlave driver;
-    ScriptedLink link;
-    link.up = false;
-    link.answersPdu("0302 0001");
-    QVERIFY(!driver.read(&link, CommunicatorCommand(Word, 1, QLatin1String("HR1"))).isEmpty());
-    QCOMPARE(link.opened, 1);
 }
 
 void tst_reading::unservedDataTypes()

@@ -38,9 +38,6 @@ private slots:
     void badEchoes_data();
     void badEchoes();
     void neighbouringBitsKeepTheirValues();
-    void failedReadWritesNothing();
-    void stopsAtTheFirstFailureAndRetriesFromTheFirst_data();
-    void stopsAtTheFirstFailureAndRetriesFromTheFirst();
     void requestNotTakenWhole_data();
     void requestNotTakenWhole();
     void areasThatCanNotBeWritten_data();
@@ -267,47 +264,6 @@ void tst_writing::neighbouringBitsKeepTheirValues()
     // bits 14 and 15 of ABCD become 1 and 0, bits 0 and 1 of 1234 become 1 and 0
     QCOMPARE(link.requests().last(),
              QString::fromLatin1("0000000b01100000000204") + QLatin1String("6bcd1235"));
-}
-
-void tst_writing::failedReadWritesNothing()
-{
-    DriverModbusTcpSlave driver;
-    ScriptedLink link;
-    link.answersPdu("83 02");
-    QVERIFY(!driver.write(&link, CommunicatorCommand(Bit, 1, QLatin1String("FN6HR1.0")), hex("01")));
-    QCOMPARE(link.sent.size(), 1);
-    QCOMPARE(driver.getLastError(), QString::fromLatin1("write 1 bit(s) to 1-FN6HR1.0> exception code:02"));
-}
-
-void tst_writing::stopsAtTheFirstFailureAndRetriesFromTheFirst_data()
-{
-    QTest::addColumn<CommandDataType>("type");
-    QTest::addColumn<QString>("address");
-    QTest::addColumn<int>("count");
-    QTest::addColumn<QByteArray>("ok"); // echo of element 1; %1 is its address
-    QTest::newRow("coils one by one") << Bit << "FN5DO1" << 3 << QByteArray("05 000%1 0000");
-    QTest::newRow("registers one by one") << Word << "FN6HR1" << 3 << QByteArray("06 000%1 0000");
-}
-
-void tst_writing::stopsAtTheFirstFailureAndRetriesFromTheFirst()
-{
-    QFETCH(CommandDataType, type);
-    QFETCH(QString, address);
-    QFETCH(int, count);
-    QFETCH(QByteArray, ok);
-    DriverModbusTcpSlave driver;
-    ScriptedLink link;
-    link.retries = 1;
-    const QString echo = QString::fromLatin1(ok);
-    link.answersPdu(echo.arg(0).toLatin1().constData()).answers("");
-    for (int i = 0; i < count; ++i)
-        link.answersPdu(echo.arg(i).toLatin1().constData());
-    QVERIFY(driver.write(&link, CommunicatorCommand(type, count, address), QByteArray(6, '\0')));
-
-    QList<int> addresses;
-    for (int i = 0; i < link.sent.size(); ++i)
-        addresses.append(link.sent.at(i).at(9));
-    QCOMPARE(addresses, QList<int>() << 0 << 1 << 0 << 1 << 2);
 }
 
 void tst_writing::requestNotTakenWhole_data()

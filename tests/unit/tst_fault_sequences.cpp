@@ -1,0 +1,172 @@
+#include "modbus_tcp_slave.h"
+#include "project_fixture.h"
+#include "scripted_link.h"
+#include "tools.h"
+
+#include <QtTest>
+#include <qmath.h>
+
+/// What a device can answer: the good reply with a byte changed, cut to a length, behind other bytes ("E" is
+/// an exception reply); whether the rest comes with the next answer; and how many attempts that costs at
+/// most.
+static const struct
+{
+    int changedByte, change, length;
+    const char* ahead;
+    bool restIsLate;
+    int attempts;
+} replies[] = {
+    {0, 0, 99, "", false, 0},         // good
+    {0, 0, 0, "E", false, 1},         // exception
+    {0, 0, 99, "E", false, 2},        // exception, then the reply
+    {1, 1, 99, "", false, 1},         // wrong transaction
+    {6, 1, 99, "", false, 1},         // wrong unit
+    {7, 7, 99, "", false, 1},         // wrong function code
+    {5, 1, 99, "", false, 1},         // wrong length
+    {0, 0, 99, "\xA5\x5A", false, 1}, // garbage ahead
+    {0, 0, 0, "", false, 1},          // silence
+    {0, 0, 0, "", true, 1},           // all of it late
+    {0, 0, 8, "", true, 1},           // cut inside its first nine bytes
+    {0, 0, 10, "", true, 1},          // cut behind them
+    {0, 0, 0, "", false, 1},          // the device closes the connection
+};
+static const int Kinds = sizeof replies / sizeof *replies;
+
+static QByteArray asRegister(int value)
+{
+    return QByteArray(1, char(value >> 8)) + char(value);
+}
+
+/// Answers as a sequence of kinds tells, then well. Its registers hold the number of the latest request, so
+/// that the reply to any other one is recognised. The link drops nothing by itself.
+class FaultyDevice : public ScriptedLink
+{
+public:
+    int writeData(const char* data, int length) override
+    {
+        const QByteArray request(data, length);
+        const bool isRead = request.at(7) == 3;
+        const int kind = requests < sequence.size() ? sequence.at(requests) : 0;
+        ++requests;
+        written += isRead ? QByteArray() : request.right(2);
+        const QByteArray pdu = isRead ? "\3\2" + asRegister(requests) : request.mid(7, 5);
+        QByteArray reply = request.left(5) + char(pdu.size() + 1) + request.at(6) + pdu;
+        const QByteArray exception = reply.left(5) + '\3' + reply.at(6) + char(reply.at(7) | 0x80) + '\6';
+        const int changed = replies[kind].changedByte;
+        reply[changed] = char(reply.at(changed) ^ replies[kind].change);
+        const QByteArray ahead = replies[kind].ahead;
+        const QByteArray now = (ahead == "E" ? exception : ahead) + reply.left(replies[kind].length);
+        answers((late + now).toHex().constData());
+        late = replies[kind].restIsLate ? reply.mid(replies[kind].length) : QByteArray();
+        ScriptedLink::writeData(data, length);
+        if (kind == Kinds - 1)
+            close();
+        return length;
+    }
+
+    void close() override
+    {
+        late.clear();
+        ScriptedLink::close();
+    }
+
+    QByteArray sequence;
+    int requests;       ///< since the sequence began
+    QByteArray written; ///< the last two bytes of each write
+    QByteArray late;    ///< comes ahead of the next answer, unless the link is closed before
+};
+
+class tst_fault_sequences : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void everySequence_data();
+    void everySequence();
+};
+
+static const struct
+{
+    const char* address;
+    CommandDataType type;
+    int count;
+    const char* data; ///< to write; a read has none
+    const char* wire; ///< the values that the device must have taken; none: bit 15 of what it held
+    int requests;     ///< of one attempt
+} commands[] = {
+    {"HR1", Word, 1, "", "", 1},
+    {"HR1", Word, 1, "3412", "1234", 1},
+    {"FN6HR1", Word, 2, "34127856", "12345678", 2},
+    {"FN5DO1", Bit, 2, "01", "FF000000", 2},
+    {"HR1.15", Bit, 1, "01", "", 2},
+    {"FN6HR1.15", Bit, 1, "01", "", 2},
+};
+
+void tst_fault_sequences::everySequence_data()
+{
+    QTest::addColumn<int>("row");
+    QTest::addColumn<int>("retries");
+    for (int i = 0; i < 18; ++i)
+        QTest::newRow(commands[i / 3].address + QByteArray(commands[i / 3].data) + QByteArray::number(i % 3))
+            << i / 3 << i % 3;
+}
+
+void tst_fault_sequences::everySequence()
+{
+    QFETCH(int, row);
+    QFETCH(int, retries);
+    const int requests = commands[row].requests;
+    const QByteArray data = hex(commands[row].data);
+    const QByteArray wire = hex(commands[row].wire);
+    const CommunicatorCommand command(commands[row].type, commands[row].count,
+                                      QLatin1String(commands[row].address));
+    ProjectFixture::clear();
+    QVERIFY(ProjectFixture::create(ProjectFixture::usualPlace(), QStringList()));
+    DriverModbusTcpSlave driver;
+    FaultyDevice device;
+    device.retries = retries;
+
+    int next = 0;       // request of the sequence
+    bool stale = false; // the reply behind an exception waits to be read
+    const auto succeeds = [&] {
+        for (int attempt = 0; attempt <= retries; ++attempt) {
+            bool good = true;
+            for (int i = 0; i < requests && good; ++i, ++next) {
+                const int kind = next < device.sequence.size() ? device.sequence.at(next) : 0;
+                good = kind == 0 && !stale;
+                stale = !stale && replies[kind].attempts == 2;
+            }
+            if (good)
+                return true;
+        }
+        return false;
+    };
+
+    const int length = qgetenv("SMALL_PROJECTS").isEmpty() ? 4 : 3;
+    for (int number = 0; number < qPow(Kinds, length); ++number) {
+        device.sequence.clear();
+        int attempts = 0;
+        for (int rest = number; device.sequence.size() < length; rest /= Kinds) {
+            device.sequence += char(rest % Kinds);
+            attempts += replies[rest % Kinds].attempts;
+        }
+        device.requests = next = 0;
+        for (bool done = false; !done || device.requests < length;) {
+            const QByteArray read = data.isEmpty() ? driver.read(&device, command) : QByteArray();
+            done = data.isEmpty() ? !read.isEmpty() : driver.write(&device, command, data);
+            attempts -= done ? 0 : retries + 1;
+            const QByteArray wanted = wire.isEmpty() ? asRegister((device.requests - 1) | 0x8000) : wire;
+            const bool isRight = data.isEmpty() ? toBigEndianUShortArray(read) == asRegister(device.requests)
+                                                : device.written.endsWith(wanted);
+            QVERIFY2(done == succeeds() && done != driver.hasError() && (isRight || !done) &&
+                         device.requests == next && attempts >= 0,
+                     device.sequence.toHex());
+        }
+        device.written.clear();
+        device.calls.clear();
+        device.sent.clear();
+    }
+}
+
+QTEST_MAIN(tst_fault_sequences)
+#include "tst_fault_sequences.moc"
