@@ -1,6 +1,8 @@
 #ifndef TEXT_NEW_FILE_H
 #define TEXT_NEW_FILE_H
 
+#include "text/file_place.h"
+
 #include <QFile>
 #include <QString>
 
@@ -11,8 +13,8 @@
 /// with this object.
 ///
 /// Safe in folders where others may write too:
-///  - The folder is opened once. The new file gets a random name in it, and an existing file is never used.
-///  - A symbolic link in the file's place is followed if this user or root owns it; any other is refused.
+///  - Where it is written is for FilePlace to find. The new file gets a random name there, and an existing
+///    file is never used.
 ///  - The new file is not more readable than the old one: it gets its permissions, and its group as far as
 ///    the system allows. Before commit() only this user can read it.
 ///
@@ -22,13 +24,9 @@
 class NewFile
 {
 public:
-    enum Target
-    {
-        AnyTarget,
-        FileOnly ///< any link, device or pipe in the file's place is refused without opening it
-    };
+    using Target = FilePlace::Target;
 
-    explicit NewFile(const QString& name, Target target = AnyTarget);
+    explicit NewFile(const QString& name, Target target = FilePlace::AnyTarget);
     ~NewFile();
     NewFile(const NewFile&) = delete;
     NewFile& operator=(const NewFile&) = delete;
@@ -51,24 +49,21 @@ public:
 
     /// Descriptor of the file's folder, for openat() and flock(); -1 if it could not be opened. Owned by this
     /// object.
-    int folder() const { return m_folder; }
+    int folder() const { return m_place.folder(); }
 
     /// Removes what killed writers of the same file have left behind. Only for a caller who knows that no
     /// other writer is at work.
     void removeLeftovers();
 
 private:
-    QString begin(QString path, Target target);
-    QString enter(const QString& path);
-    QString openDevice(int flags);
+    QString openDevice();
     QString create();
     QString finish();
     bool check(const QString& reason);
 
     const QString m_name; ///< as the caller gave it
-    QByteArray m_base;    ///< its last part, in m_folder
+    const FilePlace m_place;
     QByteArray m_newBase; ///< of the new file; empty if there is none to remove
-    int m_folder = -1;
     mode_t m_mode = 0777; ///< the most that is allowed
     QFile m_file;
     QString m_error;

@@ -101,7 +101,7 @@ void tst_new_file::targets()
         QCOMPARE(::symlink(linkTo.constData(), target.constData()), 0);
     QVERIFY(linkTo.isEmpty() || ::lchown(target.constData(), owner, gid_t(-1)) == 0);
     const struct stat before = statusOf(target);
-    NewFile file(QFile::decodeName(target), fileOnly ? NewFile::FileOnly : NewFile::AnyTarget);
+    NewFile file(QFile::decodeName(target), fileOnly ? FilePlace::FileOnly : FilePlace::AnyTarget);
     file.write("new");
     QCOMPARE(file.commit(), error.isEmpty());
     QVERIFY2(file.error().contains(error) && file.error().isEmpty() == error.isEmpty(),
