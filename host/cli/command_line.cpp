@@ -21,11 +21,11 @@ const char* const exitStatuses =
     "Exit status:\n"
     "  0    done\n"
     "  1    the driver, the device or the system refused; the text is on stderr\n"
-    "  2    the command line is wrong or names a plug-in that can not be used; nothing was sent\n"
+    "  2    the command line is wrong or names a plug-in that cannot be used; nothing was sent\n"
     "  130  interrupted with Ctrl-C";
 
 const char* const commandFooter = "The options of driverhost (--device, --station, --format and so on, see\n"
-                                  "driverhost --help) may stand behind the command as well.";
+                                  "driverhost --help) may also follow the command.";
 
 const char* const addressHelp =
     "HMI address of the first element: HR100, HR100.3, HR100SW, FN6HR100, IR100, DO5, "
@@ -44,11 +44,11 @@ struct Parsed
     ProjectImportOptions projectImport;
     ProjectExportOptions projectExport;
     ScanOptions scan;
-    QStringList helpWanted; ///< names of a command and the one below it
+    QStringList helpWanted; ///< names of a command and its subcommand
     std::function<int(Console&)> command;
 };
 
-/// "project import" for a command below another one, without the program's name.
+/// The command's name without the program's; "project import" for a subcommand.
 QString pathOf(const CLI::App& command)
 {
     const CLI::App* parent = command.get_parent();
@@ -68,7 +68,7 @@ QString footerOf(const CLI::App& command)
            QLatin1String(commandFooter);
 }
 
-/// A command below app which runs run(options, console) once all is parsed.
+/// Adds a subcommand of app that runs run(options, console) once everything is parsed.
 template<class Options>
 CLI::App& addCommand(CLI::App& app, const char* name, const char* help, Parsed& parsed, Options& options,
                      int (*run)(const Options&, Console&))
@@ -100,12 +100,11 @@ void addLinkOptions(CLI::App& app, LinkOptions& link)
     static const QStringList entries = {QStringLiteral("create"), QStringLiteral("instance")};
     static const QStringList formats = {QStringLiteral("text"), QStringLiteral("json")};
     addText(app, "--driver", link.driverFile,
-            "Driver plug-in (default: drivers/libmodbus_tcp_slave.so beside driverhost)")
+            "Driver plug-in (default: drivers/libmodbus_tcp_slave.so next to driverhost)")
         ->type_name("FILE");
     addChoice<PluginEntry>(
         app, "--entry", link.entry, entries,
-        "How the driver is taken from the plug-in: its function CreateDriver (default) or Qt's "
-        "plug-in instance");
+        "How to get the driver: by the function CreateDriver (default) or as Qt's plug-in instance");
     addText(
         app, "--device", [&link](const QString& text) { takeDevice(text, link.device); },
         "The device, a name, IPv4 or [IPv6] address (default 127.0.0.1, port from the driver)")
@@ -119,8 +118,9 @@ void addLinkOptions(CLI::App& app, LinkOptions& link)
               "Pause before each attempt, in milliseconds (default: the driver's)");
     addNumber(app, "--link", link.linkId, 0, largestInt, "Link id in the project database (default 1)");
     addChoice<OutputFormat>(app, "--format", link.format, formats,
-                            "Output for people (default) or one JSON object on each line");
-    app.add_flag("--trace", link.trace, "Print each frame sent and received on stderr, Modbus TCP decoded");
+                            "Output for people (default) or one JSON object per line");
+    app.add_flag("--trace", link.trace,
+                 "Print every frame sent and received on stderr; Modbus TCP is decoded");
 }
 
 void addType(CLI::App& command, std::optional<CommandDataType>& type)
@@ -152,12 +152,12 @@ void addWrite(CLI::App& app, Parsed& parsed)
         ->required();
     addType(command, parsed.write.type);
     addNumber(command, "--count", parsed.write.count, 1, largestInt,
-              "Number of elements, to be sure that it is the number of values");
+              "Number of elements; must equal the number of values");
     addChoice<Notation>(command, "--as", parsed.write.notation, notationNames(),
-                        "How the values are written; text takes one text for byte and block");
+                        "Notation of the values; text takes one text for byte and block");
 }
 
-/// Says more of a command than fits in the list of commands, below its options.
+/// Adds an explanation below the options, longer than the list of commands has room for.
 void explain(CLI::App& command, const std::string& text)
 {
     command.footer(text + "\n\n" + command.get_footer());
@@ -166,15 +166,15 @@ void explain(CLI::App& command, const std::string& text)
 void addProjectTags(CLI::App& project, Parsed& parsed)
 {
     CLI::App& import =
-        addCommand(project, "import", "Replace the tags of the link --link by those of a CSV file", parsed,
+        addCommand(project, "import", "Replace the tags of link --link with those of a CSV file", parsed,
                    parsed.projectImport, runProjectImport);
     addText(import, "FILE", parsed.projectImport.file, "The CSV file")->required();
-    explain(import, "The first column is the address of a tag: DI5, 2-DO17 (of station 2), HR100.3. What\n"
-                    "stands in other columns, names and comments, says nothing to a driver and is left out;\n"
-                    "each row has as many as the first. A first row that begins with \"address\" is the\n"
-                    "header. When anything is wrong, all of it is listed with its line (the first 20), and\n"
-                    "the project stays as it was.");
-    CLI::App& output = addCommand(project, "export", "Write the tags of the link --link as CSV", parsed,
+    explain(import, "The first column is the address of a tag: DI5, 2-DO17 (of station 2), HR100.3. Other\n"
+                    "columns, such as names and comments, mean nothing to a driver and are ignored; every\n"
+                    "row has as many columns as the first. A first row that begins with \"address\" is the\n"
+                    "header. If anything is wrong, the errors (the first 20) are listed with their lines,\n"
+                    "and the project stays as it was.");
+    CLI::App& output = addCommand(project, "export", "Write the tags of link --link as CSV", parsed,
                                   parsed.projectExport, runProjectExport);
     addText(output, "FILE", parsed.projectExport.file,
             "The CSV file, with the header and column \"address\" (default: stdout)");
@@ -183,19 +183,20 @@ void addProjectTags(CLI::App& project, Parsed& parsed)
 void addWatch(CLI::App& app, Parsed& parsed)
 {
     WatchOptions& options = parsed.watch;
-    CLI::App& command = addCommand(
-        app, "watch", "Read again and again: a screen on a terminal (q ends, p pauses), else a line a sample",
-        parsed, options, runWatch);
+    CLI::App& command =
+        addCommand(app, "watch",
+                   "Read at an interval: a screen on a terminal (q ends, p pauses), else a line per sample",
+                   parsed, options, runWatch);
     addTexts(command, "ADDRESS", options.addresses,
-             "What to read, with its type and number of elements if need be: HR100, HR102:dword, DO1:bit:8")
+             "What to read, optionally with type and number of elements: HR100, HR102:dword, DO1:bit:8")
         ->type_name("ADDRESS[:TYPE[:COUNT]]");
     command.add_flag("--tags", options.tags,
-                     "The tags of link --link in the project, of its default station or --station");
+                     "Read the tags of link --link in the project, of its default station or --station");
     addNumber(command, "--interval", options.interval, 1, 3600000,
-              "From one sample to the next, in milliseconds (default 500)");
+              "Time from one sample to the next, in milliseconds (default 500)");
     CLI::Option* samples =
-        addNumber(command, "--samples", options.samples, 1, largestInt, "End after so many samples");
-    addNumber(command, "--for", options.seconds, 1, largestInt, "End after so many seconds")
+        addNumber(command, "--samples", options.samples, 1, largestInt, "End after this many samples");
+    addNumber(command, "--for", options.seconds, 1, largestInt, "End after this many seconds")
         ->type_name("SECONDS")
         ->excludes(samples);
     addText(command, "--csv", options.csvFile,
@@ -205,13 +206,11 @@ void addWatch(CLI::App& app, Parsed& parsed)
                         "How values are printed, where their type can be (default uint)");
     explain(
         command,
-        "The intervals do not drift. A sample that is due while the one before it still waits for the "
-        "device\n"
-        "is missed and counted. On a terminal q ends, p pauses, the arrow keys scroll; without one, or with\n"
-        "--format json, each sample is a line. --tags takes all tags in one go that lie side by side.\n"
-        "A record is on the disk within a second. A full disk costs the rows of that time, ends nothing, "
-        "and\n"
-        "gives the exit status 1; so does a device that has answered no command at all.");
+        "The interval does not drift. A sample that is due while the previous one still waits for the\n"
+        "device is missed and counted. On a terminal q ends, p pauses and the arrow keys scroll; without\n"
+        "one, or with --format json, each sample is a line. --tags reads neighbouring tags in one request.\n"
+        "A record is on the disk within a second. A full disk costs only the rows of that time, but makes\n"
+        "the exit status 1; so does a device that has not answered a single command.");
 }
 
 void takeMoment(const char* option, const QString& text, std::optional<Moment>& moment)
@@ -230,24 +229,24 @@ void addChart(CLI::App& app, Parsed& parsed)
     ChartOptions& options = parsed.chart;
     RecordSelection& selection = options.selection;
     CLI::App& command =
-        addCommand(app, "chart", "Draw what watch has recorded (needs gnuplot)", parsed, options, runChart);
+        addCommand(app, "chart", "Draw a record made by watch (needs gnuplot)", parsed, options, runChart);
     addText(command, "RECORD", options.record, "The CSV file")->type_name("FILE")->required();
     addText(command, "--output", options.output, "The picture")->type_name("FILE.svg|png")->required();
-    addText(command, "--title", options.style.title, "What stands above it (default: the name of the record)")
+    addText(command, "--title", options.style.title, "Title of the picture (default: the name of the record)")
         ->type_name("TEXT");
     addTexts(command, "--signals,--columns", selection.columns,
              "Draw only these columns; in a name * stands for any text and ? for any character")
         ->type_name("NAME");
     addText(
         command, "--from", [&](const QString& text) { takeMoment("--from", text, selection.from); },
-        "Draw only what was read then or later")
+        "Draw only what was read at this time or later")
         ->type_name("TIME");
     addText(
         command, "--to", [&](const QString& text) { takeMoment("--to", text, selection.to); },
-        "Draw only what was read then or before")
+        "Draw only what was read at this time or before")
         ->type_name("TIME");
     addChoice<ChartAxes>(command, "--axes", options.style.axes, axes,
-                         "An axis of values for all numbers of a unit (default), or one for each column");
+                         "One value axis for all numbers of a unit (default), or one for each column");
     explain(command, "Times are UTC, as in the record: \"2026-11-22 22:58:05\", 2026-11-22 (its midnight), "
                      "or 22:58 of the\n"
                      "record's first day. Lines are broken where something failed or watch was paused.");
@@ -256,22 +255,22 @@ void addChart(CLI::App& app, Parsed& parsed)
 void addProject(CLI::App& app, Parsed& parsed)
 {
     CLI::App* project =
-        app.add_subcommand("project", "The project database beside driverhost, which drivers read");
+        app.add_subcommand("project", "The project database next to driverhost, which drivers read");
     project->fallthrough()->require_subcommand(1)->footer(commandFooter);
     ProjectCreateOptions& options = parsed.projectCreate;
     CLI::App& create =
         addCommand(*project, "create",
-                   "Replace the project by a new one with the link --link and its default station "
+                   "Replace the project with a new one that has link --link and its default station "
                    "--station at --device",
                    parsed, options, runProjectCreate);
     addTexts(create, "--tag", options.tags, "HMI address of a tag of the link; may be repeated")
         ->type_name("ADDRESS")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    addText(create, "--tags", options.tagFile, "File with one tag address on each line")->type_name("FILE");
+    addText(create, "--tags", options.tagFile, "File with one tag address per line")->type_name("FILE");
     CLI::App& show = addCommand(*project, "show",
-                                "Print the links, nodes and tags of the project, and what reads of bits by "
-                                "bytes will ask the devices for",
+                                "Print the links, nodes and tags of the project, and the requests that byte "
+                                "reads of bits will send",
                                 parsed, parsed.projectShow, runProjectShow);
     show.add_flag("--all", parsed.projectShow.allTags, "Print every tag and run of bits, not only how many");
     addProjectTags(*project, parsed);
@@ -304,7 +303,7 @@ void addScan(CLI::App& app, Parsed& parsed)
                    parsed, options, runScan);
     addText(
         command, "--stations", [&options](const QString& text) { takeStations(text, options.stations); },
-        "Stations to look for, as 1,5-7 (default: only --station)")
+        "Stations to look for, such as 1,5-7 (default: only --station)")
         ->type_name("LIST");
     addText(
         command, "--area", [&options](const QString& text) { takeAreas(text, options.areas); },
@@ -313,16 +312,15 @@ void addScan(CLI::App& app, Parsed& parsed)
     addNumber(command, "--from", options.first, 1, scan::largestNumber, "First number (default 1)");
     addNumber(command, "--to", options.last, 1, scan::largestNumber, "Last number (default 65536)");
     addNumber(command, "--finest", options.finest, 1, scan::largestNumber,
-              "Refused ranges of so many elements or fewer are not divided (default 1)");
+              "Do not split refused ranges of this many elements or fewer (default 1)");
     explain(
         command,
-        "One request at a time goes out, with --delay before each, for as many elements as it carries.\n"
-        "Ranges that the device refuses are divided down to single elements, or to --finest ones: 16 is\n"
-        "ten times as fast where little can be read, and overlooks shorter islands. A range without an\n"
-        "answer is asked for again --retry times; after two of them the area is given up, after two silent\n"
-        "areas the station. While several stations are looked for, each is asked once unless --retry is\n"
-        "given. Ctrl-C prints what was found so far. Drivers want a project: see driverhost help project\n"
-        "create.");
+        "Sends one request at a time, with --delay before each, for as many elements as a request carries.\n"
+        "Ranges that the device refuses are split down to single elements, or to --finest: 16 is ten times\n"
+        "as fast where little can be read, but misses shorter islands. A range without an answer is asked\n"
+        "for again --retry times. Two such ranges end the area, two silent areas end the station. A scan\n"
+        "for several stations asks each of them only once, unless --retry is given. Ctrl-C prints what was\n"
+        "found so far. Drivers need a project: see driverhost help project create.");
 }
 
 QStringList commandsBelow(const CLI::App& command)
@@ -339,7 +337,7 @@ QString commandName(const CLI::App& command)
     return command.get_parent() ? commandName(*command.get_parent()) + QLatin1Char(' ') + name : name;
 }
 
-/// What to say of an argument that the command does not know.
+/// The error text for an argument that the command does not know.
 QString unknownArgument(const CLI::App& command, const QString& argument)
 {
     const QStringList commands = commandsBelow(command);
@@ -366,7 +364,7 @@ void addHelp(CLI::App& app, Parsed& parsed)
 {
     CLI::App* command = app.add_subcommand("help", "Print the help of a command, with examples");
     command->footer(footerOf(*command).toStdString());
-    addTexts(*command, "COMMAND", parsed.helpWanted, "The command, as read or project import");
+    addTexts(*command, "COMMAND", parsed.helpWanted, "The command, such as read or project import");
     command->callback([&app, &parsed] {
         parsed.command = [&app, &parsed](Console& console) {
             return runHelp(app, parsed.helpWanted, console);

@@ -8,7 +8,7 @@
 
 namespace {
 
-/// The command line, whatever the system has run out of.
+/// Runs the command line and reports it if the system runs out of something.
 int run(Console& console)
 {
     try {
@@ -33,7 +33,7 @@ int main(int argc, char** argv)
     err.setCodec("UTF-8");
     Console console{out, err};
     interrupt::catchSignals();
-    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is a write that fails
+    std::signal(SIGXFSZ, SIG_IGN); // at the size limit of a file, let the write fail
     const int status = run(console);
     out.flush();
     if (out.status() != QTextStream::Ok && status == Done)

@@ -8,13 +8,12 @@
 #include <functional>
 #include <limits>
 
-// Options of the command line whose values are checked strictly, with a message that says what would be
-// right.
+// Options of the command line whose values are checked strictly; the error message says what would be right.
 
 constexpr int largestInt = std::numeric_limits<int>::max();
 
-/// A whole decimal number from least to most. Throws CLI::ValidationError with the name of the option if the
-/// text is none.
+/// A whole decimal number from least to most. For any other text it throws CLI::ValidationError with the name
+/// of the option.
 int parseNumber(const std::string& name, const std::string& text, int least, int most);
 
 /// The index of text in names. Throws CLI::ValidationError, with all the names, if it is not there.
@@ -35,7 +34,7 @@ CLI::Option* addNumber(CLI::App& app, const std::string& name, Target& target, i
         ->type_name("N");
 }
 
-/// An option that takes one of names into target, an enumeration whose values count from 0 in the order of
+/// An option that stores one of names in target, an enumeration whose values count from 0 in the order of
 /// names.
 template<class Enum, class Target>
 CLI::Option* addChoice(CLI::App& app, const std::string& name, Target& target, const QStringList& names,
@@ -51,18 +50,18 @@ CLI::Option* addChoice(CLI::App& app, const std::string& name, Target& target, c
         ->type_name(names.join(QLatin1Char('|')).toStdString());
 }
 
-/// An option or positional whose text goes to take, which throws CLI::ValidationError when it is wrong.
+/// An option or positional whose text is passed to take, which throws CLI::ValidationError if it is wrong.
 CLI::Option* addText(CLI::App& app, const std::string& name, const std::function<void(const QString&)>& take,
                      const std::string& help);
 
 /// A text option or positional.
 CLI::Option* addText(CLI::App& app, const std::string& name, QString& target, const std::string& help);
 
-/// An option that may be given several times, or a positional that takes all that follows.
+/// An option that may be given several times, or a positional that takes the rest of the arguments.
 CLI::Option* addTexts(CLI::App& app, const std::string& name, QStringList& target, const std::string& help);
 
-/// The arguments as CLI11 takes them: in reverse order, and with those marked that it would otherwise take
-/// apart because they stand in brackets. addText and addTexts take the mark off again.
+/// The arguments as CLI11 takes them: in reverse order. Those in brackets, which CLI11 would split, get a
+/// mark that addText and addTexts remove again.
 std::vector<std::string> argumentsForCli(const QStringList& arguments);
 
 #endif

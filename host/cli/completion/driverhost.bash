@@ -2,31 +2,31 @@
 # Completion of driverhost's command line for bash. Source this file, or install it as "driverhost" in
 # /usr/share/bash-completion/completions.
 #
-# Nothing of the program is listed here: commands, options and their values are taken from the help of the very
-# program that is being called, each time, so that they are those of its version.
+# Nothing about the program is listed here: commands, options and their values come from the help of the program that is
+# being called, each time, so they are those of its version.
 
-# _driverhost_section NAME: the first column of a section of the help on stdin, one entry a line.
+# _driverhost_section NAME: the first column of a section of the help on stdin, one entry per line.
 _driverhost_section() {
     sed -n "/^$1:/,/^\$/ s/^  \([^ ].*\)/\1/p" | sed 's/   .*//'
 }
 
-# _driverhost_option_values NAME: what the help on stdin says that an option takes; nothing for a flag.
+# _driverhost_option_values NAME: the argument of an option, according to the help on stdin; nothing for a flag.
 _driverhost_option_values() {
     _driverhost_section Options | sed -n "s/^\(-[^ ]*,\)*$1 \([^ ]*\).*/\2/p" | head -n 1
 }
 
-# _driverhost_offer WORDS: of these, those that begin with the current word.
+# _driverhost_offer WORDS: offers those that begin with the current word.
 _driverhost_offer() {
     mapfile -t COMPREPLY < <(compgen -W "$1" -- "$current")
 }
 
-# _driverhost_offer_files: names of files.
+# _driverhost_offer_files: offers file names.
 _driverhost_offer_files() {
     compopt -o filenames 2>/dev/null
     mapfile -t COMPREPLY < <(compgen -f -- "$current")
 }
 
-# _driverhost_offer_list LIST: the elements of a comma-separated list that are not in the current word yet.
+# _driverhost_offer_list LIST: offers elements of a comma-separated list that are not yet in the current word.
 _driverhost_offer_list() {
     local given=${current%"${current##*,}"} element
     compopt -o nospace 2>/dev/null
@@ -35,7 +35,7 @@ _driverhost_offer_list() {
     done
 }
 
-# _driverhost_offer_values TAKES: values of an option by what its help says that it takes.
+# _driverhost_offer_values TAKES: offers values for an option whose help shows this argument.
 _driverhost_offer_values() {
     case $1 in
         FILE) _driverhost_offer_files ;;
@@ -44,19 +44,19 @@ _driverhost_offer_values() {
     esac
 }
 
-# _driverhost_offer_addresses: the prefixes of the areas, as the help of read names them.
+# _driverhost_offer_addresses: offers the prefixes of the areas, as the help of read names them.
 _driverhost_offer_addresses() {
     compopt -o nospace 2>/dev/null
     _driverhost_offer "$("$program" read --help 2>/dev/null | sed -n '/^  ADDRESS/,/^$/p' |
         grep -oE '\b(FN[0-9])?[A-Z]{2}[0-9]' | sed 's/[0-9]$//' | sort -u)"
 }
 
-# _driverhost_offer_types: what follows the colon of ADDRESS:TYPE.
+# _driverhost_offer_types: offers what may follow the colon of ADDRESS:TYPE.
 _driverhost_offer_types() {
     _driverhost_offer_values "$("$program" read --help 2>/dev/null | _driverhost_option_values --type)"
 }
 
-# _driverhost_offer_positional: what the help says that the command takes besides options.
+# _driverhost_offer_positional: offers what the help lists as the command's positional arguments.
 _driverhost_offer_positional() {
     case $(_driverhost_section Positionals <<<"$help") in
         *ADDRESS*)
@@ -73,9 +73,9 @@ _driverhost_offer_positional() {
     esac
 }
 
-# _driverhost_walk: goes through the words before the current one. Leaves the help of the command that they
-# lead to in help, the options of it and of the commands above in options, and in takes what the option in front
-# of the current word takes.
+# _driverhost_walk: goes through the words before the current one. Sets help to the help of the command that they lead
+# to, options to its options and those of the commands above it, and takes to the argument of the option in front of the
+# current word.
 _driverhost_walk() {
     local word index
     help=$("$program" --help 2>/dev/null)
@@ -105,7 +105,7 @@ _driverhost() {
     local help options takes='' command=() help_of=()
     COMPREPLY=()
     _driverhost_walk
-    if [[ $current == = || $current == : ]]; then # bash takes words apart at these
+    if [[ $current == = || $current == : ]]; then # bash splits words at these
         previous=$current
         current=
     fi
