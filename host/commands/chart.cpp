@@ -16,10 +16,10 @@ std::optional<ChartFormat> formatOf(const QString& fileName)
     return suffix == QLatin1String("png") ? std::optional(ChartFormat::Png) : std::nullopt;
 }
 
-/// Draws the record into the file. Returns what keeps it from that, empty when nothing does.
+/// Draws the record into the file. Returns what went wrong, empty on success.
 QString draw(const ChartOptions& options, const ChartStyle& style, const Record& record)
 {
-    NewFile file(options.output); // before the work, which may take long
+    NewFile file(options.output); // before the drawing, which may take long
     QString error = file.error();
     const QByteArray picture = error.isEmpty() ? runGnuplot(chartScript(record, style), error) : QByteArray();
     if (error.isEmpty() && !(file.write(picture) && file.commit()))

@@ -6,14 +6,14 @@
 
 struct ChartOptions
 {
-    LinkOptions link; ///< only its format counts
+    LinkOptions link; ///< only its format is used
     QString record;
-    QString output; ///< its ending says in which format
+    QString output; ///< its suffix gives the format
     RecordSelection selection;
     ChartStyle style; ///< an empty title: the name of the record
 };
 
-/// Draws a record of watch.
+/// Draws a record made by watch.
 int runChart(const ChartOptions& options, Console& console);
 
 #endif

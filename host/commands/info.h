@@ -3,7 +3,7 @@
 
 #include "session/link_options.h"
 
-/// What the driver says about itself.
+/// Prints what the driver says about itself.
 int runInfo(const LinkOptions& options, Console& console);
 
 #endif

@@ -14,8 +14,8 @@
 
 namespace {
 
-/// Adds the addresses of a file, one on each line; blank lines and lines that begin with # are passed over.
-/// Returns a sentence that names the file and the line, empty on success.
+/// Adds the addresses of a file, one per line; blank lines and lines that begin with # are skipped. Returns a
+/// sentence that names the file and the line, empty on success.
 QString readTagFile(const QString& fileName, QStringList& tags)
 {
     QFile file(fileName);
@@ -35,8 +35,8 @@ QString readTagFile(const QString& fileName, QStringList& tags)
                : QStringLiteral("--tags: can not read %1: %2").arg(fileName, file.errorString());
 }
 
-/// The default station of the link, by the options and the driver's defaults. Empty, with a sentence in
-/// problem, when there is no such driver.
+/// The default station of the link, from the options and the driver's defaults. If there is no such driver,
+/// it is empty and problem holds a sentence.
 std::optional<ProjectNode> defaultNode(const LinkOptions& link, QString& problem)
 {
     const auto plugin = DriverPlugin::load(link.driverFile, link.entry, problem);

@@ -9,19 +9,19 @@ struct ProjectCreateOptions
 {
     LinkOptions link; ///< its link id, station and device go into the project
     QStringList tags;
-    QString tagFile; ///< one address on each line; empty: none
+    QString tagFile; ///< one address per line; empty: no file
 };
 
 struct ProjectShowOptions
 {
-    LinkOptions link;     ///< its driver and format count
-    bool allTags = false; ///< and all runs of bits
+    LinkOptions link;     ///< its driver and format are used
+    bool allTags = false; ///< also all runs of bits
 };
 
-/// Replaces the project beside the program by a new one with one link and its default station.
+/// Replaces the project next to the program with a new one that has one link and its default station.
 int runProjectCreate(const ProjectCreateOptions& options, Console& console);
 
-/// Prints the links, nodes and tags of the project beside the program.
+/// Prints the links, nodes and tags of the project next to the program.
 int runProjectShow(const ProjectShowOptions& options, Console& console);
 
 #endif

@@ -8,8 +8,8 @@
 
 namespace {
 
-constexpr int fewRuns = 20;  ///< of one area of one station
-constexpr int fewAreas = 20; ///< that have their runs listed
+constexpr int fewRuns = 20;  ///< shown for one area of one station
+constexpr int fewAreas = 20; ///< for which runs are listed
 
 int bitsOf(const BitRun& run)
 {
@@ -103,7 +103,7 @@ ProjectReads readsOfProject(const LinkOptions& options, const QVector<ProjectLin
             return reads;
         }
         if (!isModbusTcp(plugin->driver()))
-            return reads; // only that driver reads bits by what the project has
+            return reads; // only this driver reads bits according to the project
         reads.mostInRequest = plugin->driver().getBitBlockAccessSize();
         problem = planReads(plugin->driver(), link.linkId, reads.plans);
         if (!problem.isEmpty())

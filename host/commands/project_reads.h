@@ -8,20 +8,20 @@
 
 #include <QJsonArray>
 
-/// What the driver will ask devices for when the runtime reads the bits of a project by bytes.
+/// What the driver will ask devices for when the runtime reads the project's bits as bytes.
 struct ProjectReads
 {
     QVector<AreaReadPlan> plans; ///< of all links
-    QStringList notes;           ///< why a link has none, in the driver's words
-    int mostInRequest = 0;       ///< bits; longer runs are refused by the driver when they are read at once
+    QStringList notes;           ///< why a link has no plan, in the driver's words
+    int mostInRequest = 0;       ///< bits; the driver refuses to read longer runs at once
 };
 
-/// Loads the driver that the options name and asks it, one driver for each link. When it can not be loaded
-/// there is one note, with the reason.
+/// Loads the driver that the options name, once for each link, and asks it. If it cannot be loaded there is
+/// one note, with the reason.
 ProjectReads readsOfProject(const LinkOptions& options, const QVector<ProjectLink>& links);
 
-/// A table with a line for each area of each station, and one with the runs: all, or the first ones of the
-/// first areas.
+/// Prints a table with a line for each area of each station, and one with the runs: all of them, or the first
+/// ones of the first areas.
 void printReads(const ProjectReads& reads, bool allRuns, QTextStream& out);
 
 /// One object for each area of each station.

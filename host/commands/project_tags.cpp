@@ -17,7 +17,7 @@
 
 namespace {
 
-/// What is wrong with a link id that the project does not have; empty when it has it.
+/// The error text for a link id that the project does not have; empty if it has it.
 QString linkProblem(ProjectReader& reader, int linkId)
 {
     QSet<int> ids;
@@ -36,7 +36,7 @@ QString linkProblem(ProjectReader& reader, int linkId)
         .arg(texts.isEmpty() ? QStringLiteral("none") : texts.join(QStringLiteral(", ")));
 }
 
-/// Puts the tags of the file in the place of those of the link. Nothing is committed yet.
+/// Replaces the tags of the link with those of the file. Nothing is committed yet.
 ImportResult replaceTags(ProjectWriter& writer, int linkId, QFile& file, ProgressBar& bar)
 {
     writer.removeTags(linkId);
@@ -98,7 +98,7 @@ void writeTags(ProjectReader& reader, int linkId, QTextStream& out)
     });
 }
 
-/// Writes the tags to an open file and brings them out of its buffer. Returns whether that worked.
+/// Writes the tags to an open file and flushes it. Returns whether that worked.
 bool writeTagsTo(QFileDevice& file, ProjectReader& reader, int linkId)
 {
     QTextStream out(&file);
@@ -108,8 +108,8 @@ bool writeTagsTo(QFileDevice& file, ProjectReader& reader, int linkId)
     return out.status() == QTextStream::Ok && file.flush();
 }
 
-/// A regular file is replaced when the new one is complete; a device or a pipe is written to, and never put
-/// aside for a file.
+/// A regular file is replaced when the new one is complete; a device or a pipe is written to directly and
+/// never replaced by a file.
 bool writeTagFile(ProjectReader& reader, const ProjectExportOptions& options, QString& problem)
 {
     const QFileInfo target(options.file);

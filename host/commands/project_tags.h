@@ -5,17 +5,17 @@
 
 struct ProjectImportOptions
 {
-    LinkOptions link; ///< its link id is whose tags are replaced
+    LinkOptions link; ///< its link id says whose tags are replaced
     QString file;
 };
 
 struct ProjectExportOptions
 {
-    LinkOptions link; ///< its link id is whose tags are written
+    LinkOptions link; ///< its link id says whose tags are written
     QString file;     ///< empty: stdout
 };
 
-/// Replaces the tags of a link of the project by those of a CSV file, or leaves the project as it is.
+/// Replaces the tags of a link of the project with those of a CSV file, or leaves the project as it is.
 int runProjectImport(const ProjectImportOptions& options, Console& console);
 
 /// Writes the tags of a link of the project as CSV that runProjectImport reads.

@@ -8,12 +8,12 @@ struct ReadOptions
 {
     LinkOptions link;
     QString address;
-    std::optional<CommandDataType> type; ///< none: what the area is made of
+    std::optional<CommandDataType> type; ///< without one: the area's element type
     int count = 1;
     Notation notation = Notation::Unsigned;
 };
 
-/// One read command: a line for each element, or one JSON object.
+/// Runs one read command and prints a line for each element, or one JSON object.
 int runRead(const ReadOptions& options, Console& console);
 
 #endif

@@ -14,11 +14,11 @@
 
 namespace {
 
-/// Bits that the Modbus standard lets one read request ask for; a driver may allow itself more.
+/// Most bits that the Modbus standard allows in one read request; a driver may allow itself more.
 constexpr int mostBitsOfAnyDevice = 2000;
 
-/// Asks through the driver. The session repeats nothing and makes no pauses: the scan repeats what is worth
-/// it, and its pauses end with Ctrl-C.
+/// Sends requests through the driver. The session neither repeats nor pauses: the scan repeats what is worth
+/// repeating, and its own pauses end with Ctrl-C.
 class DriverRequester : public scan::Requester
 {
 public:
@@ -78,7 +78,7 @@ scan::DevicePlan planFor(const ScanOptions& options, DriverInterface& driver)
     return plan;
 }
 
-/// The link of a scan: without repetitions and pauses of the driver's own.
+/// The link of a scan: the driver neither repeats nor pauses by itself.
 LinkOptions linkForScan(LinkOptions link)
 {
     link.retry = 0;

@@ -9,18 +9,18 @@
 struct ScanOptions
 {
     LinkOptions link;
-    QVector<int> stations; ///< empty: the link's own
-    QStringList areas;     ///< of scanAreaNames(); empty: all
+    QVector<int> stations; ///< empty: the link's station
+    QStringList areas;     ///< from scanAreaNames(); empty: all
     int first = 1;
     int last = 65536;
-    int finest = 1; ///< a refused range of so many elements or fewer is not divided
+    int finest = 1; ///< a refused range of this many elements or fewer is not split
 };
 
 /// The areas that can be scanned, one for each kind of data that a device holds.
 const QStringList& scanAreaNames();
 
-/// Finds out which stations answer and which elements of their areas can be read. Ctrl-C prints what was
-/// found by then.
+/// Finds out which stations answer and which elements of their areas can be read. After Ctrl-C it prints what
+/// it has found so far.
 int runScan(const ScanOptions& options, Console& console);
 
 #endif

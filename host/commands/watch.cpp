@@ -21,18 +21,18 @@ namespace {
 using Clock = PollSchedule::Clock;
 using std::chrono::milliseconds;
 
-/// Faster than this nobody can look.
+/// Nobody can read a screen that changes faster.
 constexpr milliseconds shortestRedraw{100};
-/// Ages go on when nothing else happens; Ctrl-C is noticed.
+/// Longest wait before ages are redrawn and Ctrl-C is noticed.
 constexpr milliseconds longestWait{250};
-/// For a driver to return from a command that was interrupted.
+/// How long to wait for a driver to return from an interrupted command.
 constexpr milliseconds stopPatience{600};
 
 /// The tags of one station of a link.
 struct StationTags
 {
     int station = 0;
-    QStringList addresses; ///< without station
+    QStringList addresses; ///< without their station
     int ofOthers = 0;      ///< tags of the link that belong to other stations
 };
 
@@ -85,7 +85,7 @@ QVector<WatchedItem> parseItems(const WatchOptions& options, QString& error)
     return items;
 }
 
-/// What keeps these options from being carried out; empty when nothing does.
+/// Why these options cannot be carried out; empty if they can.
 QString optionProblem(const WatchOptions& options, const QVector<WatchedItem>& items)
 {
     if (options.addresses.isEmpty() == !options.tags)
@@ -110,7 +110,7 @@ int elementCount(const QVector<WatchedItem>& items)
 class Watch
 {
 public:
-    /// None of these is owned; recorder may be null.
+    /// Owns none of these; recorder may be null.
     Watch(const WatchOptions& options, const QVector<WatchedItem>& items, Session& session,
           CsvRecorder* recorder, Console& console);
 
@@ -138,8 +138,8 @@ private:
     CsvRecorder* const m_recorder;
     Console& m_console;
     WatchState m_state;
-    QVector<Reading> m_sample; ///< what has come of the sample that is going on
-    QString m_reportedProblem; ///< of the recorder
+    QVector<Reading> m_sample; ///< the readings of the current sample so far
+    QString m_reportedProblem; ///< the recorder's problem, as last reported
     std::unique_ptr<Screen> m_screen;
     Poller m_poller;
     const Clock::time_point m_begin = Clock::now();
@@ -172,7 +172,7 @@ PollPlan Watch::plan() const
     return plan;
 }
 
-/// Frames that are traced onto the same terminal would go through the middle of the screen.
+/// Frames traced to the same terminal would be written across the screen.
 void Watch::openScreen()
 {
     const bool disturbed = m_options.link.trace && ::isatty(STDERR_FILENO) == 1;
@@ -233,7 +233,7 @@ void Watch::finishSample()
         reportRecorder();
 }
 
-/// Says once that the record has gaps, and once that it goes on.
+/// Reports once that the record has gaps, and once that it continues.
 void Watch::reportRecorder()
 {
     const QString problem = m_recorder->problem();
@@ -275,7 +275,7 @@ void Watch::scroll(ScreenKey key)
         row += key == ScreenKey::PageUp ? -page : page;
     else if (key == ScreenKey::Home || key == ScreenKey::End)
         row = key == ScreenKey::Home ? 0 : last;
-    m_firstRow = std::clamp(row, 0, last); // also when the window has grown
+    m_firstRow = std::clamp(row, 0, last); // even if the window has grown
 }
 
 ScreenContents Watch::contents() const
@@ -291,7 +291,7 @@ void Watch::draw()
     m_lastDraw = Clock::now();
 }
 
-/// A driver that does not come back, from a long pause for example, is left behind.
+/// A driver that does not return, for example from a long pause, is left behind.
 void Watch::end()
 {
     const bool stopped = m_poller.stop(stopPatience);

@@ -8,15 +8,15 @@ struct WatchOptions
 {
     LinkOptions link;
     QStringList addresses;                  ///< ADDRESS[:TYPE[:COUNT]]
-    bool tags = false;                      ///< in place of addresses: the tags of the project
-    Notation notation = Notation::Unsigned; ///< of those whose type has it
+    bool tags = false;                      ///< the tags of the project instead of addresses
+    Notation notation = Notation::Unsigned; ///< for values whose type has it
     int interval = 500;                     ///< milliseconds
-    std::optional<int> samples;             ///< these two: none is until somebody ends it
+    std::optional<int> samples;             ///< without samples or seconds: until the user ends it
     std::optional<int> seconds;
-    QString csvFile; ///< empty: nothing is recorded
+    QString csvFile; ///< empty: no recording
 };
 
-/// Reads at an interval: a screen on a terminal, else a line for each sample.
+/// Reads at an interval and shows a screen on a terminal, otherwise a line for each sample.
 int runWatch(const WatchOptions& options, Console& console);
 
 #endif

@@ -8,13 +8,13 @@ struct WriteOptions
 {
     LinkOptions link;
     QString address;
-    std::optional<CommandDataType> type; ///< none: what the area is made of
-    std::optional<int> count;            ///< given, it must be the number of the values
-    std::optional<Notation> notation;    ///< none: as encodeValues says
+    std::optional<CommandDataType> type; ///< without one: the area's element type
+    std::optional<int> count;            ///< if given, it must be the number of values
+    std::optional<Notation> notation;    ///< without one: as encodeValues says
     QStringList values;
 };
 
-/// One write command. Values that do not fit are refused before anything is sent.
+/// Runs one write command. Values that do not fit are refused before anything is sent.
 int runWrite(const WriteOptions& options, Console& console);
 
 #endif

@@ -19,15 +19,15 @@ constexpr int panelGap = 24;
 constexpr int laneHeight = 26;
 constexpr int keyLineHeight = 18;
 constexpr int characterWidth = 8;
-constexpr int edge = 20;       ///< beside texts
-constexpr int narrowest = 100; ///< margin; there is room for the numbers of an axis and its name
-constexpr int keySample = 60;  ///< the piece of line beside a name
+constexpr int edge = 20;       ///< next to texts
+constexpr int narrowest = 100; ///< margin; has room for the numbers of an axis and its name
+constexpr int keySample = 60;  ///< the piece of line next to a name
 
-constexpr int longestName = 32; ///< these two in characters: the rest is left out
+constexpr int longestName = 32; ///< this and the next in characters; longer texts are cut
 constexpr int longestTitle = 105;
 constexpr double laneDistance = 1.5; ///< from one bit to the next, whose edges are 1 high
 
-/// Told apart with every kind of colour vision.
+/// Distinguishable with every kind of colour vision.
 const char* const colours[] = {"#0072b2", "#d55e00", "#009e73", "#cc79a7", "#e69f00", "#56b4e9", "#555555"};
 
 constexpr int colourCount = sizeof colours / sizeof *colours;
@@ -39,7 +39,7 @@ struct Drawn
     int number;
 };
 
-/// Columns above one another's time, with an axis of values in common.
+/// Columns drawn in one panel, with a common axis of values.
 struct Panel
 {
     QString label;
@@ -49,7 +49,7 @@ struct Panel
     int height = 0;
 };
 
-/// The panels with what they have in common.
+/// The panels and their common margins.
 struct Layout
 {
     QVector<Panel> panels;
@@ -68,7 +68,7 @@ QString nameOf(const RecordColumn& column)
     return elided(column.name, longestName);
 }
 
-/// The panel that the column belongs to, a new one if need be.
+/// The panel that the column belongs to; a new one if necessary.
 Panel& panelFor(const RecordColumn& column, ChartAxes axes, QVector<Panel>& panels)
 {
     const QString label = column.unit.isEmpty() ? QStringLiteral("value") : column.unit;
@@ -81,7 +81,7 @@ Panel& panelFor(const RecordColumn& column, ChartAxes axes, QVector<Panel>& pane
     return panels.last();
 }
 
-/// Numbers first, in the order of the record.
+/// Panels of numbers first, in the order of the record.
 QVector<Panel> panelsOf(const Record& record, ChartAxes axes)
 {
     QVector<Panel> panels;
@@ -130,7 +130,7 @@ Layout layOut(const Record& record, ChartAxes axes)
     return layout;
 }
 
-/// Time, value, and once more the value of samples that no line leads to or from.
+/// Time and value; and the value again for samples without a line to or from them.
 QString dataBlock(const Drawn& drawn, double origin)
 {
     const std::vector<CurvePoint> points = drawn.column->curve.points();

@@ -12,10 +12,10 @@ enum class ChartFormat
     Png
 };
 
-/// Which numbers have a panel, and so an axis of values, in common.
+/// Which numbers share a panel, and so an axis of values.
 enum class ChartAxes
 {
-    Unit, ///< those of one unit
+    Unit, ///< numbers of the same unit
     Each  ///< none
 };
 
@@ -26,8 +26,8 @@ struct ChartStyle
     ChartAxes axes = ChartAxes::Unit;
 };
 
-/// What gnuplot has to do to draw a record: panels for numbers, and one for bits with a lane for each, above
-/// one time axis. Columns without any value are left out; the record has one with a value.
+/// The gnuplot script that draws a record: panels for numbers, and one for bits with a lane for each, above a
+/// common time axis. Columns without values are left out; at least one column must have a value.
 QByteArray chartScript(const Record& record, const ChartStyle& style);
 
 #endif

@@ -22,7 +22,7 @@ QString gnuplotString(const QString& text)
                      ? QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'))
                      : QString(character);
     QString string;
-    bool followsCode = false; // which would go on with digits
+    bool followsCode = false; // which following digits would continue
     for (const QChar character : shown) {
         const bool isPlain = character.unicode() > 126 || character.isLetter() ||
                              character == QLatin1Char(' ') || (character.isDigit() && !followsCode);
@@ -48,7 +48,7 @@ QByteArray runGnuplot(const QByteArray& script, QString& error)
         return QByteArray();
     }
     QProcess process;
-    process.start(program, {QStringLiteral("-d"), QStringLiteral("-")}); // nobody's settings
+    process.start(program, {QStringLiteral("-d"), QStringLiteral("-")}); // no user's settings
     process.write(script);
     process.closeWriteChannel();
     const bool ended = process.waitForFinished(longestRun);

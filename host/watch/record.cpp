@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr int columnsBeside = 3; ///< time in front, milliseconds and error behind
+constexpr int columnsBeside = 3; ///< time first; milliseconds and error last
 
 bool isHeader(const CsvRow& row)
 {
@@ -35,7 +35,7 @@ RecordColumn columnOf(const QString& heading)
     return column;
 }
 
-/// Patterns as people know them from file names; everything else in them means itself.
+/// Patterns as in file names; every other character means itself.
 bool matches(const QString& text, const QString& pattern)
 {
     QString expression = QRegularExpression::escape(pattern);
@@ -100,7 +100,7 @@ private:
     Record& m_record;
     QString m_error;
     int m_fieldCount = 0;
-    std::vector<int> m_fields;     ///< of the columns
+    std::vector<int> m_fields;     ///< of the selected columns
     std::vector<bool> m_isRead;    ///< the columns that have a value in this sample
     std::optional<double> m_first; ///< these two: of the whole record
     double m_last = 0;
@@ -178,7 +178,7 @@ ExitStatus Reader::readRows()
         if (problem.isEmpty())
             continue;
         if (!m_reader.next(row))
-            break; // the power went while it was written
+            break; // the power failed while it was written
         return fail(Refused, QStringLiteral("%1, line %2: %3").arg(m_fileName).arg(line).arg(problem));
     }
     if (m_sampleHasValue)
@@ -186,7 +186,7 @@ ExitStatus Reader::readRows()
     return m_record.samples > 0 ? Done : nothingFound();
 }
 
-/// Returns what is wrong with the row; empty when it has been added.
+/// Returns what is wrong with the row; empty if it has been added.
 QString Reader::addRow(const CsvRow& row)
 {
     if (!row.problem.isEmpty())
@@ -238,7 +238,7 @@ void Reader::addValues(const CsvRow& row, double time)
     m_sampleHasValue = true;
 }
 
-/// What has not been read by now has failed.
+/// Columns without a value by now have failed.
 void Reader::endSample()
 {
     for (std::size_t i = 0; i < m_fields.size(); ++i) {

@@ -7,27 +7,28 @@
 
 #include <QStringList>
 
-// A record is CSV with a heading for each column: time, those of the elements, milliseconds, error. A row has
-// the values that were read at its time. Those of a sample that takes long stand in several rows, the last of
-// which has the milliseconds; a field that is empty in all of them failed. What watch has to say of itself,
-// that it was paused for example, is a row without values.
+// A record is CSV with a heading for each column: time, the elements, milliseconds, error. A row has the
+// values that were read at its time. A slow sample has several rows, the last of which has the milliseconds;
+// a field that is empty in all of them failed. A row without values is a remark of watch, for example that it
+// was paused.
 
-/// What is drawn of a record.
+/// What to draw of a record.
 struct RecordSelection
 {
-    QStringList columns;        ///< names, with * and ? for what may be in their place; empty: all columns
-    std::optional<Moment> from; ///< inclusive, these two; a time without a day is on the record's first one
+    QStringList columns;        ///< names, with * and ? as wildcards; empty: all columns
+    std::optional<Moment> from; ///< both inclusive; a time without a day is on the record's first day
     std::optional<Moment> to;
 };
 
 /// The samples of one element.
 struct RecordColumn
 {
-    QString name; ///< as watch takes it: HR100, 3-HR102:dword, Oven 3 temp
+    QString name; ///< as given to watch: HR100, 3-HR102:dword, Oven 3 temp
     QString unit; ///< may be empty
     Curve curve;
 
-    /// Best drawn as a line that is low or high: the type is bit, or a name without a unit has been 0 or 1.
+    /// Best drawn as a line that is low or high: the type is bit, or a named signal without a unit has only
+    /// been 0 and 1.
     bool isBit() const;
 };
 
@@ -43,10 +44,10 @@ struct Record
 /// The heading of a column: "HR100", "Oven 3 temp [°C]".
 QString columnHeading(const QString& name, const QString& unit);
 
-/// Reads a record. A row that a power cut has left unfinished at its end is passed over.
+/// Reads a record. An incomplete row at its end, left by a power cut, is ignored.
 ///
-/// Returns Refused, and error names the file and the line, when it is no record or has no samples;
-/// WrongCommandLine when nothing in it is what the selection asks for.
+/// Returns Refused if the file is not a record or has no samples; error then names the file and the line.
+/// Returns WrongCommandLine if nothing in it matches the selection.
 ExitStatus readRecord(const QString& fileName, const RecordSelection& selection, Record& record,
                       QString& error);
 

@@ -123,7 +123,7 @@ Screen::Screen(void* terminal)
       m_symbols(std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0 ? TrendSymbols::Blocks : TrendSymbols::Ascii),
       m_hasColours(startColours())
 {
-    raw(); // Ctrl-C is a key, so that the terminal is given back before the program ends
+    raw(); // Ctrl-C is a key, so that the terminal is restored before the program ends
     noecho();
     nonl();
     keypad(stdscr, TRUE);
@@ -163,6 +163,6 @@ std::optional<ScreenKey> Screen::key()
     if (code == ERR)
         return std::nullopt;
     if (code == controlZ)
-        ::raise(SIGTSTP); // the library gives the terminal back until the program goes on
+        ::raise(SIGTSTP); // the library restores the terminal until the program continues
     return meaningOf(code);
 }

@@ -17,33 +17,33 @@ enum class ScreenKey
     PageDown,
     Home,
     End,
-    Other ///< no key of ours, or the window has another size now
+    Other ///< any other key, or the window has changed its size
 };
 
-/// The terminal as a screen, from open to the end of the object, which gives it back as it was. One at a
-/// time.
+/// The terminal as a screen, from open() until this object is destroyed, which restores the terminal. One at
+/// a time.
 ///
-/// Colours are left out when NO_COLOR is set and not empty, or the terminal has none.
+/// There are no colours if NO_COLOR is set and not empty, or if the terminal has none.
 class Screen
 {
 public:
-    /// Whether standard input and output are a terminal that may be taken.
+    /// Whether standard input and output are a terminal that can be used.
     static bool isPossible();
 
-    /// Null when the terminal can not move its cursor, or nothing is known of it.
+    /// Null if the terminal cannot move its cursor or is unknown.
     static std::unique_ptr<Screen> open();
     ~Screen();
     Screen(const Screen&) = delete;
     Screen& operator=(const Screen&) = delete;
 
-    /// Block characters where the locale says that the terminal understands UTF-8.
+    /// Block characters if the locale says that the terminal understands UTF-8.
     TrendSymbols symbols() const { return m_symbols; }
     ScreenSize size() const;
 
     /// Shows these lines and nothing else.
     void draw(const QVector<ScreenLine>& lines);
 
-    /// The next key that was pressed, nothing when there is none. Does not wait.
+    /// The next key that was pressed; nothing if there is none. Does not wait.
     std::optional<ScreenKey> key();
 
 private:

@@ -42,7 +42,7 @@ bool isLeftAligned(Column column)
     return column == AddressColumn || isFlexible(column);
 }
 
-/// A row of the table: the element, and its command where it is the command's first.
+/// A row of the table: the element and its command; isFirst says that the row shows the command's cells too.
 struct Row
 {
     const WatchedElement* element;
@@ -58,14 +58,14 @@ QString shortened(const QString& text, int width, TrendSymbols symbols)
     return text.left(std::max(width - mark.size(), 0)) + mark.left(width);
 }
 
-/// The driver's text without the description of the command, which the row gives already.
+/// The driver's text without the description of the command, which the row already gives.
 QString reasonOf(const QString& error)
 {
     const int end = error.indexOf(QLatin1String("> "));
     return end < 0 ? error : error.mid(end + 2);
 }
 
-/// Composes one screen; lives as long as that takes.
+/// Lays out one screen; exists only while it does so.
 class Layout
 {
 public:
@@ -100,7 +100,7 @@ private:
     int m_width[ColumnCount] = {}; ///< 0: not shown
 };
 
-/// Lines below the table, as far as there is room for three rows or for all.
+/// Number of lines below the table, if there is room for three rows of it, or for all.
 int Layout::belowTable() const
 {
     const int elements = static_cast<int>(m_contents.state.elements().size());
@@ -171,7 +171,7 @@ ScreenStyle Layout::styleOf(const Row& row, Column column) const
     return column == SmallestColumn || column == LargestColumn ? ScreenStyle::Quiet : ScreenStyle::Plain;
 }
 
-/// Widths that the contents ask for; a few characters more than now where numbers grow.
+/// Widths that the contents need, plus a few characters where numbers grow.
 void Layout::measure()
 {
     for (int column = 0; column < ColumnCount; ++column)
@@ -186,7 +186,7 @@ void Layout::measure()
     m_natural[AgeColumn] = 6;
 }
 
-/// Columns get their room in the order of importance; what is left goes to the trend and the errors.
+/// Columns get their room in order of importance; the rest goes to the trend and the errors.
 void Layout::giveRoom()
 {
     int left = m_size.width;

@@ -4,7 +4,7 @@
 #include "watch/csv_recorder.h"
 #include "watch/watch_state.h"
 
-// What stands where on the screen, whatever terminal shows it.
+// What appears where on the screen, whatever terminal shows it.
 
 enum class ScreenStyle
 {
@@ -31,7 +31,7 @@ struct ScreenSize
     int height = 24;
 };
 
-/// What the screen shows beside the state.
+/// What the screen shows besides the state.
 struct ScreenContents
 {
     const WatchState& state;
@@ -48,8 +48,8 @@ struct ScreenContents
 /// Number of elements that the table has room for.
 int tableRows(const ScreenContents& contents, const ScreenSize& size);
 
-/// The lines from top to bottom: at most as many as the screen has, and none wider. A window that is too
-/// small loses columns from the least important one on, then lines below the table.
+/// The lines from top to bottom: at most as many as the screen has, and none wider. If the window is too
+/// small, columns are left out, the least important one first, then lines below the table.
 QVector<ScreenLine> layOutScreen(const ScreenContents& contents, const ScreenSize& size);
 
 /// A duration in at most five characters and a unit: "0.4 s", "12 s", "3 min", "7 h", "2 d".

@@ -10,7 +10,7 @@ namespace {
 constexpr double briefly = 120;
 constexpr double day = 86400;
 
-/// Labels at every step, as long as they are with a blank on either side.
+/// Labels at every step; their length includes a blank on either side.
 struct Labels
 {
     double step;

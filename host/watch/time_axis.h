@@ -3,17 +3,17 @@
 
 #include <QString>
 
-/// How the time axis of a chart is written; its length decides. Times are seconds since 1970 UTC.
+/// How the time axis of a chart is labelled, depending on its length. Times are seconds since 1970 UTC.
 struct TimeAxis
 {
     double origin;  ///< the time that is 0 on the axis
-    double length;  ///< 1 at least
-    QString format; ///< of a time of day, as strftime has it; empty: seconds since origin, in steps that suit
-    double step;    ///< from one label to the next, so that they do not touch; on whole days, hours, minutes
+    double length;  ///< at least 1
+    QString format; ///< strftime format of a time of day; empty: seconds since origin, in suitable steps
+    double step;    ///< from one label to the next, wide enough for them; whole days, hours, minutes
     QString label;
 };
 
-/// width: of the axis in characters.
+/// width: length of the axis in characters.
 TimeAxis timeAxis(double begin, double end, int width);
 
 #endif
