@@ -322,11 +322,15 @@ void Watch::printSummary()
 
 int Watch::exitStatus()
 {
-    if (m_recorder && (m_recorder->rowsLost() > 0 || !m_recorder->problem().isEmpty()))
+    if (m_recorder && m_recorder->rowsLost() > 0)
         return reportError(m_console, Refused,
                            QStringLiteral("%1 row(s) are missing in %2")
                                .arg(m_recorder->rowsLost())
                                .arg(m_recorder->fileName()));
+    if (m_recorder && !m_recorder->problem().isEmpty())
+        return reportError(m_console, Refused,
+                           QStringLiteral("the last rows of %1 may be missing after a power cut: %2")
+                               .arg(m_recorder->fileName(), m_recorder->problem()));
     if (m_interrupted)
         return Interrupted;
     if (m_state.commandCount() > 0 && m_state.failureCount() == m_state.commandCount())

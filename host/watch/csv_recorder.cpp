@@ -1,20 +1,14 @@
 #include "watch/csv_recorder.h"
 
-#include <QFile>
-#include <QFileInfo>
+#include "text/file_place.h"
 
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
-
-QString systemMessage(int reason)
-{
-    return QString::fromLocal8Bit(std::strerror(reason));
-}
 
 /// Bytes of a file from offset on; fewer at its end.
 QByteArray bytesAt(int descriptor, qint64 offset, qint64 length)
@@ -38,16 +32,13 @@ qint64 endOfLastLine(int descriptor, qint64 size)
     return 0;
 }
 
-/// A new file survives a power cut only if its folder has been synced to the disk too. A system that cannot
-/// sync folders does so by itself.
-void syncFolder(const QString& fileName)
+/// Opens a device without waiting until somebody reads what is written to it.
+int openDevice(const FilePlace& place)
 {
-    const QByteArray folder = QFile::encodeName(QFileInfo(fileName).absolutePath());
-    const int descriptor = ::open(folder.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0)
-        return;
-    ::fsync(descriptor);
-    ::close(descriptor);
+    const int descriptor = place.open(O_WRONLY | O_NONBLOCK);
+    if (descriptor >= 0)
+        ::fcntl(descriptor, F_SETFL, O_WRONLY);
+    return descriptor;
 }
 
 } // namespace
@@ -55,18 +46,23 @@ void syncFolder(const QString& fileName)
 std::unique_ptr<CsvRecorder> CsvRecorder::open(const QString& fileName, const QByteArray& header,
                                                QString& error)
 {
-    const QByteArray name = QFile::encodeName(fileName);
-    int descriptor = ::open(name.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-    if (descriptor < 0 && (errno == EACCES || errno == EINVAL || errno == ENXIO))
-        descriptor = ::open(name.constData(), O_WRONLY | O_CLOEXEC); // such as a printer, a write-only device
-    if (descriptor < 0) {
-        error = QStringLiteral("can not write %1: %2").arg(fileName, systemMessage(errno));
+    const FilePlace place(fileName);
+    QString problem = place.problem();
+    std::unique_ptr<CsvRecorder> recorder;
+    if (problem.isEmpty()) {
+        const int descriptor = place.isDevice() ? openDevice(place) : place.open(O_RDWR | O_CREAT | O_APPEND);
+        if (descriptor < 0)
+            problem = errno == ENXIO ? QStringLiteral("nobody reads from it") : systemMessage(errno);
+        else
+            recorder.reset(new CsvRecorder(fileName, header, descriptor));
+    }
+    if (recorder)
+        problem = recorder->begin();
+    if (!problem.isEmpty()) {
+        error = QStringLiteral("can not write %1: %2").arg(fileName, problem);
         return nullptr;
     }
-    std::unique_ptr<CsvRecorder> recorder(new CsvRecorder(fileName, descriptor));
-    error = recorder->begin(header);
-    if (!error.isEmpty())
-        return nullptr;
+    ::fsync(place.folder()); // a new file survives a power cut only with its folder
     return recorder;
 }
 
@@ -76,50 +72,53 @@ CsvRecorder::~CsvRecorder()
     ::close(m_descriptor);
 }
 
-/// Returns a sentence that says why the file cannot be used; empty if it can.
-QString CsvRecorder::begin(const QByteArray& header)
+/// Like findEnd(), it returns what keeps rows from being written; empty if nothing does.
+QString CsvRecorder::begin()
 {
     struct stat status;
     if (::fstat(m_descriptor, &status) != 0)
-        return QStringLiteral("can not write %1: %2").arg(m_fileName, systemMessage(errno));
+        return systemMessage(errno);
     m_isRegular = S_ISREG(status.st_mode);
-    m_end = m_isRegular ? endOfLastLine(m_descriptor, status.st_size) : 0;
-    if (m_end > 0)
-        return continueRecord(header);
-    if (m_isRegular && status.st_size > 0)
-        return QStringLiteral("%1 is no record of watch; name another file").arg(m_fileName);
-    m_headerDue = header;
-    m_problem = write(header);
+    if (m_isRegular && ::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
+        return QStringLiteral("another watch is recording in it");
+    const QString problem = findEnd();
+    if (!problem.isEmpty())
+        return problem;
+    m_isContinued = m_end > m_header.size();
+    if (m_isHeaderDue)
+        m_problem = write(QByteArray());
     sync();
-    if (m_isRegular)
-        syncFolder(m_fileName);
     return QString();
 }
 
-QString CsvRecorder::continueRecord(const QByteArray& header)
-{
-    if (bytesAt(m_descriptor, 0, header.size()) != header)
-        return QStringLiteral(
-                   "%1 is there already and does not have the columns of this record; name another "
-                   "file")
-            .arg(m_fileName);
-    restoreEnd();
-    return QString();
-}
-
-/// Cuts off what follows the last complete row.
-void CsvRecorder::restoreEnd()
+/// Makes the last complete row the end of the file, whoever has cut it off or appended to it.
+QString CsvRecorder::findEnd()
 {
     if (!m_isRegular)
-        return;
-    if (::ftruncate(m_descriptor, m_end) != 0 || ::lseek(m_descriptor, m_end, SEEK_SET) < 0)
-        m_problem = systemMessage(errno);
+        return QString();
+    struct stat status;
+    if (::fstat(m_descriptor, &status) != 0)
+        return systemMessage(errno);
+    if (status.st_nlink == 0)
+        return QStringLiteral("somebody has deleted it");
+    if (status.st_size > 0 && status.st_size == m_end)
+        return QString();
+    m_isHeaderDue = status.st_size == 0;
+    if (!m_isHeaderDue && bytesAt(m_descriptor, 0, m_header.size()) != m_header)
+        return QStringLiteral("it does not have the columns of this record; name another file");
+    m_end = endOfLastLine(m_descriptor, status.st_size);
+    return m_end == status.st_size || ::ftruncate(m_descriptor, m_end) == 0 ? QString()
+                                                                            : systemMessage(errno);
 }
 
-/// Writes all of bytes or nothing. Returns the system's message, empty on success.
+/// Writes all of bytes, with the header in front where it is due, or nothing. Returns what went wrong, empty
+/// on success.
 QString CsvRecorder::write(const QByteArray& bytes)
 {
-    const QByteArray all = m_headerDue.isEmpty() || bytes == m_headerDue ? bytes : m_headerDue + bytes;
+    const QString problem = findEnd();
+    if (!problem.isEmpty())
+        return problem;
+    const QByteArray all = m_isHeaderDue ? m_header + bytes : bytes;
     qint64 written = 0;
     while (written < all.size()) {
         const ssize_t taken =
@@ -128,13 +127,13 @@ QString CsvRecorder::write(const QByteArray& bytes)
             continue;
         if (taken <= 0) {
             const int reason = taken < 0 ? errno : ENOSPC;
-            restoreEnd();
+            findEnd();
             return systemMessage(reason);
         }
         written += taken;
     }
     m_end += written;
-    m_headerDue.clear();
+    m_isHeaderDue = false;
     m_dirty = true;
     return QString();
 }
@@ -158,5 +157,5 @@ void CsvRecorder::sync()
         return;
     m_dirty = false;
     if (::fdatasync(m_descriptor) != 0 && errno != EINVAL && errno != EROFS)
-        m_problem = systemMessage(errno);
+        m_syncProblem = systemMessage(errno); // for good: nobody knows which rows are meant
 }

@@ -1,3 +1,4 @@
+#include "privileges.h"
 #include "watch/chart_script.h"
 #include "watch/csv_recorder.h"
 #include "watch/gnuplot.h"
@@ -7,7 +8,10 @@
 #include <QtTest>
 
 #include <cmath>
+#include <csignal>
 #include <limits>
+#include <sys/resource.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -45,6 +49,11 @@ private slots:
     void recorderStarts_data();
     void recorderStarts();
     void recorderCountsWhatIsLost();
+    void recorderMeetsOthers_data();
+    void recorderMeetsOthers();
+    void rowsAreCompleteOrAbsent();
+    void recorderRefuses_data();
+    void recorderRefuses();
     void records_data();
     void records();
     void selections_data();
@@ -103,6 +112,96 @@ void tst_record::recorderCountsWhatIsLost()
     QCOMPARE(recorder->rowsLost(), quint64(2));
     QCOMPARE(recorder->rowsWritten(), quint64(0));
     QCOMPARE(recorder->problem(), QStringLiteral("No space left on device"));
+}
+
+// What others do to a record while rows are appended to it.
+void tst_record::recorderMeetsOthers_data()
+{
+    QTest::addColumn<QByteArray>("theirs"); // what is there before the second row; "-": nothing
+    QTest::addColumn<QByteArray>("after");  // what follows the second row
+    QTest::addColumn<QString>("problem");
+    const QByteArray header = "time,HR1\n";
+    QTest::newRow("emptied") << QByteArray() << header + "2,2\n" << QString();
+    QTest::newRow("cut in a row") << header + "1," << header + "2,2\n" << QString();
+    QTest::newRow("a row more") << header + "1,1\n9,9\n" << header + "1,1\n9,9\n2,2\n" << QString();
+    QTest::newRow("half a row more") << header + "1,1\n9," << header + "1,1\n2,2\n" << QString();
+    QTest::newRow("other columns") << QByteArray("a\nb\n") << QByteArray("a\nb\n")
+                                   << "it does not have the columns of this record; name another file";
+    QTest::newRow("deleted") << QByteArray("-") << QByteArray("(none)") << "somebody has deleted it";
+}
+
+void tst_record::recorderMeetsOthers()
+{
+    QFETCH(QByteArray, theirs);
+    const QString file = m_folder.filePath(QStringLiteral("others.csv"));
+    QFile::remove(file);
+    QString error;
+    const auto recorder = CsvRecorder::open(file, "time,HR1\n", error);
+    QVERIFY2(recorder, qPrintable(error));
+    recorder->append("1,1\n");
+    if (theirs == "-")
+        QVERIFY(QFile::remove(file));
+    else
+        put(file, theirs);
+    recorder->append("2,2\n");
+    QTEST(contentsOf(file), "after");
+    QTEST(recorder->problem(), "problem");
+    QCOMPARE(recorder->rowsLost(), quint64(recorder->problem().isEmpty() ? 0 : 1));
+}
+
+// The limit on the file's size ends inside the second row.
+void tst_record::rowsAreCompleteOrAbsent()
+{
+    const QString file = m_folder.filePath(QStringLiteral("limited.csv"));
+    QString error;
+    const auto recorder = CsvRecorder::open(file, "time,HR1\n", error);
+    QVERIFY2(recorder, qPrintable(error));
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit unlimited = {RLIM_INFINITY, RLIM_INFINITY};
+    const rlimit tight = {15, RLIM_INFINITY};
+    recorder->append("1,1\n");
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &tight), 0);
+    recorder->append("2,2\n");
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &unlimited), 0);
+    QCOMPARE(contentsOf(file), QByteArray("time,HR1\n1,1\n"));
+    QCOMPARE(recorder->problem(), QStringLiteral("File too large"));
+    recorder->append("3,3\n");
+    QCOMPARE(contentsOf(file), QByteArray("time,HR1\n1,1\n3,3\n"));
+    QVERIFY(recorder->problem().isEmpty());
+}
+
+void tst_record::recorderRefuses_data()
+{
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("busy") << "another watch is recording in it";
+    QTest::newRow("folder") << "Is a directory";
+    QTest::newRow("missing/x") << "No such file or directory";
+    QTest::newRow("forbidden/x") << "Permission denied";
+    QTest::newRow("pipe") << "nobody reads from it";
+    if (::geteuid() == 0)
+        QTest::newRow("link") << "is a symbolic link of another user";
+}
+
+void tst_record::recorderRefuses()
+{
+    QFETCH(QString, reason);
+    const QTemporaryDir folder;
+    const auto name = [&folder](const char* base) {
+        return QFile::encodeName(folder.filePath(QLatin1String(base)));
+    };
+    QString error;
+    const auto busy = CsvRecorder::open(folder.filePath(QStringLiteral("busy")), "time\n", error);
+    QVERIFY2(busy, qPrintable(error));
+    QVERIFY(::mkdir(name("folder").constData(), 0777) == 0 &&
+            ::mkdir(name("forbidden").constData(), 0555) == 0 &&
+            ::mkfifo(name("pipe").constData(), 0666) == 0 && ::symlink("old", name("link").constData()) == 0);
+    if (::geteuid() == 0)
+        QCOMPARE(::lchown(name("link").constData(), 12345, 12345), 0);
+    const WithoutPrivileges plain;
+    const QString file = folder.filePath(QLatin1String(QTest::currentDataTag()));
+    QVERIFY(!CsvRecorder::open(file, "time\n", error));
+    QVERIFY2(error.startsWith(QStringLiteral("can not write %1: ").arg(file)) && error.endsWith(reason),
+             qPrintable(error));
 }
 
 /// The curves, or the error with its exit status.
