@@ -1,22 +1,16 @@
 #ifndef MEMORY_LINK_H
 #define MEMORY_LINK_H
 
-#include "abstract_device_interface.h"
-#include "device_setting.h"
+#include "scripted_link.h"
 
 #include <array>
-#include <cstring>
 
 /// A link to a device in memory that answers every request at once: reads with bytes of 0x5A, writes with
 /// their echo. What a command costs over it is the driver's own part.
-class MemoryLink : public AbstractDeviceInterface
+class MemoryLink : public ScriptedLink
 {
 public:
-    MemoryLink() : m_setting(EthernetDevice, QStringLiteral("ETHERNET"), 0, 0, 0, 0)
-    {
-        m_setting.linkID = 1;
-        m_reply.fill(0x5A);
-    }
+    MemoryLink() { m_reply.fill(0x5A); }
 
     int readData(char* buffer, int maxLength) override
     {
@@ -42,15 +36,6 @@ public:
         return length;
     }
 
-    bool open() override { return true; }
-    void close() override {}
-    DeviceSetting* deviceSetting() override { return &m_setting; }
-    bool isConnected() override { return true; }
-    int retryCount() override { return 0; }
-    int stationId() override { return 1; }
-    int commandDelay() override { return 0; }
-    QString errorString() override { return QStringLiteral("memory link"); }
-
     /// Bytes of the reply to the last request.
     int replyLength() const { return m_replyLength; }
 
@@ -60,7 +45,6 @@ private:
         return static_cast<unsigned char>(data[offset]);
     }
 
-    DeviceSetting m_setting;
     std::array<unsigned char, 261> m_reply{};
     int m_taken = 0;
     int m_replyLength = 0;

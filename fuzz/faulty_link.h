@@ -2,16 +2,11 @@
 #define FUZZ_FAULTY_LINK_H
 
 #include "check.h"
-#include "device_setting.h"
 #include "input.h"
 #include "modbus_tcp_slave.h"
+#include "scripted_link.h"
 
 #include <vector>
-
-inline int big16(const QByteArray& bytes, int offset)
-{
-    return static_cast<std::uint8_t>(bytes.at(offset)) << 8 | static_cast<std::uint8_t>(bytes.at(offset + 1));
-}
 
 inline QByteArray big16(int value)
 {
@@ -33,14 +28,12 @@ struct Transaction
 
 /// A link in memory whose device does what the input says: good replies, replies with a fault, rubbish,
 /// silence, several replies at once, in pieces that the input chooses. Checks every request of the driver.
-class FaultyLink : public AbstractDeviceInterface
+class FaultyLink : public ScriptedLink
 {
 public:
     FaultyLink(Input& from, DriverModbusTcpSlave& caller)
-        : m_input(from), m_driver(caller), m_firstTransaction(caller.getTID()),
-          m_transaction(caller.getTID()), m_setting(EthernetDevice, QLatin1String("ETHERNET"), 9600, 8, 0, 2)
+        : m_input(from), m_driver(caller), m_firstTransaction(caller.getTID()), m_transaction(caller.getTID())
     {
-        m_setting.linkID = 1;
     }
 
     /// Forgets the previous command.
@@ -59,12 +52,6 @@ public:
         return up;
     }
 
-    void close() override
-    {
-        up = false;
-        m_incoming.clear();
-    }
-
     /// Called at the start of each attempt; only the requests of the latest attempt count.
     bool isConnected() override
     {
@@ -73,15 +60,6 @@ public:
         return up;
     }
 
-    DeviceSetting* deviceSetting() override { return &m_setting; }
-    int retryCount() override { return retries; }
-    int stationId() override { return station; }
-    int commandDelay() override { return 0; }
-    QString errorString() override { return QLatin1String("the link's own words"); }
-
-    int station = 1;
-    int retries = 0;
-    bool up = true;
     int attempts = 0;
     std::vector<Transaction> transactions; ///< of the latest attempt
 
@@ -96,8 +74,6 @@ private:
     const int m_firstTransaction;
     int m_transaction;
     int m_piece = 0; ///< what readData does with the bytes that are there
-    QByteArray m_incoming;
-    DeviceSetting m_setting;
 };
 
 /// Overwrites the whole buffer, as it is allowed to, before it fills in what has arrived.

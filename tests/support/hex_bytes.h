@@ -14,6 +14,12 @@ inline const unsigned char* bytesOf(const QByteArray& bytes)
     return reinterpret_cast<const unsigned char*>(bytes.constData());
 }
 
+/// The 16 bits at offset, the most significant byte first, as Modbus has them.
+inline int big16(const QByteArray& bytes, int offset)
+{
+    return bytesOf(bytes)[offset] << 8 | bytesOf(bytes)[offset + 1];
+}
+
 /// Bytes that differ with each call but are the same in every run of the test.
 inline QByteArray someBytes(int size)
 {

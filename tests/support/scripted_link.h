@@ -114,9 +114,37 @@ public:
     QList<QByteArray> sent;
     QStringList calls;
 
+protected:
+    QByteArray m_incoming;
+
 private:
     QList<QByteArray> m_replies;
-    QByteArray m_incoming;
+};
+
+/// A device that does what it is asked: every byte of it is value, writes are confirmed. It refuses to read
+/// nothing.
+class ObedientDevice : public ScriptedLink
+{
+public:
+    explicit ObedientDevice(int byte = 0) : value(char(byte)) {}
+
+    int writeData(const char* data, int length) override
+    {
+        const QByteArray frame(data, length);
+        const int functionCode = frame.at(7);
+        const int quantity = big16(frame, 10);
+        QByteArray pdu = frame.mid(7, 5);
+        if (functionCode <= 4 && quantity == 0) {
+            pdu = QByteArray(1, char(functionCode | 0x80)) + '\x03';
+        } else if (functionCode <= 4) {
+            const int bytes = functionCode <= 2 ? (quantity + 7) / 8 : 2 * quantity;
+            pdu = frame.mid(7, 1) + char(bytes) + QByteArray(bytes, value);
+        }
+        answersPdu(pdu.toHex().constData());
+        return ScriptedLink::writeData(data, length);
+    }
+
+    const char value;
 };
 
 #endif

@@ -10,26 +10,6 @@
 
 Q_DECLARE_METATYPE(CommandDataType)
 
-/// A device that obeys: echoes writes, reads zeros, refuses to read or write nothing.
-class PlainDevice : public ScriptedLink
-{
-public:
-    int writeData(const char* data, int length) override
-    {
-        const QByteArray frame(data, length);
-        const int functionCode = frame.at(7);
-        const int quantity = uchar(frame.at(10)) * 256 + uchar(frame.at(11));
-        const int bytes = functionCode <= 2 ? (quantity + 7) / 8 : 2 * quantity;
-        if (quantity == 0 && functionCode != 5 && functionCode != 6)
-            answersPdu((QByteArray::number(functionCode | 0x80, 16) + "03").constData());
-        else if (functionCode <= 4)
-            answersPdu((frame.mid(7, 1).toHex() + "FF" + QByteArray(2 * bytes, '0')).constData());
-        else
-            answersPdu(frame.mid(7, 5).toHex().constData());
-        return ScriptedLink::writeData(data, length);
-    }
-};
-
 /// The most that a byte array can hold.
 static const int LargestArray = INT_MAX - 64;
 
@@ -81,7 +61,7 @@ void tst_bad_commands::check(bool isWrite, const CommunicatorCommand& command, i
                              const QString& error)
 {
     DriverModbusTcpSlave driver;
-    PlainDevice device;
+    ObedientDevice device;
     QVERIFY(driver.readDB(&device, QString()));
     const PeakMemory memory;
     const clock_t start = clock();
@@ -96,7 +76,7 @@ void tst_bad_commands::check(bool isWrite, const CommunicatorCommand& command, i
         expected = QString(error)
                        .replace(QLatin1String("#"), QString::number(command.count))
                        .replace(QLatin1String("~"), words(command.dataType, command.count));
-    else if (command.count == 0 && !device.sent.isEmpty())
+    else if (command.count == 0 && !device.sent.isEmpty() && device.sent.first().at(7) <= 4)
         expected = QLatin1String("exception code:03");
     QCOMPARE(driver.hasError() ? driver.getLastError().section(QLatin1String("> "), 1) : QString(), expected);
     QCOMPARE(done, expected.isEmpty());
@@ -232,7 +212,7 @@ void tst_bad_commands::lastAddress()
 void tst_bad_commands::coilDataBeyondTheCount()
 {
     DriverModbusTcpSlave driver;
-    PlainDevice device;
+    ObedientDevice device;
     QVERIFY(
         driver.write(&device, CommunicatorCommand(Bit, 2, QLatin1String("FN5DO1")), QByteArray(300, '\1')));
     QCOMPARE(device.sent.size(), 2);

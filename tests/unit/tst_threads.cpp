@@ -25,28 +25,6 @@ void together(int threads, Work work)
         running[i].join();
 }
 
-/// Answers reads with its own number, so that a reply meant for the other thread would show.
-class NumberedDevice : public ScriptedLink
-{
-public:
-    explicit NumberedDevice(int number) : value(char(number)) {}
-
-    int writeData(const char* data, int length) override
-    {
-        const QByteArray frame(data, length);
-        const int quantity = uchar(frame.at(11));
-        if (frame.at(7) <= 4) {
-            const int bytes = frame.at(7) <= 2 ? (quantity + 7) / 8 : 2 * quantity;
-            answersPdu((frame.mid(7, 1).toHex() + "FF" + QByteArray(bytes, value).toHex()).constData());
-        } else {
-            answersPdu(frame.mid(7, 5).toHex().constData());
-        }
-        return ScriptedLink::writeData(data, length);
-    }
-
-    const char value;
-};
-
 class tst_threads : public QObject
 {
     Q_OBJECT
@@ -86,7 +64,8 @@ void tst_threads::firstCrcCalls()
     QCOMPARE(int(wrong), 0);
 }
 
-/// Each thread makes its driver, loads the project and reads and writes every area.
+/// Each thread makes its driver, loads the project and reads and writes every area. Its device answers reads
+/// with a byte of its own, so that a reply to the other thread would show.
 void tst_threads::driversOfTheirOwn()
 {
     static const struct
@@ -102,7 +81,7 @@ void tst_threads::driversOfTheirOwn()
     std::atomic<int> wrong(0);
     together(2, [&](int thread) {
         DriverModbusTcpSlave driver;
-        NumberedDevice device(thread == 0 ? 0x55 : 0x2A);
+        ObedientDevice device(thread == 0 ? 0x55 : 0x2A);
         for (int i = 0; i < rounds; ++i) {
             for (size_t k = 0; k < sizeof commands / sizeof *commands; ++k) {
                 const CommunicatorCommand command(commands[k].type, commands[k].count,

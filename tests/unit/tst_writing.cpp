@@ -6,22 +6,6 @@
 
 Q_DECLARE_METATYPE(CommandDataType)
 
-/// Answers like a device that has obeyed: echoes writes, reads zeros.
-class EchoingLink : public ScriptedLink
-{
-public:
-    int writeData(const char* data, int length) override
-    {
-        const QByteArray frame(data, length);
-        if (frame.at(7) == 3)
-            answersPdu(("03FF" + QByteArray(4 * (uchar(frame.at(10)) * 256 + uchar(frame.at(11))), '0'))
-                           .constData());
-        else
-            answersPdu(frame.mid(7, 5).toHex().constData());
-        return ScriptedLink::writeData(data, length);
-    }
-};
-
 class tst_writing : public QObject
 {
     Q_OBJECT
@@ -102,7 +86,7 @@ void tst_writing::requests()
     QFETCH(QByteArray, data);
     QFETCH(QString, sent);
     DriverModbusTcpSlave driver;
-    EchoingLink link;
+    ObedientDevice link;
     const bool done = driver.write(&link, CommunicatorCommand(type, count, address), data);
     QVERIFY2(done, qPrintable(driver.getLastError()));
     QVERIFY(!driver.hasError());
@@ -141,7 +125,7 @@ void tst_writing::limits()
     QFETCH(int, count);
     QFETCH(QString, error);
     DriverModbusTcpSlave driver;
-    EchoingLink link;
+    ObedientDevice link;
     const QByteArray data(type == Bit ? (count + 7) / 8 : 0, '\0');
     QCOMPARE(driver.write(&link, CommunicatorCommand(type, count, address), data), error.isEmpty());
     QCOMPARE(driver.hasError() ? driver.getLastError().section(QLatin1String("> "), 1) : QString(), error);
@@ -153,7 +137,7 @@ void tst_writing::limits()
 void tst_writing::oddRegisterDataRefused()
 {
     DriverModbusTcpSlave driver;
-    EchoingLink link;
+    ObedientDevice link;
     QVERIFY(!driver.writeWords(&link, 0, QByteArray(247, '\1')));
     QCOMPARE(driver.getLastError(), QString::fromLatin1("can't write 123 words to HR1"));
     QVERIFY(!driver.writeWords(&link, 65535, QByteArray(3, '\1')));
@@ -190,7 +174,7 @@ void tst_writing::hugeCommandsCostNothing()
     QFETCH(quint32, count);
     QFETCH(QString, error);
     DriverModbusTcpSlave driver;
-    EchoingLink link;
+    ObedientDevice link;
     link.retries = 50; // fifty attempts that each built the data would take long
     QVERIFY(!driver.write(&link, CommunicatorCommand(type, static_cast<int>(count), address), hex("0102")));
     QVERIFY2(driver.getLastError().endsWith(QLatin1String("> ") + error), qPrintable(driver.getLastError()));
