@@ -235,8 +235,10 @@ void addChart(CLI::App& app, Parsed& parsed)
     addText(command, "--title", options.style.title, "Title of the picture (default: the name of the record)")
         ->type_name("TEXT");
     addTexts(command, "--signals,--columns", selection.columns,
-             "Draw only these columns; in a name * stands for any text and ? for any character")
-        ->type_name("NAME");
+             "Draw only columns of this name, where * and ? are wildcards; may be repeated")
+        ->type_name("NAME")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
     addText(
         command, "--from", [&](const QString& text) { takeMoment("--from", text, selection.from); },
         "Draw only what was read at this time or later")
@@ -247,9 +249,10 @@ void addChart(CLI::App& app, Parsed& parsed)
         ->type_name("TIME");
     addChoice<ChartAxes>(command, "--axes", options.style.axes, axes,
                          "One value axis for all numbers of a unit (default), or one for each column");
-    explain(command, "Times are UTC, as in the record: \"2026-11-22 22:58:05\", 2026-11-22 (its midnight), "
-                     "or 22:58 of the\n"
-                     "record's first day. Lines are broken where something failed or watch was paused.");
+    explain(command,
+            "Times are UTC, as in the record: \"2026-11-22 22:58:05\", 2026-11-22 (its midnight),\n"
+            "or 22:58 on the record's first day. Lines are broken where something failed or was not\n"
+            "read.");
 }
 
 void addProject(CLI::App& app, Parsed& parsed)

@@ -1,5 +1,7 @@
 #include "watch/gnuplot.h"
 
+#include "text/shown.h"
+
 #include <QProcess>
 #include <QStandardPaths>
 
@@ -7,23 +9,13 @@ namespace {
 
 constexpr int longestRun = 120000; ///< milliseconds
 
-bool isControl(QChar character)
-{
-    return character.category() == QChar::Other_Control;
-}
-
 } // namespace
 
 QString gnuplotString(const QString& text)
 {
-    QString shown;
-    for (const QChar character : text)
-        shown += isControl(character)
-                     ? QStringLiteral("\\x%1").arg(character.unicode(), 2, 16, QLatin1Char('0'))
-                     : QString(character);
     QString string;
     bool followsCode = false; // which following digits would continue
-    for (const QChar character : shown) {
+    for (const QChar character : shown(text)) {
         const bool isPlain = character.unicode() > 126 || character.isLetter() ||
                              character == QLatin1Char(' ') || (character.isDigit() && !followsCode);
         string += isPlain ? QString(character)

@@ -3,6 +3,7 @@
 #include "signals/tag_address.h"
 #include "signals/values.h"
 #include "text/csv_reader.h"
+#include "text/shown.h"
 #include "watch/watched_items.h"
 
 #include <QDateTime>
@@ -53,7 +54,7 @@ QString listOf(const std::vector<RecordColumn>& columns)
     constexpr std::size_t most = 10;
     QStringList names;
     for (std::size_t i = 0; i < std::min(columns.size(), most); ++i)
-        names += columns[i].name;
+        names += shown(columns[i].name);
     const QString text = names.join(QStringLiteral(", "));
     return columns.size() > most ? QStringLiteral("%1 and %2 more").arg(text).arg(columns.size() - most)
                                  : text;

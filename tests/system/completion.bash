@@ -73,6 +73,9 @@ includes "scan --" "--stations --area --from --to --finest --device --station --
 offers "project import t" "tags.csv"
 offers "project create --tags t" "tags.csv"
 offers "--driver _" "tags.csv watch.csv"
+offers "chart wat" "watch.csv"
+offers "chart watch.csv --output t" "tags.csv"
+offers "chart --signals x --columns y t" "tags.csv"
 offers "project show --a" "--all"
 
 tool=slavesim

@@ -372,7 +372,7 @@ print(watch.wait(10))
                     csv.writer(file).writerows([["time", text, text + "~", "milliseconds", "error"],
                                                 ["2026-11-22T22:58:05.250Z", 5, 1, 1, ""],
                                                 ["2026-11-22T22:58:06.250Z", 7, 0, 1, ""]])
-                done = self.run_host("chart", record, "--output", picture, "--signals", text, text + "~")
+                done = self.run_host("chart", record, "--output", picture, "--signals", text, "--columns", text + "~")
                 self.assertEqual((done.returncode, done.stderr), (0, ""))
                 texts = [element.text for element in xml.etree.ElementTree.parse(picture).iter() if element.text]
                 self.assertTrue({text, text + "~"} <= set(texts), texts)

@@ -12,7 +12,7 @@ _driverhost_section() {
 
 # _driverhost_option_values NAME: the argument of an option, according to the help on stdin; nothing for a flag.
 _driverhost_option_values() {
-    _driverhost_section Options | sed -n "s/^\(-[^ ]*,\)*$1 \([^ ]*\).*/\2/p" | head -n 1
+    _driverhost_section Options | sed -n "s/^\(-[^ ]*,\)*$1\(,-[^ ]*\)* \([^ ]*\).*/\3/p" | head -n 1
 }
 
 # _driverhost_offer WORDS: offers those that begin with the current word.
@@ -38,7 +38,7 @@ _driverhost_offer_list() {
 # _driverhost_offer_values TAKES: offers values for an option whose help shows this argument.
 _driverhost_offer_values() {
     case $1 in
-        FILE) _driverhost_offer_files ;;
+        FILE*) _driverhost_offer_files ;;
         *'|'*) _driverhost_offer "${1//|/ }" ;;
         [A-Z][A-Z],*) _driverhost_offer_list "$1" ;;
     esac
