@@ -1,26 +1,14 @@
+#include "host_program.h"
 #include "session/session.h"
 #include "slave_process.h"
 
-#include <QJsonDocument>
-#include <QJsonObject>
 #include <QStandardPaths>
 #include <QTcpServer>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <csignal>
 
 constexpr int patienceMs = 30000; // of a busy machine
-
-/// One run of the program itself.
-struct Outcome
-{
-    int status;
-    QString out;
-    QString err;
-
-    QJsonObject json() const { return QJsonDocument::fromJson(out.toUtf8()).object(); }
-};
 
 class tst_driverhost : public QObject
 {
@@ -41,11 +29,10 @@ private slots:
     void interruptEndsAWait();
 
 private:
-    Outcome host(const QString& commandLine);
+    ProgramRun host(const QString& commandLine);
     QStringList mbpoll(const QString& commandLine);
 
-    QTemporaryDir m_folder; ///< the program's own, with a project next to it
-    QString m_program;
+    HostProgram m_host; ///< with a project next to it
     QString m_mbpoll;
     SlaveProcess m_slave;
 };
@@ -57,26 +44,16 @@ static QStringList words(const QString& text)
 
 void tst_driverhost::initTestCase()
 {
-    m_program = m_folder.filePath(QStringLiteral("driverhost"));
-    QVERIFY(QFile::copy(QStringLiteral(DRIVERHOST_FILE), m_program));
-    QVERIFY(QDir(m_folder.path()).mkpath(QStringLiteral("drivers")));
-    QVERIFY(QFile::copy(QStringLiteral(PLUGIN_FILE),
-                        m_folder.filePath(QStringLiteral("drivers/libmodbus_tcp_slave.so"))));
+    QVERIFY(m_host.install());
     m_mbpoll = QStandardPaths::findExecutable(QStringLiteral("mbpoll"));
     QVERIFY2(m_slave.start(), m_slave.problem());
-    const Outcome created = host(QStringLiteral("project create --tag DO1 --tag DO3 --tag DO9 --tag DI2"));
+    const ProgramRun created = host(QStringLiteral("project create --tag DO1 --tag DO3 --tag DO9 --tag DI2"));
     QCOMPARE(created.status, 0);
 }
 
-Outcome tst_driverhost::host(const QString& commandLine)
+ProgramRun tst_driverhost::host(const QString& commandLine)
 {
-    QProcess process;
-    process.start(m_program,
-                  words(commandLine) + QStringList({QStringLiteral("--device"), m_slave.device()}));
-    process.waitForFinished();
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
+    return m_host.run(commandLine + QStringLiteral(" --device ") + m_slave.device());
 }
 
 /// The values that mbpoll, an independent client, reads from the slave.
@@ -121,7 +98,7 @@ void tst_driverhost::readsWhatMbpollReads()
     const QString command = QString::fromLatin1(QTest::currentDataTag());
     QStringList expected = mbpoll(other);
     QVERIFY(!expected.isEmpty());
-    const Outcome text = host(command);
+    const ProgramRun text = host(command);
     QCOMPARE(text.err, QString());
     QCOMPARE(text.status, 0);
     QStringList values;
@@ -130,8 +107,8 @@ void tst_driverhost::readsWhatMbpollReads()
     QCOMPARE(values.join(QLatin1Char(' ')), expected.join(QLatin1Char(' ')).toLower());
 
     QStringList numbers;
-    for (const QJsonValue& value :
-         host(command + QStringLiteral(" --format json")).json().value(QStringLiteral("values")).toArray())
+    const QJsonObject json = host(command + QStringLiteral(" --format json")).json().value(0);
+    for (const QJsonValue& value : json.value(QStringLiteral("values")).toArray())
         numbers += QString::number(value.toVariant().toLongLong());
     for (QString& value : expected)
         value = QString::number(value.toLongLong(nullptr, 0));
@@ -168,7 +145,7 @@ void tst_driverhost::mbpollReadsWhatIsWritten()
     QFETCH(QString, values);
     if (m_mbpoll.isEmpty())
         QSKIP("mbpoll, a Debian package of that name, is not installed");
-    const Outcome written = host(QString::fromLatin1(QTest::currentDataTag()));
+    const ProgramRun written = host(QString::fromLatin1(QTest::currentDataTag()));
     QCOMPARE(written.err, QString());
     QCOMPARE(written.status, 0);
     QCOMPARE(mbpoll(other).join(QLatin1Char(' ')), values);
@@ -206,12 +183,13 @@ void tst_driverhost::limits_data()
 void tst_driverhost::limits()
 {
     QFETCH(QString, error);
-    const Outcome outcome =
+    const ProgramRun outcome =
         host(QString::fromLatin1(QTest::currentDataTag()) + QStringLiteral(" --format json --retry 0"));
     QCOMPARE(outcome.err, error.isEmpty() ? QString() : QStringLiteral("error: %1\n").arg(error));
     QCOMPARE(outcome.status, error.isEmpty() ? 0 : 1);
-    QCOMPARE(outcome.json().value(QStringLiteral("error")).toString(), error);
-    QCOMPARE(outcome.json().contains(QStringLiteral("values")), error.isEmpty());
+    const QJsonObject json = outcome.json().value(0);
+    QCOMPARE(json.value(QStringLiteral("error")).toString(), error);
+    QCOMPARE(json.contains(QStringLiteral("values")), error.isEmpty());
 }
 
 // The session of this process reads the project next to this program.
@@ -221,7 +199,7 @@ void tst_driverhost::slaveRestartsBetweenTwoCommands()
     QVERIFY(home.mkpath(QStringLiteral("compile/database")));
     const QString place = QStringLiteral("compile/database/database");
     QFile::remove(home.filePath(place));
-    QVERIFY(QFile::copy(m_folder.filePath(place), home.filePath(place)));
+    QVERIFY(QFile::copy(m_host.projectFile(), home.filePath(place)));
     LinkOptions options;
     options.driverFile = QStringLiteral(PLUGIN_FILE);
     options.device = {QStringLiteral("127.0.0.1"), m_slave.port()};
@@ -247,12 +225,9 @@ void tst_driverhost::slaveRestartsBetweenTwoCommands()
 
 void tst_driverhost::outputThatCanNotBeWritten()
 {
-    QProcess process;
-    process.setStandardOutputFile(QStringLiteral("/dev/full"));
-    process.start(m_program, words(QStringLiteral("info")));
-    QVERIFY(process.waitForFinished());
-    QCOMPARE(process.exitCode(), 1);
-    QCOMPARE(process.readAllStandardError(), QByteArray("error: the output can not be written\n"));
+    const ProgramRun run = m_host.run(QStringLiteral("info >/dev/full"));
+    QCOMPARE(run.status, 1);
+    QCOMPARE(run.err, QStringLiteral("error: the output can not be written\n"));
 }
 
 void tst_driverhost::interruptEndsAWait_data()
@@ -284,7 +259,7 @@ void tst_driverhost::interruptEndsAWait()
     QVERIFY(silent.listen(QHostAddress::LocalHost));
     QProcess process;
     const QString command = QString::fromLatin1(QTest::currentDataTag());
-    process.start(m_program,
+    process.start(m_host.file(),
                   words(QStringLiteral("%1 --device 127.0.0.1:%2").arg(command).arg(silent.serverPort())));
     QVERIFY(process.waitForStarted());
     if (connects)
