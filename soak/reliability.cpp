@@ -1,11 +1,9 @@
 // What single faults on the wire cost: the driver with driverhost's link beside libmodbus, against the same
 // slave. Prints a table in Markdown.
 
-#include "project/project_file.h"
-#include "session/driver_plugin.h"
+#include "plugin_driver.h"
 #include "session/tcp_link.h"
 #include "slave_process.h"
-#include "tools.h"
 
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
@@ -84,10 +82,7 @@ Result measure(const ReadRegisters& readRegisters)
 
 Result measureDriver(quint16 port, int retry)
 {
-    QString error;
-    const auto plugin = DriverPlugin::load(QStringLiteral(PLUGIN_FILE), PluginEntry::CreateDriver, error);
-    if (!plugin)
-        throw std::runtime_error(error.toStdString());
+    const auto plugin = loadDriver();
     DriverInterface& driver = plugin->driver();
     TcpLink link(QStringLiteral("127.0.0.1"), port, DriverSetting(timeoutMs, retry, 1, 0), 1);
     return measure([&](int number, std::vector<int>& values) {
@@ -185,15 +180,8 @@ int main(int argc, char** argv)
     CLI11_PARSE(app, argc, argv)
 
     QTextStream out(stdout);
-    makeProjectFolder();
-    ProjectWriter project(GetDatabaseName());
-    project.addLink({1, ethernetHmiPort});
-    project.addNode({1, 1, true, QStringLiteral("127.0.0.1"), 502});
-    if (!project.commit()) {
-        out << project.error() << '\n';
-        return 2;
-    }
     try {
+        makeProject(OneTag());
         if (checkOnly)
             return check(out);
         printTable(out);

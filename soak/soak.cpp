@@ -4,11 +4,9 @@
 #include "device_model.h"
 #include "random_command.h"
 
-#include "project/project_file.h"
-#include "session/driver_plugin.h"
+#include "plugin_driver.h"
 #include "session/tcp_link.h"
 #include "slave_process.h"
-#include "tools.h"
 
 #include <CLI/CLI.hpp>
 #include <QCoreApplication>
@@ -62,20 +60,20 @@ struct Resources
     }
 };
 
-bool createProject()
+/// Coils and discrete inputs alike.
+struct SoakTags
 {
-    makeProjectFolder();
-    ProjectWriter project(GetDatabaseName());
-    project.addLink({1, ethernetHmiPort});
-    project.addNode({1, 1, true, QStringLiteral("127.0.0.1"), 502});
-    for (int cell = 0; cell < 65536; ++cell) {
-        if (!isTag(cell))
-            continue;
-        project.addTag({1, QStringLiteral("DO%1").arg(cell + 1)});
-        project.addTag({1, QStringLiteral("DI%1").arg(cell + 1)});
+    template<typename Visit>
+    void forEach(Visit visit) const
+    {
+        for (int cell = 0; cell < 65536; ++cell) {
+            if (!isTag(cell))
+                continue;
+            visit(QStringLiteral("DO%1").arg(cell + 1));
+            visit(QStringLiteral("DI%1").arg(cell + 1));
+        }
     }
-    return project.commit();
-}
+};
 
 class Soak
 {
@@ -221,14 +219,11 @@ QStringList slaveOptions(const Options& options)
 int run(const Options& options)
 {
     QTextStream out(stdout);
-    QString error;
+    makeProject(SoakTags());
+    const auto plugin = loadDriver();
     SlaveProcess slave;
-    const std::unique_ptr<DriverPlugin> plugin =
-        DriverPlugin::load(QStringLiteral(PLUGIN_FILE), PluginEntry::CreateDriver, error);
-    if (!plugin || !createProject() || !slave.start(slaveOptions(options))) {
-        out << "soak: cannot start: " << error << slave.problem() << '\n';
-        return 2;
-    }
+    if (!slave.start(slaveOptions(options)))
+        giveUp(QString::fromLocal8Bit(slave.problem()));
     TcpLink link(QStringLiteral("127.0.0.1"), slave.port(),
                  DriverSetting(options.timeout, options.retry, 1, 0), 1);
     Soak soak(plugin->driver(), link, options);
@@ -279,8 +274,11 @@ int main(int argc, char** argv)
     app.add_option("--fault", options.faults, "Only these faults of slavesim, repeatable");
     try {
         app.parse(argc, argv);
+        return run(options);
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? 0 : 2;
+    } catch (const std::runtime_error& problem) {
+        std::fprintf(stderr, "soak: %s\n", problem.what());
+        return 2;
     }
-    return run(options);
 }
