@@ -102,7 +102,7 @@ write_and_read HR220 '--type dword 305419896' '--type dword --as hex' '0x1234567
 run 0 'HR220 0x5678 HR221 0x1234$' read HR220 --count 2 --as hex
 write_and_read HR220SW '--type dword 305419896' '--type dword --as hex' '0x12345678$'
 run 0 'HR220 0x1234 HR221 0x5678$' read HR220 --count 2 --as hex
-write_and_read HR230 '--type dword 3.5' '--type dword --as float' ' 3.5$'
+write_and_read HR230 '--type float32 3.5' '--type float32' ' 3.5$'
 write_and_read HR240 '--type byte --as text pump' '--type byte --count 4 --as text' 'pump'
 write_and_read HR250.15 '--type bit 1 1' '--type bit --count 2' 'HR250.15 1 .* 1$'
 run 0 'HR250 33018 HR251 251$' read HR250 --count 2

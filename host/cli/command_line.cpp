@@ -28,8 +28,8 @@ const char* const commandFooter = "The options of driverhost (--device, --statio
                                   "driverhost --help) may also follow the command.";
 
 const char* const addressHelp =
-    "HMI address of the first element: HR100, HR100.3, HR100SW, FN6HR100, IR100, DO5, "
-    "FN5DO5, DI5";
+    "HMI address (HR100, HR100.3, HR100SW, FN6HR100, IR100, DO5, FN5DO5, DI5; 3-HR100 for station 3), "
+    "optionally with type, number of elements, byte order or notation: HR1:word:3, HR4:float32:BADC, HR7:hex";
 
 /// What the command line is parsed into, and the command that it names.
 struct Parsed
@@ -123,38 +123,56 @@ void addLinkOptions(CLI::App& app, LinkOptions& link)
                  "Print every frame sent and received on stderr; Modbus TCP is decoded");
 }
 
-void addType(CLI::App& command, std::optional<CommandDataType>& type)
+void takeType(const QString& text, std::optional<SignalType>& type)
 {
-    addChoice<CommandDataType>(command, "--type", type, dataTypeNames(),
-                               "Type of one element (default: bit for DI, DO and FN5DO, else word)");
+    type = parseSignalType(text);
+    if (!type)
+        throw CLI::ValidationError("--type", "must be one of " +
+                                                 signalTypeNames().join(QStringLiteral(", ")).toStdString() +
+                                                 " with N from 1 to " + std::to_string(longestString) +
+                                                 ", not \"" + text.toStdString() + '"');
+}
+
+/// Options for items that leave something open.
+void addItemOptions(CLI::App& command, ItemOptions& options)
+{
+    addText(
+        command, "--type", [&options](const QString& text) { takeType(text, options.type); },
+        "Type of a value (default: bit for DI, DO, FN5DO and HR1.3, else word)")
+        ->type_name(signalTypeNames().join(QLatin1Char('|')).toStdString());
+    addChoice<ByteOrder>(
+        command, "--order", options.order, byteOrderNames(),
+        "Byte order of int, uint, float and string types; A is the most significant byte (default: ABCD with "
+        "the mark SW, else CDAB)");
+    addChoice<Notation>(command, "--as", options.notation, notationNames(),
+                        "Notation of the values (default: that of their type)");
 }
 
 void addRead(CLI::App& app, Parsed& parsed)
 {
     CLI::App& command =
         addCommand(app, "read", "Read elements from the device", parsed, parsed.read, runRead);
-    addText(command, "ADDRESS", parsed.read.address, addressHelp)->required();
-    addType(command, parsed.read.type);
-    addNumber(command, "--count", parsed.read.count, 0, largestInt, "Number of elements (default 1)");
-    addChoice<Notation>(command, "--as", parsed.read.notation, notationNames(),
-                        "How values are printed (default uint); float for dword, text for byte and block");
+    addTexts(command, "ADDRESS", parsed.read.items,
+             std::string(addressHelp) + "; a range such as HR1..HR400 takes as many commands as it needs")
+        ->required();
+    addItemOptions(command, parsed.read.options);
+    addNumber(command, "--count", parsed.read.options.count, 0, largestInt,
+              "Number of elements of each address, read with one command (default 1)");
 }
 
 void addWrite(CLI::App& app, Parsed& parsed)
 {
     CLI::App& command =
         addCommand(app, "write", "Write elements to the device", parsed, parsed.write, runWrite);
-    addText(command, "ADDRESS", parsed.write.address, addressHelp)->required();
-    addTexts(command, "VALUE", parsed.write.values,
-             "Values of the elements: decimal, 0x hexadecimal, negative, 0 or 1 for bits; for dword also "
-             "numbers with "
-             "a decimal point, written in single precision")
+    addText(command, "ADDRESS", parsed.write.item, addressHelp)->required();
+    addTexts(
+        command, "VALUE", parsed.write.values,
+        "Values of the elements: decimal, 0x hexadecimal, negative, 0 or 1 for bits, texts for string(N); "
+        "numbers with a decimal point for float32 and float64 only")
         ->required();
-    addType(command, parsed.write.type);
-    addNumber(command, "--count", parsed.write.count, 1, largestInt,
+    addItemOptions(command, parsed.write.options);
+    addNumber(command, "--count", parsed.write.options.count, 1, largestInt,
               "Number of elements; must equal the number of values");
-    addChoice<Notation>(command, "--as", parsed.write.notation, notationNames(),
-                        "Notation of the values; text takes one text for byte and block");
 }
 
 /// Adds an explanation below the options, longer than the list of commands has room for.
@@ -187,8 +205,8 @@ void addWatch(CLI::App& app, Parsed& parsed)
         addCommand(app, "watch",
                    "Read at an interval: a screen on a terminal (q ends, p pauses), else a line per sample",
                    parsed, options, runWatch);
-    addTexts(command, "ADDRESS", options.addresses,
-             "What to read, optionally with type and number of elements: HR100, HR102:dword, DO1:bit:8")
+    addTexts(command, "ADDRESS", options.items,
+             "What to read, as for driverhost read: HR100, HR102:float32, DO1:bit:8, 3-HR1..HR40")
         ->type_name("ADDRESS[:TYPE[:COUNT]]");
     command.add_flag("--tags", options.tags,
                      "Read the tags of link --link in the project, of its default station or --station");

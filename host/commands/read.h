@@ -2,18 +2,16 @@
 #define COMMANDS_READ_H
 
 #include "session/link_options.h"
-#include "signals/values.h"
+#include "signals/item.h"
 
 struct ReadOptions
 {
     LinkOptions link;
-    QString address;
-    std::optional<CommandDataType> type; ///< without one: the area's element type
-    int count = 1;
-    Notation notation = Notation::Unsigned;
+    QStringList items; ///< as parseItems takes them
+    ItemOptions options;
 };
 
-/// Runs one read command and prints a line for each element, or one JSON object.
+/// Reads the items in turn: prints a line per value, or a JSON object per command.
 int runRead(const ReadOptions& options, Console& console);
 
 #endif

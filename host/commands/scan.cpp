@@ -30,11 +30,11 @@ public:
         if (interrupt::flag())
             return stopped(QStringLiteral("interrupted"));
         TcpLink& link = m_session.link();
-        link.setStation(request.station);
         const bool wasConnected = link.isConnected();
         const int connectionsBefore = link.connectionsMade();
         const CommandOutcome outcome = m_session.read(
-            {request.area.type, request.count, request.area.name + QString::number(request.first)});
+            {request.area.type, request.count, request.area.name + QString::number(request.first)},
+            request.station);
         scan::Answer answer = scan::answerFromError(outcome.error);
         if (interrupt::flag() && !answer.isThere())
             return stopped(QStringLiteral("interrupted"));

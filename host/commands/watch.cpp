@@ -28,14 +28,6 @@ constexpr milliseconds longestWait{250};
 /// How long to wait for a driver to return from an interrupted command.
 constexpr milliseconds stopPatience{600};
 
-/// The tags of one station of a link.
-struct StationTags
-{
-    int station = 0;
-    QStringList addresses; ///< without their station
-    int ofOthers = 0;      ///< tags of the link that belong to other stations
-};
-
 int defaultStation(const QVector<ProjectNode>& nodes, int linkId, int otherwise)
 {
     for (const ProjectNode& node : nodes) {
@@ -45,65 +37,80 @@ int defaultStation(const QVector<ProjectNode>& nodes, int linkId, int otherwise)
     return otherwise;
 }
 
-/// A tag without a station belongs to the station that is polled.
-void takeTag(const ProjectTag& tag, StationTags& tags)
+/// The tags of one station of a link.
+struct StationTags
 {
-    const int hyphen = tag.address.indexOf(QLatin1Char('-'));
-    if (hyphen > 0 && tag.address.left(hyphen).toInt() != tags.station)
+    QVector<Address> addresses; ///< without station
+    int ofOthers = 0;           ///< tags of the link that belong to other stations
+    int unknown = 0;            ///< tags that are not addresses of the driver
+    QString problem;            ///< of the first unknown one
+};
+
+/// A tag without a station belongs to the station that is polled.
+void takeTag(const QString& text, int station, Grammar grammar, StationTags& tags)
+{
+    QString problem;
+    auto address = parseTag(text, grammar, problem);
+    if (!address) {
+        ++tags.unknown;
+        tags.problem = tags.problem.isEmpty() ? problem : tags.problem;
+    } else if (address->station.value_or(station) != station) {
         ++tags.ofOthers;
-    else if (tags.addresses.size() <= mostWatchedElements)
-        tags.addresses += tag.address.mid(hyphen + 1);
+    } else if (tags.addresses.size() <= mostWatchedElements) {
+        address->station.reset();
+        tags.addresses += *address;
+    }
 }
 
-StationTags readTags(const LinkOptions& link, int driversStation, QString& error)
+StationTags readTags(const LinkOptions& link, Session& session, QString& error)
 {
     ProjectReader reader(GetDatabaseName());
+    const Grammar grammar = grammarOfDriver(session.driver().name());
+    if (!link.station)
+        session.setStation(defaultStation(reader.nodes(), link.linkId, session.link().stationId()));
     StationTags tags;
-    tags.station = link.station ? *link.station : defaultStation(reader.nodes(), link.linkId, driversStation);
-    reader.forEachTag([&](const ProjectTag& tag) {
-        if (tag.linkId == link.linkId)
-            takeTag(tag, tags);
-    });
+    const int station = session.link().stationId();
+    reader.forEachTagOf(link.linkId,
+                        [&](const ProjectTag& tag) { takeTag(tag.address, station, grammar, tags); });
     error = reader.error();
     if (error.isEmpty() && tags.addresses.isEmpty())
         error = QStringLiteral("--tags: station %1 of link %2 has no tags in %3")
-                    .arg(tags.station)
+                    .arg(station)
                     .arg(link.linkId)
                     .arg(GetDatabaseName());
     return tags;
 }
 
-QVector<WatchedItem> parseItems(const WatchOptions& options, QString& error)
+QVector<Item> parseItems(const WatchOptions& options, DriverInterface& driver, QString& error)
 {
-    QVector<WatchedItem> items;
-    for (const QString& address : options.addresses) {
-        const auto item = parseWatchedItem(address, options.notation, error);
-        if (!item)
+    const ItemContext context = contextOf(driver, {});
+    QVector<Item> items;
+    for (const QString& text : options.items) {
+        items += parseItems(text, context, error);
+        if (!error.isEmpty())
             return {};
-        items += *item;
     }
     return items;
 }
 
-/// Why these options cannot be carried out; empty if they can.
-QString optionProblem(const WatchOptions& options, const QVector<WatchedItem>& items)
+/// Gives the items the notation if their type has it. Returns why none has it; empty if one has.
+QString takeNotation(QVector<Item>& items, Notation notation)
 {
-    if (options.addresses.isEmpty() == !options.tags)
-        return QStringLiteral("watch needs either addresses or --tags");
-    if (options.notation == Notation::Text)
-        return QStringLiteral("--as: watch shows numbers, not text");
-    const bool used = options.notation == Notation::Unsigned ||
-                      std::any_of(items.begin(), items.end(),
-                                  [&](const WatchedItem& item) { return item.notation == options.notation; });
-    if (!options.tags && !used)
-        return QStringLiteral("--as: ") + notationProblem(items.first().command.dataType, options.notation);
-    return QString();
+    QString problem;
+    bool isTaken = false;
+    for (Item& item : items) {
+        problem = notationProblem(item.type(), notation);
+        if (problem.isEmpty() && !item.notation)
+            item.notation = notation;
+        isTaken = isTaken || problem.isEmpty();
+    }
+    return isTaken ? QString() : QStringLiteral("--as: ") + problem;
 }
 
-int elementCount(const QVector<WatchedItem>& items)
+int elementCount(const QVector<Item>& items)
 {
     return std::accumulate(items.begin(), items.end(), 0,
-                           [](int sum, const WatchedItem& item) { return sum + item.command.count; });
+                           [](int sum, const Item& item) { return sum + item.count; });
 }
 
 /// One run of the command, from the first sample to the last.
@@ -111,8 +118,8 @@ class Watch
 {
 public:
     /// Owns none of these; recorder may be null.
-    Watch(const WatchOptions& options, const QVector<WatchedItem>& items, Session& session,
-          CsvRecorder* recorder, Console& console);
+    Watch(const WatchOptions& options, const QVector<Item>& items, Session& session, CsvRecorder* recorder,
+          Console& console);
 
     int run();
 
@@ -150,8 +157,8 @@ private:
     int m_firstRow = 0;
 };
 
-Watch::Watch(const WatchOptions& options, const QVector<WatchedItem>& items, Session& session,
-             CsvRecorder* recorder, Console& console)
+Watch::Watch(const WatchOptions& options, const QVector<Item>& items, Session& session, CsvRecorder* recorder,
+             Console& console)
     : m_options(options), m_peer(session.link().peer()),
       m_station(QString::number(session.link().stationId())), m_recorder(recorder), m_console(console),
       m_state(items), m_poller(session, plan())
@@ -162,8 +169,7 @@ Watch::Watch(const WatchOptions& options, const QVector<WatchedItem>& items, Ses
 PollPlan Watch::plan() const
 {
     PollPlan plan;
-    for (const WatchedItem& item : m_state.items())
-        plan.commands += item.command;
+    plan.items = m_state.items();
     plan.interval = milliseconds(m_options.interval);
     if (m_options.samples)
         plan.samples = static_cast<quint64>(*m_options.samples);
@@ -338,14 +344,16 @@ int Watch::exitStatus()
     return Done;
 }
 
-int watchItems(const WatchOptions& options, const QVector<WatchedItem>& items, Session& session,
-               Console& console)
+int watchItems(const WatchOptions& options, QVector<Item> items, Session& session, Console& console)
 {
+    QString error = options.notation ? takeNotation(items, *options.notation) : QString();
+    if (!error.isEmpty() && !options.tags)
+        return reportError(console, WrongCommandLine, error);
     if (elementCount(items) > mostWatchedElements)
         return reportError(
             console, WrongCommandLine,
             QStringLiteral("watch takes at most %1 elements at once").arg(mostWatchedElements));
-    QString error;
+    error.clear();
     std::unique_ptr<CsvRecorder> recorder;
     if (!options.csvFile.isEmpty())
         recorder = CsvRecorder::open(options.csvFile, csvHeader(items), error);
@@ -355,38 +363,38 @@ int watchItems(const WatchOptions& options, const QVector<WatchedItem>& items, S
     return Watch(options, items, session, recorder.get(), console).run();
 }
 
-int watchTags(const WatchOptions& options, Console& console)
+int watchTags(const WatchOptions& options, Session& session, Console& console)
 {
     QString error;
-    const auto session = Session::start(options.link, console.err, error);
-    if (!session)
-        return reportError(console, WrongCommandLine, error);
-    const StationTags tags = readTags(options.link, session->link().stationId(), error);
+    const StationTags tags = readTags(options.link, session, error);
+    if (tags.ofOthers > 0)
+        console.err << "note: " << tags.ofOthers << " tag(s) of other stations than "
+                    << session.link().stationId() << " are left out\n";
+    if (tags.unknown > 0)
+        console.err << "note: " << tags.unknown << " tag(s) are left out: " << tags.problem << '\n';
     if (!error.isEmpty())
         return reportError(console, Refused, error);
-    if (tags.ofOthers > 0)
-        console.err << "note: " << tags.ofOthers << " tag(s) of other stations than " << tags.station
-                    << " are left out\n";
-    session->link().setStation(tags.station);
-    DriverInterface& driver = session->driver();
-    const CommandLimits limits = {driver.getBlockAccessSize(), driver.getBitBlockAccessSize()};
-    return watchItems(options, itemsOfTags(tags.addresses, limits), *session, console);
+    return watchItems(options, itemsOfTags(tags.addresses, contextOf(session.driver(), {}).blocks), session,
+                      console);
 }
 
 } // namespace
 
 int runWatch(const WatchOptions& options, Console& console)
 {
+    if (options.items.isEmpty() == !options.tags)
+        return reportError(console, WrongCommandLine,
+                           QStringLiteral("watch needs either addresses or --tags"));
+    if (options.notation == Notation::Text)
+        return reportError(console, WrongCommandLine, QStringLiteral("--as: watch shows numbers, not text"));
     QString error;
-    const QVector<WatchedItem> items = parseItems(options, error);
-    if (error.isEmpty())
-        error = optionProblem(options, items);
-    if (!error.isEmpty())
-        return reportError(console, WrongCommandLine, error);
-    if (options.tags)
-        return watchTags(options, console);
     const auto session = Session::start(options.link, console.err, error);
     if (!session)
+        return reportError(console, WrongCommandLine, error);
+    if (options.tags)
+        return watchTags(options, *session, console);
+    const QVector<Item> items = parseItems(options, session->driver(), error);
+    if (!error.isEmpty())
         return reportError(console, WrongCommandLine, error);
     return watchItems(options, items, *session, console);
 }

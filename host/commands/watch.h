@@ -2,16 +2,16 @@
 #define COMMANDS_WATCH_H
 
 #include "session/link_options.h"
-#include "signals/values.h"
+#include "signals/signal.h"
 
 struct WatchOptions
 {
     LinkOptions link;
-    QStringList addresses;                  ///< ADDRESS[:TYPE[:COUNT]]
-    bool tags = false;                      ///< the tags of the project instead of addresses
-    Notation notation = Notation::Unsigned; ///< for values whose type has it
-    int interval = 500;                     ///< milliseconds
-    std::optional<int> samples;             ///< without samples or seconds: until the user ends it
+    QStringList items;                ///< as parseItems takes them
+    bool tags = false;                ///< the tags of the project instead of items
+    std::optional<Notation> notation; ///< for values whose type has it
+    int interval = 500;               ///< milliseconds
+    std::optional<int> samples;       ///< without samples or seconds: until the user ends it
     std::optional<int> seconds;
     QString csvFile; ///< empty: no recording
 };

@@ -1,35 +1,49 @@
 #include "commands/write.h"
 
-#include "signals/element_address.h"
-#include "signals/element_report.h"
+#include "signals/item_report.h"
 
 namespace {
 
-QString countProblem(const WriteOptions& options, int given)
+struct Write
 {
-    if (!options.count || *options.count == given)
-        return QString();
-    return QStringLiteral("--count: %1 values are given, not %2").arg(given).arg(*options.count);
+    Item item;
+    CommandData data;
+};
+
+/// What is to be written. Empty, with a sentence in error, when it does not fit.
+std::optional<Write> prepare(const WriteOptions& options, DriverInterface& driver, QString& error)
+{
+    ItemContext context = contextOf(driver, options.options);
+    if (!context.options.count)
+        context.options.count = options.values.size();
+    const QVector<Item> items = parseItems(options.item, context, error);
+    const auto data = error.isEmpty() ? encodeValues(items.first(), options.values, error) : std::nullopt;
+    if (!data)
+        return std::nullopt;
+    Write write{items.first(), *data};
+    if (write.item.count != data->count && write.item.count != options.values.size()) {
+        error = QStringLiteral("%1 values are given, not %2").arg(data->count).arg(write.item.count);
+        return std::nullopt;
+    }
+    write.item.count = data->count;
+    write.item.notation = data->notation;
+    return write;
 }
 
 } // namespace
 
 int runWrite(const WriteOptions& options, Console& console)
 {
-    const CommandDataType type = options.type.value_or(typeOfArea(options.address));
-    QString problem = options.notation ? notationProblem(type, *options.notation) : QString();
-    if (!problem.isEmpty())
-        return reportError(console, WrongCommandLine, QStringLiteral("--as: ") + problem);
-    const auto data = encodeValues(type, options.notation, options.values, problem);
-    if (data)
-        problem = countProblem(options, data->count);
-    if (!problem.isEmpty())
-        return reportError(console, WrongCommandLine, problem);
-
-    const auto session = Session::start(options.link, console.err, problem);
+    QString error;
+    const auto session = Session::start(options.link, console.err, error);
     if (!session)
-        return reportError(console, WrongCommandLine, problem);
-    const CommunicatorCommand command(type, data->count, options.address);
-    const CommandOutcome outcome = session->write(command, data->bytes);
-    return reportOutcome({command, data->notation, options.link.format}, data->bytes, outcome, console);
+        return reportError(console, WrongCommandLine, error);
+    const auto write = prepare(options, session->driver(), error);
+    if (!write)
+        return reportError(console, WrongCommandLine, error);
+    const CommandOutcome outcome =
+        session->write(write->item.command(), write->data.bytes, write->item.address.station);
+    ItemReport report(options.link.format, console);
+    report.add(write->item, write->data.bytes, outcome);
+    return report.finish();
 }

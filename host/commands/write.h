@@ -2,16 +2,14 @@
 #define COMMANDS_WRITE_H
 
 #include "session/link_options.h"
-#include "signals/values.h"
+#include "signals/item.h"
 
 struct WriteOptions
 {
     LinkOptions link;
-    QString address;
-    std::optional<CommandDataType> type; ///< without one: the area's element type
-    std::optional<int> count;            ///< if given, it must be the number of values
-    std::optional<Notation> notation;    ///< without one: as encodeValues says
-    QStringList values;
+    QString item; ///< as parseItems takes it, but not a range
+    ItemOptions options;
+    QStringList values; ///< as many as the count, if there is one
 };
 
 /// Runs one write command. Values that do not fit are refused before anything is sent.

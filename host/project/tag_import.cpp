@@ -1,6 +1,6 @@
 #include "project/tag_import.h"
 
-#include "signals/tag_address.h"
+#include "signals/address.h"
 
 #include <algorithm>
 #include <vector>
@@ -55,7 +55,9 @@ private:
         QString problem = row.problem;
         if (problem.isEmpty())
             problem = columnProblem(row.fields.size());
-        const auto address = problem.isEmpty() ? parseTagAddress(row.fields.first(), problem) : std::nullopt;
+        const auto address = problem.isEmpty() ? parseAddress(QString::fromUtf8(row.fields.first()),
+                                                              Grammar::ModbusTcp, problem)
+                                               : std::nullopt;
         if (!address)
             return addProblem({row.line, problem});
         m_seen.push_back({address->key(), row.line});

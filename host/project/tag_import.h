@@ -30,7 +30,7 @@ using TakeTag = std::function<bool(const QString& address)>;
 /// is "address", in upper or lower case, is the header. All rows must have as many columns as the first one;
 /// the other columns (names, comments) mean nothing to a driver and are ignored.
 ///
-/// Errors are: rows that are not CSV or have another number of columns, addresses that parseTagAddress
+/// Errors are: rows that are not CSV or have another number of columns, addresses that parseAddress
 /// refuses, and addresses that an earlier line already has. take gets every tag until the first wrong row;
 /// duplicate tags are found only at the end. betweenRows is called regularly; returning false ends the
 /// import.

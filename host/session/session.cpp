@@ -56,8 +56,9 @@ std::unique_ptr<Session> Session::start(const LinkOptions& options, QTextStream&
     const auto port = effectivePort(driver, options, error);
     if (!port)
         return nullptr;
-    session->m_link = std::make_unique<TcpLink>(options.device.host, *port, effectiveSetting(driver, options),
-                                                options.linkId);
+    const DriverSetting setting = effectiveSetting(driver, options);
+    session->m_station = setting.stationid;
+    session->m_link = std::make_unique<TcpLink>(options.device.host, *port, setting, options.linkId);
     session->m_link->setStopFlag(&interrupt::flag());
     if (options.trace) {
         session->m_trace =
@@ -72,10 +73,22 @@ std::unique_ptr<Session> Session::start(const LinkOptions& options, QTextStream&
     return session;
 }
 
-CommandOutcome Session::read(const CommunicatorCommand& command)
+void Session::setStation(int station)
+{
+    m_station = station;
+    m_link->setStation(station);
+}
+
+void Session::startCommand(std::optional<int> station)
+{
+    m_link->setStation(station.value_or(m_station));
+    m_link->startCommand();
+}
+
+CommandOutcome Session::read(const CommunicatorCommand& command, std::optional<int> station)
 {
     CommandOutcome outcome;
-    m_link->startCommand();
+    startCommand(station);
     const Clock::time_point start = Clock::now();
     outcome.data = driver().read(m_link.get(), command);
     outcome.milliseconds = millisecondsSince(start);
@@ -93,10 +106,11 @@ CommandOutcome Session::read(const CommunicatorCommand& command)
     return outcome;
 }
 
-CommandOutcome Session::write(const CommunicatorCommand& command, const QByteArray& data)
+CommandOutcome Session::write(const CommunicatorCommand& command, const QByteArray& data,
+                              std::optional<int> station)
 {
     CommandOutcome outcome;
-    m_link->startCommand();
+    startCommand(station);
     const Clock::time_point start = Clock::now();
     const bool done = driver().write(m_link.get(), command, data);
     outcome.milliseconds = millisecondsSince(start);

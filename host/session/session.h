@@ -29,9 +29,14 @@ public:
                                           QString& error);
 
     /// Runs a command through the driver and blocks until it is done. If a driver returns nothing, or less
-    /// than the command covers, without reporting an error, the outcome has an error text of our own.
-    CommandOutcome read(const CommunicatorCommand& command);
-    CommandOutcome write(const CommunicatorCommand& command, const QByteArray& data);
+    /// than the command covers, without reporting an error, the outcome has an error text of our own. The
+    /// station is 0 to 255; without one it is that of the options or of setStation.
+    CommandOutcome read(const CommunicatorCommand& command, std::optional<int> station = std::nullopt);
+    CommandOutcome write(const CommunicatorCommand& command, const QByteArray& data,
+                         std::optional<int> station = std::nullopt);
+
+    /// The station of commands that name none, 0 to 255.
+    void setStation(int station);
 
     DriverInterface& driver() { return m_plugin->driver(); }
     const QString& driverFile() const { return m_plugin->fileName(); }
@@ -39,10 +44,12 @@ public:
 
 private:
     explicit Session(std::unique_ptr<DriverPlugin> plugin) : m_plugin(std::move(plugin)) {}
+    void startCommand(std::optional<int> station);
 
     std::unique_ptr<DriverPlugin> m_plugin;
     std::unique_ptr<FrameTrace> m_trace; // outlives the link, which reports its end to it
     std::unique_ptr<TcpLink> m_link;
+    int m_station = 0; ///< of commands that name none
 };
 
 /// The driver's default settings, overridden by the options.

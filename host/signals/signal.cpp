@@ -1,5 +1,7 @@
 #include "signals/signal.h"
 
+#include "session/data_type.h"
+
 const QStringList& signalTypeNames()
 {
     static const QStringList names =
@@ -45,4 +47,53 @@ std::optional<ByteOrder> parseByteOrder(const QString& text)
 QString byteOrderName(ByteOrder order)
 {
     return byteOrderNames().at(static_cast<int>(order));
+}
+
+const QStringList& notationNames()
+{
+    static const QStringList names = {QStringLiteral("uint"), QStringLiteral("int"),
+                                      QStringLiteral("hex"),  QStringLiteral("float"),
+                                      QStringLiteral("bits"), QStringLiteral("text")};
+    return names;
+}
+
+std::optional<Notation> notationFromName(const QString& name)
+{
+    const int index = notationNames().indexOf(name);
+    return index < 0 ? std::nullopt : std::optional(static_cast<Notation>(index));
+}
+
+TypeLayout layoutOf(SignalType type)
+{
+    static const TypeLayout layouts[] = {{Bit, 1, 1, Notation::Unsigned},   {Word, 1, 16, Notation::Signed},
+                                         {Word, 1, 16, Notation::Unsigned}, {Word, 2, 32, Notation::Signed},
+                                         {Word, 2, 32, Notation::Unsigned}, {Word, 4, 64, Notation::Signed},
+                                         {Word, 4, 64, Notation::Unsigned}, {Word, 2, 32, Notation::Float},
+                                         {Word, 4, 64, Notation::Float}};
+    if (type.kind < SignalType::String)
+        return layouts[type.kind];
+    if (type.kind == SignalType::String) {
+        const int registers = (type.length + 1) / 2;
+        return {Word, registers, 16 * registers, Notation::Text};
+    }
+    const auto element = static_cast<CommandDataType>(type.kind - SignalType::DriverBit);
+    return {element, 1, elementWidth(element), Notation::Unsigned};
+}
+
+QString notationProblem(SignalType type, Notation notation)
+{
+    const TypeLayout layout = layoutOf(type);
+    const QString name = signalTypeName(type);
+    const bool showsBytes = notation == Notation::Hex || notation == Notation::Bits;
+    if (type.kind == SignalType::String)
+        return showsBytes || notation == Notation::Text
+                   ? QString()
+                   : QStringLiteral("a string is no number; only text, hex and bits fit it");
+    if (notation == Notation::Float && layout.width != 32 && layout.width != 64)
+        return QStringLiteral("float needs --type float32, float64 or dword, not %1").arg(name);
+    if (notation == Notation::Text && layout.width != 8)
+        return QStringLiteral("text needs --type string(N), byte or block, not %1").arg(name);
+    if (layout.isBit() && notation != Notation::Unsigned && notation != Notation::Bits)
+        return QStringLiteral("a %1 is 0 or 1; only uint and bits fit it").arg(name);
+    return QString();
 }

@@ -1,7 +1,8 @@
 #ifndef SIGNALS_SIGNAL_H
 #define SIGNALS_SIGNAL_H
 
-#include <QString>
+#include "communicator_command.h"
+
 #include <QStringList>
 
 #include <optional>
@@ -57,6 +58,38 @@ std::optional<SignalType> parseSignalType(const QString& text);
 /// The name that parseSignalType takes.
 QString signalTypeName(SignalType type);
 
+/// How values are written.
+enum class Notation
+{
+    Unsigned, ///< decimal, 0 and up
+    Signed,   ///< decimal, two's complement
+    Hex,      ///< hexadecimal
+    Float,    ///< IEEE 754, of 32 or 64 bits
+    Bits,     ///< binary digits, the most significant first
+    Text      ///< UTF-8
+};
+
+/// The names on the command line, in the order in which it lists them: uint, int, hex, float, bits, text.
+const QStringList& notationNames();
+std::optional<Notation> notationFromName(const QString& name);
+
+/// What the driver reads and writes for the values of a type.
+struct TypeLayout
+{
+    CommandDataType element; ///< type of the driver's elements
+    int elements;            ///< per value
+    int width;               ///< bits per value
+    Notation notation;       ///< of a value unless somebody asks for another one
+
+    bool isBit() const { return width == 1; }
+};
+
+TypeLayout layoutOf(SignalType type);
+
+/// Why this type cannot be written in this notation, as a phrase that says what would be right. Empty if it
+/// can.
+QString notationProblem(SignalType type, Notation notation);
+
 /// The order of a value's bytes in its registers; A is the most significant byte. For 64 bits the names stand
 /// for ABCDEFGH, GHEFCDAB, BADCFEHG and HGFEDCBA. A string runs from register to register in any order: ABCD
 /// and CDAB put the first of two characters into a register's high byte, BADC and DCBA into the low byte.
@@ -80,7 +113,7 @@ struct Signal
 {
     QString name;                   ///< not an address; empty: no name
     QString address;                ///< an HMI address or STATION-ADDRESS, as written; never empty
-    std::optional<SignalType> type; ///< without one: bool for the address of a bit, else uint16
+    std::optional<SignalType> type; ///< without one: bit for the address of a bit, else word
     std::optional<ByteOrder> order; ///< without one: ABCD for an address with SW, else CDAB
     double scale = 1;               ///< finite and not 0; 1 for bool and string
     double offset = 0;              ///< finite; 0 for bool and string

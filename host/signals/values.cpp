@@ -1,5 +1,7 @@
 #include "signals/values.h"
 
+#include "session/data_type.h"
+
 #include <QTextCodec>
 
 #include <algorithm>
@@ -9,26 +11,98 @@
 
 namespace {
 
-bool isBitType(CommandDataType type)
-{
-    return type == Bit || type == BitBlock;
-}
-bool isByteType(CommandDataType type)
-{
-    return type == Byte || type == Block;
-}
-
 quint64 largestUnsigned(int width)
 {
     return ~quint64(0) >> (64 - width);
 }
 
-/// The values that are allowed, for an error text.
-QString elementRange(CommandDataType type, std::optional<Notation> notation)
+bool isText(const Item& item)
 {
-    const int width = elementWidth(type);
+    return item.type().kind == SignalType::String;
+}
+
+/// Bytes that are one text together.
+bool isByteText(const Item& item)
+{
+    return item.notation == Notation::Text && !isText(item);
+}
+
+bool isScaled(const Item& item)
+{
+    return !item.notation && (item.signal.scale != 1 || item.signal.offset != 0);
+}
+
+bool isDriversOwn(const Item& item)
+{
+    return item.type().kind > SignalType::String;
+}
+
+/// The notation of values from the command line; none: decimal or hexadecimal, negative or not.
+std::optional<Notation> notationOfInput(const Item& item)
+{
+    if (item.notation || isDriversOwn(item))
+        return item.notation;
+    return layoutOf(item.type()).notation;
+}
+
+/// The registers of one value with the least significant byte first, or the first character of a string. The
+/// same again gives the registers back.
+QByteArray rearranged(QByteArray registers, ByteOrder order, bool text)
+{
+    const bool lowByteFirst = order == ByteOrder::BADC || order == ByteOrder::DCBA;
+    if (lowByteFirst != text) {
+        for (int i = 0; i + 1 < registers.size(); i += 2)
+            std::iter_swap(registers.begin() + i, registers.begin() + i + 1);
+    }
+    if (!text && (order == ByteOrder::ABCD || order == ByteOrder::BADC)) {
+        for (int left = 0, right = registers.size() - 2; left < right; left += 2, right -= 2)
+            std::swap_ranges(registers.begin() + left, registers.begin() + left + 2,
+                             registers.begin() + right);
+    }
+    return registers;
+}
+
+/// Smallest and largest number that a value can hold, before it is scaled.
+std::pair<double, double> numberRange(const Item& item)
+{
+    const int width = layoutOf(item.type()).width;
+    const auto notation = notationOfInput(item);
     if (notation == Notation::Float)
-        return QStringLiteral("a number that single precision can hold");
+        return width == 32
+                   ? std::pair(-double(std::numeric_limits<float>::max()),
+                               double(std::numeric_limits<float>::max()))
+                   : std::pair(std::numeric_limits<double>::lowest(), std::numeric_limits<double>::max());
+    const auto most = static_cast<double>(largestUnsigned(width));
+    return notation == Notation::Signed ? std::pair(-std::ceil(most / 2), std::floor(most / 2))
+                                        : std::pair(0.0, most);
+}
+
+QString number(double value)
+{
+    return QString::number(value, 'g', 15);
+}
+
+QString scaledRange(const Item& item)
+{
+    const auto [least, most] = numberRange(item);
+    const auto [first, last] = std::minmax(
+        {least * item.signal.scale + item.signal.offset, most * item.signal.scale + item.signal.offset});
+    const double step = std::abs(item.signal.scale);
+    const QString steps =
+        notationOfInput(item) == Notation::Float ? QString() : QStringLiteral(" in steps of ") + number(step);
+    return QStringLiteral("a number from %1 to %2%3").arg(number(first), withUnit(item, number(last)), steps);
+}
+
+/// What a value must be, for an error text.
+QString valueRange(const Item& item)
+{
+    const int width = layoutOf(item.type()).width;
+    const auto notation = notationOfInput(item);
+    if (isScaled(item))
+        return scaledRange(item);
+    if (notation == Notation::Float)
+        return QStringLiteral("a number that %1 precision can hold")
+            .arg(width == 32 ? QStringLiteral("single") : QStringLiteral("double"));
     if (width == 1)
         return QStringLiteral("0 or 1");
     if (notation == Notation::Bits)
@@ -37,11 +111,9 @@ QString elementRange(CommandDataType type, std::optional<Notation> notation)
     if (notation == Notation::Hex)
         return QStringLiteral("0 to %1 in hexadecimal").arg(largestUnsigned(width), 0, 16);
     const bool negatives = !notation || notation == Notation::Signed;
-    return QStringLiteral("a whole number from %1 to %2%3")
+    return QStringLiteral("a whole number from %1 to %2")
         .arg(negatives ? QStringLiteral("-%1").arg(half + 1) : QStringLiteral("0"))
-        .arg(notation == Notation::Signed ? half : largestUnsigned(width))
-        .arg(notation || type != DoubleWord ? QString()
-                                            : QStringLiteral(", or a number with a decimal point"));
+        .arg(notation == Notation::Signed ? half : largestUnsigned(width));
 }
 
 std::optional<quint64> parseDigits(const std::string& digits, int base)
@@ -61,7 +133,7 @@ int baseOf(std::optional<Notation> notation, bool prefixed)
     return prefixed || notation == Notation::Hex ? 16 : 10;
 }
 
-/// The element's bits; nothing if the text is not a number of the type.
+/// The element's bits, or nothing when the text is no number of the type.
 std::optional<quint64> parseInteger(const QString& text, int width, std::optional<Notation> notation)
 {
     QString digits = text;
@@ -82,30 +154,61 @@ std::optional<quint64> parseInteger(const QString& text, int width, std::optiona
     return *magnitude <= (notation == Notation::Signed ? most / 2 : most) ? magnitude : std::nullopt;
 }
 
-bool looksLikeFloat(const QString& text)
-{
-    return !text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive) &&
-           !text.startsWith(QLatin1String("-0x"), Qt::CaseInsensitive) &&
-           (text.contains(QLatin1Char('.')) || text.contains(QLatin1Char('e'), Qt::CaseInsensitive));
-}
-
-std::optional<quint64> parseFloat(const QString& text)
+template<class Number>
+std::optional<Number> parseNumber(const QString& text)
 {
     const std::string digits = text.toStdString();
     const char* end = digits.data() + digits.size();
-    float value = 0;
+    Number value = 0;
     const auto result = std::from_chars(digits.data(), end, value);
-    if (result.ec != std::errc() || result.ptr != end)
-        return std::nullopt;
-    quint32 bits = 0;
+    return result.ec == std::errc() && result.ptr == end ? std::optional(value) : std::nullopt;
+}
+
+template<class Bits, class Number>
+Bits bitsOf(Number value)
+{
+    static_assert(sizeof(Bits) == sizeof(Number));
+    Bits bits = 0;
     std::memcpy(&bits, &value, sizeof bits);
     return bits;
 }
 
-std::optional<quint64> parseElement(const QString& text, CommandDataType type,
-                                    std::optional<Notation> notation)
+/// A float keeps its shortest decimal number by being read in its own precision.
+std::optional<quint64> parseFloat(const QString& text, int width)
 {
-    return notation == Notation::Float ? parseFloat(text) : parseInteger(text, elementWidth(type), notation);
+    if (width == 32) {
+        const auto value = parseNumber<float>(text);
+        return value ? std::optional<quint64>(bitsOf<quint32>(*value)) : std::nullopt;
+    }
+    const auto value = parseNumber<double>(text);
+    return value ? std::optional(bitsOf<quint64>(*value)) : std::nullopt;
+}
+
+/// A number in the unit of the signal.
+std::optional<quint64> parseScaled(const Item& item, const QString& text)
+{
+    constexpr double tolerance = 1e-6; ///< of a step, far above the error of the calculation
+    const auto value = parseNumber<double>(text);
+    const double unscaled = value ? (*value - item.signal.offset) / item.signal.scale : NAN;
+    const auto [least, most] = numberRange(item);
+    if (!std::isfinite(unscaled) || unscaled < least - tolerance || unscaled > most + tolerance)
+        return std::nullopt;
+    const int width = layoutOf(item.type()).width;
+    if (notationOfInput(item) == Notation::Float)
+        return width == 32 ? bitsOf<quint32>(static_cast<float>(unscaled)) : bitsOf<quint64>(unscaled);
+    const double whole = std::round(unscaled);
+    if (std::abs(unscaled - whole) > tolerance)
+        return std::nullopt;
+    return parseInteger(QString::number(whole, 'f', 0), width, notationOfInput(item));
+}
+
+std::optional<quint64> parseValue(const Item& item, const QString& text)
+{
+    if (isScaled(item))
+        return parseScaled(item, text);
+    const int width = layoutOf(item.type()).width;
+    const auto notation = notationOfInput(item);
+    return notation == Notation::Float ? parseFloat(text, width) : parseInteger(text, width, notation);
 }
 
 void putElement(QByteArray& bytes, int index, int width, quint64 element)
@@ -132,19 +235,25 @@ quint64 getElement(const QByteArray& bytes, int index, int width)
     return element;
 }
 
-float toFloat(quint64 element)
+double toDouble(quint64 element, int width)
 {
+    if (width == 64) {
+        double value = 0;
+        std::memcpy(&value, &element, sizeof value);
+        return value;
+    }
     const auto bits = static_cast<quint32>(element);
     float value = 0;
     std::memcpy(&value, &bits, sizeof value);
-    return value;
+    return static_cast<double>(value);
 }
 
-/// The shortest decimal number that reads back as this float.
-QString shortest(float value)
+/// The shortest decimal number that is this float, of 32 or 64 bits, and no other.
+QString shortest(double value, int width)
 {
     char text[64];
-    const auto result = std::to_chars(text, text + sizeof text, value);
+    const auto result = width == 32 ? std::to_chars(text, text + sizeof text, static_cast<float>(value))
+                                    : std::to_chars(text, text + sizeof text, value);
     return QString::fromLatin1(text, static_cast<int>(result.ptr - text));
 }
 
@@ -162,7 +271,7 @@ QString elementText(quint64 element, int width, Notation notation)
     case Notation::Hex:
         return QStringLiteral("0x%1").arg(element, width / 4, 16, QLatin1Char('0'));
     case Notation::Float:
-        return shortest(toFloat(element));
+        return shortest(toDouble(element, width), width);
     case Notation::Bits:
         return QStringLiteral("%1").arg(element, width, 2, QLatin1Char('0'));
     case Notation::Unsigned:
@@ -180,8 +289,8 @@ QJsonValue elementNumber(quint64 element, int width, Notation notation)
         const auto number = static_cast<qint64>(element);
         return number < 0 ? QJsonValue(static_cast<double>(element)) : QJsonValue(number);
     }
-    const float value = toFloat(element);
-    return std::isfinite(value) ? QJsonValue(shortest(value).toDouble()) : QJsonValue();
+    const double value = toDouble(element, width);
+    return std::isfinite(value) ? QJsonValue(shortest(value, width).toDouble()) : QJsonValue();
 }
 
 QString readableText(const QByteArray& bytes)
@@ -202,100 +311,183 @@ QString readableText(const QByteArray& bytes)
     return readable;
 }
 
-std::optional<CommandData> encodeText(const QStringList& values, QString& error)
+std::optional<CommandData> encodeByteText(const QStringList& values, QString& error)
 {
     if (values.size() != 1 || values.first().isEmpty()) {
         error = QStringLiteral("--as text takes one text that is not empty; put quotes around it");
         return std::nullopt;
     }
     const QByteArray bytes = values.first().toUtf8();
-    return CommandData{bytes.size(), bytes, Notation::Text};
+    return CommandData{bytes.size(), bytes, std::nullopt};
 }
 
-/// Whether these are single-precision numbers. A mixture is an error, because its whole numbers would be
-/// ambiguous.
-bool areFloats(CommandDataType type, const QStringList& values, QString& error)
+/// Appends the bytes of one value. Returns what it must be when it is not.
+QString appendValue(const Item& item, const QString& value, CommandData& data)
 {
-    if (type != DoubleWord)
-        return false;
-    const auto floats = std::count_if(values.begin(), values.end(), looksLikeFloat);
-    if (floats != 0 && floats != values.size())
-        error = QStringLiteral(
-            "whole numbers and numbers with a decimal point are mixed: give all of them a decimal "
-            "point, or say --as float");
-    return floats != 0;
+    const TypeLayout layout = layoutOf(item.type());
+    if (isText(item)) {
+        const QByteArray text = value.toUtf8();
+        if (text.size() > item.type().length)
+            return QStringLiteral("at most %1 bytes of UTF-8").arg(item.type().length);
+        const QByteArray filled = text + QByteArray(layout.width / 8 - text.size(), '\0');
+        data.bytes += rearranged(filled, item.order(), true);
+        return QString();
+    }
+    const auto element = parseValue(item, value);
+    if (!element)
+        return valueRange(item);
+    if (isDriversOwn(item) || layout.isBit()) {
+        putElement(data.bytes, data.count, layout.width, *element);
+        return QString();
+    }
+    QByteArray bytes;
+    putElement(bytes, 0, layout.width, *element);
+    data.bytes += rearranged(bytes, item.order(), false);
+    return QString();
+}
+
+QString misfit(const Item& item, int position, const QString& value, const QString& wanted)
+{
+    QString text = QStringLiteral("value %1, \"%2\", does not fit a %3: it must be %4")
+                       .arg(position)
+                       .arg(value, signalTypeName(item.type()), wanted);
+    if (wanted.startsWith(QLatin1String("a whole")) && value.contains(QLatin1Char('.')))
+        text += QStringLiteral("; take --type float32 for a number with a decimal point");
+    return text;
+}
+
+/// Why the last byte of the data would zero the other half of its register; empty when it does not.
+QString halfRegisterProblem(const Item& item, int bytes)
+{
+    if (item.address.isForeign() || item.address.isBit())
+        return QString();
+    if (isText(item) && item.type().length % 2 != 0)
+        return QStringLiteral(
+                   "%1 ends in the middle of a register, whose other half would become 0: take string(%2)")
+            .arg(signalTypeName(item.type()))
+            .arg(item.type().length + 1);
+    if (layoutOf(item.type()).width == 8 && bytes % 2 != 0)
+        return QStringLiteral(
+                   "%1 byte(s) end in the middle of a register, whose other half would become 0: give "
+                   "one byte more, or write words (--type word)")
+            .arg(bytes);
+    return QString();
+}
+
+quint64 valueAt(const Item& item, const QByteArray& data, int index)
+{
+    const TypeLayout layout = layoutOf(item.type());
+    if (isDriversOwn(item) || layout.isBit())
+        return getElement(data, index, layout.width);
+    const int bytes = layout.width / 8;
+    return getElement(rearranged(data.mid(index * bytes, bytes), item.order(), false), 0, layout.width);
+}
+
+/// The bytes of a string, zero bytes included.
+QByteArray stringAt(const Item& item, const QByteArray& data, int index)
+{
+    const int bytes = layoutOf(item.type()).width / 8;
+    return rearranged(data.mid(index * bytes, bytes), item.order(), true).left(item.type().length);
+}
+
+QString stringText(const Item& item, const QByteArray& bytes)
+{
+    if (item.notation.value_or(Notation::Text) == Notation::Text)
+        return readableText(QByteArray(bytes.constData())); // up to the first zero byte
+    QStringList texts;
+    for (const char byte : bytes)
+        texts += elementText(static_cast<unsigned char>(byte), 8, *item.notation);
+    return texts.join(QLatin1Char(' '));
+}
+
+double scaledNumber(const Item& item, quint64 value)
+{
+    const TypeLayout layout = layoutOf(item.type());
+    double unscaled = static_cast<double>(value);
+    if (layout.notation == Notation::Float)
+        unscaled = toDouble(value, layout.width);
+    else if (layout.notation == Notation::Signed)
+        unscaled = static_cast<double>(signExtended(value, layout.width));
+    return unscaled * item.signal.scale + item.signal.offset;
+}
+
+QString valueText(const Item& item, quint64 value)
+{
+    const TypeLayout layout = layoutOf(item.type());
+    const int decimals = item.notation ? -1 : item.signal.decimals.value_or(-1);
+    if (isScaled(item) || (decimals >= 0 && layout.notation == Notation::Float)) {
+        const double scaled = scaledNumber(item, value);
+        return decimals >= 0 ? QString::number(scaled, 'f', decimals) : number(scaled);
+    }
+    const QString text = elementText(value, layout.width, item.notation.value_or(layout.notation));
+    return decimals > 0 ? text + QLatin1Char('.') + QString(decimals, QLatin1Char('0')) : text;
+}
+
+QJsonValue valueNumber(const Item& item, quint64 value)
+{
+    const TypeLayout layout = layoutOf(item.type());
+    if (!isScaled(item))
+        return elementNumber(value, layout.width, item.notation.value_or(layout.notation));
+    const double scaled = scaledNumber(item, value);
+    return std::isfinite(scaled) ? QJsonValue(number(scaled).toDouble()) : QJsonValue();
 }
 
 } // namespace
 
-const QStringList& notationNames()
+std::optional<CommandData> encodeValues(const Item& item, const QStringList& values, QString& error)
 {
-    static const QStringList names = {QStringLiteral("uint"), QStringLiteral("int"),
-                                      QStringLiteral("hex"),  QStringLiteral("float"),
-                                      QStringLiteral("bits"), QStringLiteral("text")};
-    return names;
-}
-
-std::optional<Notation> notationFromName(const QString& name)
-{
-    const int index = notationNames().indexOf(name);
-    return index < 0 ? std::nullopt : std::optional(static_cast<Notation>(index));
-}
-
-QString notationProblem(CommandDataType type, Notation notation)
-{
-    if (notation == Notation::Float && type != DoubleWord)
-        return QStringLiteral("float needs --type dword, not %1").arg(dataTypeName(type));
-    if (notation == Notation::Text && !isByteType(type))
-        return QStringLiteral("text needs --type byte or block, not %1").arg(dataTypeName(type));
-    if (isBitType(type) && notation != Notation::Unsigned && notation != Notation::Bits)
-        return QStringLiteral("a %1 is 0 or 1; only uint and bits fit it").arg(dataTypeName(type));
-    return QString();
-}
-
-std::optional<CommandData> encodeValues(CommandDataType type, std::optional<Notation> notation,
-                                        const QStringList& values, QString& error)
-{
-    if (notation == Notation::Text)
-        return encodeText(values, error);
-    if (!notation && areFloats(type, values, error))
-        notation = Notation::Float;
-    if (!error.isEmpty())
-        return std::nullopt;
     CommandData data;
-    for (const QString& value : values) {
-        const auto element = parseElement(value, type, notation);
-        if (!element) {
-            error = QStringLiteral("value %1, \"%2\", does not fit a %3: it must be %4")
-                        .arg(data.count + 1)
-                        .arg(value, dataTypeName(type), elementRange(type, notation));
+    data.notation = item.notation;
+    if (isByteText(item)) {
+        const auto text = encodeByteText(values, error);
+        if (!text)
             return std::nullopt;
+        data.count = text->count;
+        data.bytes = text->bytes;
+    } else {
+        for (const QString& value : values) {
+            const QString wanted = appendValue(item, value, data);
+            ++data.count;
+            if (!wanted.isEmpty()) {
+                error = misfit(item, data.count, value, wanted);
+                return std::nullopt;
+            }
+            if (isDriversOwn(item) && !item.notation && !isScaled(item) && value.startsWith(QLatin1Char('-')))
+                data.notation = Notation::Signed;
         }
-        putElement(data.bytes, data.count++, elementWidth(type), *element);
-        if (value.startsWith(QLatin1Char('-')))
-            data.notation = Notation::Signed;
     }
-    data.notation = notation.value_or(data.notation);
-    return data;
+    error = halfRegisterProblem(item, data.bytes.size());
+    return error.isEmpty() ? std::optional(data) : std::nullopt;
 }
 
-QStringList valueTexts(CommandDataType type, Notation notation, int count, const QByteArray& data)
+QStringList valueTexts(const Item& item, const QByteArray& data)
 {
-    if (notation == Notation::Text)
-        return {readableText(data.left(count))};
+    if (isByteText(item))
+        return {readableText(data.left(item.count))};
     QStringList texts;
-    for (int i = 0; i < count; ++i)
-        texts += elementText(getElement(data, i, elementWidth(type)), elementWidth(type), notation);
+    for (int i = 0; i < item.count; ++i)
+        texts += isText(item) ? stringText(item, stringAt(item, data, i))
+                              : valueText(item, valueAt(item, data, i));
     return texts;
 }
 
-QJsonArray valueNumbers(CommandDataType type, Notation notation, int count, const QByteArray& data)
+QJsonArray valueNumbers(const Item& item, const QByteArray& data)
 {
-    const bool asBits = notation == Notation::Bits;
-    const int width = asBits ? 1 : elementWidth(type);
-    const int elements = asBits ? count * elementWidth(type) : count;
+    const int width = layoutOf(item.type()).width;
     QJsonArray numbers;
-    for (int i = 0; i < elements; ++i)
-        numbers += elementNumber(getElement(data, i, width), width, notation);
+    for (int i = 0; i < item.count; ++i) {
+        if (isText(item))
+            numbers += stringText(item, stringAt(item, data, i));
+        else if (item.notation == Notation::Bits)
+            for (int bit = 0; bit < width; ++bit)
+                numbers += static_cast<int>(valueAt(item, data, i) >> bit & 1);
+        else
+            numbers += valueNumber(item, valueAt(item, data, i));
+    }
     return numbers;
+}
+
+QString withUnit(const Item& item, const QString& text)
+{
+    return item.notation || item.signal.unit.isEmpty() ? text : text + QLatin1Char(' ') + item.signal.unit;
 }

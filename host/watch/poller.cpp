@@ -82,13 +82,14 @@ bool Poller::waitForSlot(PollSchedule& schedule)
 void Poller::pollAll(quint64 sample, quint64 missed)
 {
     const qint64 time = QDateTime::currentMSecsSinceEpoch();
-    for (int i = 0; i < m_plan.commands.size() && !m_stopping; ++i) {
+    for (int i = 0; i < m_plan.items.size() && !m_stopping; ++i) {
         Reading reading;
         reading.index = i;
         reading.sample = sample;
         reading.sampleTime = time;
-        reading.endsSample = i + 1 == m_plan.commands.size();
-        reading.outcome = m_session.read(m_plan.commands.at(i));
+        reading.endsSample = i + 1 == m_plan.items.size();
+        const Item& item = m_plan.items.at(i);
+        reading.outcome = m_session.read(item.command(), item.address.station);
         reading.doneAt = PollSchedule::Clock::now();
         reading.connected = m_session.link().isConnected();
         reading.connectionsMade = m_session.link().connectionsMade();

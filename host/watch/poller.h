@@ -2,6 +2,7 @@
 #define WATCH_POLLER_H
 
 #include "session/session.h"
+#include "signals/item.h"
 #include "watch/poll_schedule.h"
 
 #include <QVector>
@@ -16,7 +17,7 @@
 /// What a poller has to do.
 struct PollPlan
 {
-    QVector<CommunicatorCommand> commands; ///< of one sample, in this order; one or more
+    QVector<Item> items; ///< of one sample, in this order; one or more
     std::chrono::milliseconds interval{
         0};                         ///< from the beginning of one sample to that of the next, 1 or more
     std::optional<quint64> samples; ///< ends after this many

@@ -1,10 +1,8 @@
 #include "watch/record.h"
 
-#include "signals/tag_address.h"
-#include "signals/values.h"
+#include "signals/item.h"
 #include "text/csv_reader.h"
 #include "text/shown.h"
-#include "watch/watched_items.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -268,9 +266,9 @@ ExitStatus Reader::nothingFound()
 bool RecordColumn::isBit() const
 {
     QString problem;
-    const auto item = parseWatchedItem(name, Notation::Unsigned, problem);
-    if (item && parseTagAddress(item->command.address.toUtf8(), problem))
-        return elementWidth(item->command.dataType) == 1;
+    const QVector<Item> items = parseItems(name, ItemContext(), problem);
+    if (!items.isEmpty())
+        return layoutOf(items.first().type()).isBit();
     return unit.isEmpty() && curve.isBinary();
 }
 

@@ -14,16 +14,16 @@ QString utcText(qint64 time);
 
 /// For people: the time, then each element with its value; for a failed command, its error instead of the
 /// values.
-QString sampleLine(const QVector<WatchedItem>& items, const QVector<Reading>& readings);
+QString sampleLine(const QVector<Item>& items, const QVector<Reading>& readings);
 
 /// For programs: time, sample (counted from 1) and readings, an array of what "read" prints for each command.
-QJsonObject sampleObject(const QVector<WatchedItem>& items, const QVector<Reading>& readings);
+QJsonObject sampleObject(const QVector<Item>& items, const QVector<Reading>& readings);
 
 /// The header of a record, including the line feed: time, a column for each element, milliseconds, error.
-QByteArray csvHeader(const QVector<WatchedItem>& items);
+QByteArray csvHeader(const QVector<Item>& items);
 
 /// A row of a record. Numbers are decimal, and empty if they could not be read; milliseconds is the time of
 /// all commands together; error is what the driver said about those that failed.
-QByteArray csvRow(const QVector<WatchedItem>& items, const QVector<Reading>& readings);
+QByteArray csvRow(const QVector<Item>& items, const QVector<Reading>& readings);
 
 #endif

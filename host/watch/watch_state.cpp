@@ -1,18 +1,20 @@
 #include "watch/watch_state.h"
 
+#include "signals/values.h"
+
 #include <numeric>
 
-WatchState::WatchState(const QVector<WatchedItem>& items) : m_items(items)
+WatchState::WatchState(const QVector<Item>& items) : m_items(items)
 {
-    for (const WatchedItem& item : items) {
+    for (const Item& item : items) {
         WatchedCommand command;
         command.firstElement = static_cast<int>(m_elements.size());
-        command.elementCount = item.command.count;
+        command.elementCount = item.count;
         m_commands.push_back(command);
-        for (const QString& name : elementNames(item)) {
+        for (const QString& name : item.elementNames()) {
             WatchedElement element;
             element.address = name;
-            element.isBit = elementWidth(item.command.dataType) == 1;
+            element.isBit = layoutOf(item.type()).isBit();
             m_elements.push_back(element);
         }
     }
@@ -40,11 +42,9 @@ void WatchState::add(const Reading& reading)
     addValues(command, m_items.at(reading.index), outcome.data);
 }
 
-void WatchState::addValues(const WatchedCommand& command, const WatchedItem& item, const QByteArray& data)
+void WatchState::addValues(const WatchedCommand& command, const Item& item, const QByteArray& data)
 {
-    const QStringList texts =
-        command.failing ? QStringList()
-                        : valueTexts(item.command.dataType, item.notation, command.elementCount, data);
+    const QStringList texts = command.failing ? QStringList() : valueTexts(item, data);
     const QStringList numbers = command.failing ? QStringList() : decimalTexts(item, data);
     for (int i = 0; i < command.elementCount; ++i) {
         const int element = command.firstElement + i;

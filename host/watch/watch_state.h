@@ -42,11 +42,11 @@ struct WatchedLink
 class WatchState
 {
 public:
-    explicit WatchState(const QVector<WatchedItem>& items);
+    explicit WatchState(const QVector<Item>& items);
 
     void add(const Reading& reading);
 
-    const QVector<WatchedItem>& items() const { return m_items; }
+    const QVector<Item>& items() const { return m_items; }
     const std::vector<WatchedCommand>& commands() const { return m_commands; }
     const std::vector<WatchedElement>& elements() const { return m_elements; }
     const WatchedLink& link() const { return m_link; }
@@ -56,9 +56,9 @@ public:
     quint64 failureCount() const;
 
 private:
-    void addValues(const WatchedCommand& command, const WatchedItem& item, const QByteArray& data);
+    void addValues(const WatchedCommand& command, const Item& item, const QByteArray& data);
 
-    const QVector<WatchedItem> m_items;
+    const QVector<Item> m_items;
     std::vector<WatchedCommand> m_commands;
     std::vector<WatchedElement> m_elements;
     WatchedLink m_link;

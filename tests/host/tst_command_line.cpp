@@ -81,14 +81,14 @@ void tst_command_line::wrong_data()
     QTest::newRow("project") << "driverhost project needs a command: create, show";
     QTest::newRow("project drop") << "driverhost project takes no \"drop\"; its commands are create, show";
     QTest::newRow("read") << "ADDRESS is required";
-    QTest::newRow("read HR1 HR2") << "driverhost read takes no \"HR2\"";
     QTest::newRow("read HR1 --cuont 3") << "driverhost read takes no \"--cuont\"";
     QTest::newRow("read HR1 --type float")
-        << "--type: must be one of bit, byte, word, dword, qword, block, bitblock, not \"float\"";
+        << "--type: must be one of bool, int16, uint16, int32, uint32, int64, uint64, float32, float64, "
+           "string(N), bit, byte, word, dword, qword, block, bitblock with N from 1 to 250, not \"float\"";
     QTest::newRow("read HR1 --as octal")
         << "--as: must be one of uint, int, hex, float, bits, text, not \"octal\"";
-    QTest::newRow("read HR1 --as float") << "--as: float needs --type dword, not word";
-    QTest::newRow("read DO1 --as hex") << "--as: a bit is 0 or 1";
+    QTest::newRow("read HR1 --as float") << "float needs --type float32, float64 or dword, not word";
+    QTest::newRow("read DO1 --as hex") << "a bit is 0 or 1";
     for (const char* count : {"-1", "x", "1.5", "0x10", "2147483648", "1e3"})
         QTest::newRow(qPrintable(QStringLiteral("read HR1 --count %1").arg(QLatin1String(count))))
             << QStringLiteral("--count: must be a whole number from 0 to 2147483647, not \"%1\"")
@@ -107,8 +107,25 @@ void tst_command_line::wrong_data()
         << "value 1, \"70000\", does not fit a word: it must be a whole number from -32768 to 65535";
     QTest::newRow("write HR1 1 -32769") << "value 2, \"-32769\", does not fit a word";
     QTest::newRow("write DO1 1 0 2") << "value 3, \"2\", does not fit a bit: it must be 0 or 1";
-    QTest::newRow("write HR1 --count 3 1 2") << "--count: 2 values are given, not 3";
-    QTest::newRow("write HR1 --as text abc") << "--as: text needs --type byte or block";
+    QTest::newRow("write HR1 --count 3 1 2") << "2 values are given, not 3";
+    QTest::newRow("write HR1 --as text abcd") << "text needs --type string(N), byte or block";
+    QTest::newRow("read HR1 --order ABDC") << "--order: must be one of ABCD, CDAB, BADC, DCBA, not";
+    // None of these may reach another element than the one that is meant.
+    QTest::newRow("write HR65546 4711") << "\"HR65546\" must have a number from 1 to 65536";
+    QTest::newRow("write HR30-32 99") << "a range is written HR1..HR8";
+    QTest::newRow("read MR1") << "\"MR1\" is in no area of the driver";
+    QTest::newRow("read 4x1") << "\"4x1\" is HR1 here";
+    QTest::newRow("read HR1 40001") << "\"40001\" is HR1 here";
+    QTest::newRow("watch 40001") << "\"40001\" is HR1 here";
+    QTest::newRow("watch HR1:float") << "float needs --type float32";
+    QTest::newRow("read HR1,HR2") << "is more than one address";
+    QTest::newRow("write HR40 --type byte 1 2 3") << "whose other half would become 0: give one byte more";
+    QTest::newRow("write HR40 100.0 --type dword") << "take --type float32";
+    QTest::newRow("write HR1.256 1") << "a bit number from 0 to 255";
+    QTest::newRow("read HR1.300") << "a bit number from 0 to 255";
+    QTest::newRow("write DO1 1 --type word") << "it is a bit, and no word";
+    QTest::newRow("write HR1..HR200 1") << "a range has a count of its own";
+    QTest::newRow("write HR1:word:3 1 2") << "2 values are given, not 3";
 }
 
 void tst_command_line::wrong()
@@ -268,7 +285,7 @@ void tst_command_line::readAndWrite_data()
         << "HR100      1\nHR101  65535\nHR102      0\n"
         << "[1,65535,0]"
         << "0100ffff0000";
-    QTest::newRow("read HR9.15 --type bit --count 2 --station 7")
+    QTest::newRow("read HR9.15 --count 2 --station 7")
         << QByteArray("0006070300080002") << QByteArray("00070703048000fffe") << "HR9.15  1\nHR10.0  0\n"
         << "[1,0]"
         << "01";
@@ -288,10 +305,26 @@ void tst_command_line::readAndWrite_data()
                                       << QByteArray("0006011000000002") << "HR1   -2\nHR2  300\n"
                                       << "[-2,300]"
                                       << "feff2c01";
-    QTest::newRow("write HR1 --type dword 1.5")
+    QTest::newRow("read 3-HR1") << QByteArray("0006030300000001") << QByteArray("0005030302002a")
+                                << "3-HR1  42\n"
+                                << "[42]"
+                                << "2a00";
+    QTest::newRow("read HR1:word:3") << QByteArray("0006010300000003") << QByteArray("0009010306000100020003")
+                                     << "HR1  1\nHR2  2\nHR3  3\n"
+                                     << "[1,2,3]"
+                                     << "010002000300";
+    QTest::newRow("write HR1 --type dword --as float 1.5")
         << QByteArray("000b0110000000020400003fc0") << QByteArray("0006011000000002") << "HR1  1.5\n"
         << "[1.5]"
         << "0000c03f";
+    QTest::newRow("write HR1 --type float32 100.0")
+        << QByteArray("000b01100000000204000042c8") << QByteArray("0006011000000002") << "HR1  100\n"
+        << "[100]"
+        << "0000c842";
+    QTest::newRow("write HR1:float32:ABCD 1.5")
+        << QByteArray("000b011000000002043fc00000") << QByteArray("0006011000000002") << "HR1  1.5\n"
+        << "[1.5]"
+        << "c03f0000";
     QTest::newRow("write DO9 1 0 1") << QByteArray("0008010f000800030105") << QByteArray("0006010f00080003")
                                      << "DO9   1\nDO10  0\nDO11  1\n"
                                      << "[1,0,1]"
@@ -300,10 +333,14 @@ void tst_command_line::readAndWrite_data()
         << QByteArray("00060106000400ff") << QByteArray("00060106000400ff") << "FN6HR5  255\n"
         << "[255]"
         << "ff00";
-    QTest::newRow("write --type byte HR1 --as text [a]")
-        << QByteArray("000b01100000000204615b005d") << QByteArray("0006011000000002") << "HR1  [a]\n"
-        << "[91,97,93]"
-        << "5b615d";
+    QTest::newRow("write --type byte HR1 --as text [ab]")
+        << QByteArray("000b01100000000204615b5d62") << QByteArray("0006011000000002") << "HR1  [ab]\n"
+        << "[91,97,98,93]"
+        << "5b61625d";
+    QTest::newRow("write HR1:string(4) [a]")
+        << QByteArray("000b011000000002045b615d00") << QByteArray("0006011000000002") << "HR1  [a]\n"
+        << "[\"[a]\"]"
+        << "615b005d";
 }
 
 void tst_command_line::readAndWrite()
@@ -340,7 +377,7 @@ void tst_command_line::readAndWrite()
         QCOMPARE(run.json().value(QStringLiteral("attempts")).toInt(), 1);
         QCOMPARE(run.json().value(QStringLiteral("address")).toString(),
                  tag.section(QLatin1Char(' '), tag.startsWith(QLatin1String("write --type")) ? 3 : 1)
-                     .section(QLatin1Char(' '), 0, 0));
+                     .section(QRegularExpression(QStringLiteral("[ :]")), 0, 0));
         QVERIFY(run.json().value(QStringLiteral("milliseconds")).toDouble() > 0);
         QVERIFY(!run.json().contains(QStringLiteral("error")));
     }

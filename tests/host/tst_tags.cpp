@@ -1,5 +1,4 @@
 #include "project/tag_import.h"
-#include "signals/tag_address.h"
 
 #include <QBuffer>
 #include <QtTest>
@@ -12,8 +11,6 @@ private slots:
     void csv_data();
     void csv();
     void csvOverTheEndOfABuffer();
-    void addresses_data();
-    void addresses();
     void importing_data();
     void importing();
     void boundedProblems();
@@ -112,37 +109,6 @@ void tst_tags::csvOverTheEndOfABuffer()
         QCOMPARE(rowsOf(blank + "a,\"b\"\"c\"\r\nd\r\n"),
                  QStringLiteral("%1:a|b\"c %2:d").arg(filler + 1).arg(filler + 2));
     }
-}
-
-void tst_tags::addresses_data()
-{
-    QTest::addColumn<QString>("problem"); ///< empty: the address is good
-    for (const char* good : {"DI1", "do65536", "FN5DO12", "HR1", "fn6hr10", "IR3", "HR100.0", "HR100.255",
-                             "HR100SW", "hr100.3sw", "2-DI5", "0-HR1", "255-FN6HR1", "DO007"})
-        QTest::newRow(good) << "";
-    for (const char* noArea : {"XY1", "H1", "", "5", "1-", "1-XY2", "FN7HR1", " DI1", "DI 1", "DI1;pump"})
-        QTest::newRow(noArea) << (*noArea == 0                       ? "is no address"
-                                  : QByteArray(noArea) == "DI 1"     ? "a number from 1 to 65536"
-                                  : QByteArray(noArea) == "DI1;pump" ? "must end with the number"
-                                                                     : "is in no area");
-    for (const char* number : {"DI", "DI0", "DO65537", "HR4294967297", "DI-1", "HR.5", "HRSW"})
-        QTest::newRow(number) << "a number from 1 to 65536";
-    QTest::newRow("256-DI1") << "a station beyond 255";
-    QTest::newRow("DI1.0") << "must end with the number of the bit";
-    QTest::newRow("DI1SW") << "must end with the number of the bit";
-    QTest::newRow("HR1.256") << "a bit number from 0 to 255";
-    QTest::newRow("HR1.") << "a bit number from 0 to 255";
-    QTest::newRow("HR1WS") << "more behind the number";
-}
-
-void tst_tags::addresses()
-{
-    QFETCH(QString, problem);
-    const QByteArray text = QTest::currentDataTag();
-    QString found;
-    QCOMPARE(parseTagAddress(text, found).has_value(), problem.isEmpty());
-    QVERIFY2(found.contains(problem), qPrintable(found));
-    QVERIFY(problem.isEmpty() || found.startsWith(QLatin1Char('"') + QString::fromLatin1(text)));
 }
 
 void tst_tags::importing_data()

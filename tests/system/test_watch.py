@@ -332,15 +332,15 @@ print(watch.wait(10))
         for arguments, status, error in [
                 ([], 2, "watch needs either addresses or --tags"),
                 (["HR1", "--tags"], 2, "watch needs either addresses or --tags"),
-                (["HR1:wrd"], 2, '"wrd" is none of bit, byte, word'),
-                (["HR1:word:0"], 2, "the count must be a whole number from 1 to 10000"),
-                (["HR1:word:1:2"], 2, "is not ADDRESS[:TYPE[:COUNT]]"),
-                (["HR1", "--as", "float"], 2, "float needs --type dword, not word"),
+                (["HR1:wrd"], 2, '"wrd" behind "HR1" is no type (bool, int16, '),
+                (["HR1:word:10001"], 2, "watch takes at most 10000 elements at once"),
+                (["QX1"], 2, "is in no area of the driver"),
+                (["HR1", "--as", "float"], 2, "float needs --type float32, float64 or dword, not word"),
                 (["HR1", "--interval", "0"], 2, "--interval"),
                 (["HR1", "--samples", "1", "--for", "1"], 2, "--for"),
                 (["HR1", "--csv", "/nonexistent/x.csv"], 2, "can not write /nonexistent/x.csv"),
                 (["--tags", "--link", "7"], 1, "station 1 of link 7 has no tags"),
-                (["QX1:qword", "--samples", "1"], 1, "does not read qword")]:
+                (["HR1:qword", "--samples", "1"], 1, "does not read qword")]:
             with self.subTest(arguments):
                 done = self.watch(*arguments)
                 self.assertEqual(done.returncode, status, done.stderr)

@@ -127,12 +127,14 @@ void tst_driverhost::mbpollReadsWhatIsWritten_data()
                                                        << "-2 70000";
     QTest::newRow("write HR530SW --type dword 305419896") << "-t 4 -r 530 -c 2"
                                                           << "4660 22136";
-    QTest::newRow("write HR540 --type dword 1.5 -2.25") << "-t 4:float -r 540 -c 2"
-                                                        << "1.5 -2.25";
-    QTest::newRow("write FN6HR550SW --type dword --as float 10") << "-t 4:float -B -r 550 -c 1"
-                                                                 << "10";
-    QTest::newRow("write HR560 --type byte --as text Valve") << "-t 4 -r 560 -c 3"
-                                                             << "24918 30316 101";
+    QTest::newRow("write HR540 --type float32 1.5 -2.25") << "-t 4:float -r 540 -c 2"
+                                                          << "1.5 -2.25";
+    QTest::newRow("write FN6HR550SW:float32 10") << "-t 4:float -B -r 550 -c 1"
+                                                 << "10";
+    QTest::newRow("write HR560 --type byte --as text Valves") << "-t 4 -r 560 -c 3"
+                                                              << "24918 30316 29541";
+    QTest::newRow("write HR563:string(6) Valve") << "-t 4 -r 563 -c 3"
+                                                 << "22113 27766 25856";
     QTest::newRow("write DO501 1 0 1 1") << "-t 0 -r 501 -c 4"
                                          << "1 0 1 1";
     QTest::newRow("write FN5DO510 1 1 0") << "-t 0 -r 510 -c 3"
@@ -154,8 +156,8 @@ void tst_driverhost::mbpollReadsWhatIsWritten()
 void tst_driverhost::bitsBesideAWrittenBitStay()
 {
     QCOMPARE(host(QStringLiteral("write HR600 0xa5a5 0xffff 0")).status, 0);
-    QCOMPARE(host(QStringLiteral("write HR600.14 --type bit 1 0 0 0")).status, 0);
-    QCOMPARE(host(QStringLiteral("write FN6HR602.5 --type bit 1")).status, 0);
+    QCOMPARE(host(QStringLiteral("write HR600.14 1 0 0 0")).status, 0);
+    QCOMPARE(host(QStringLiteral("write FN6HR602.5 1")).status, 0);
     QCOMPARE(host(QStringLiteral("read HR600 --count 3 --as hex")).out,
              QStringLiteral("HR600  0x65a5\nHR601  0xfffc\nHR602  0x0020\n"));
     // A byte read does not ask for coils that are not in the project: they are 0.

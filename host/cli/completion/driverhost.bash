@@ -37,9 +37,10 @@ _driverhost_offer_list() {
 
 # _driverhost_offer_values TAKES: offers values for an option whose help shows this argument.
 _driverhost_offer_values() {
+    local words
     case $1 in
         FILE*) _driverhost_offer_files ;;
-        *'|'*) _driverhost_offer "${1//|/ }" ;;
+        *'|'*) words=${1//|/ } && _driverhost_offer "${words//(N)/(}" ;;
         [A-Z][A-Z],*) _driverhost_offer_list "$1" ;;
     esac
 }
