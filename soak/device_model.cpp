@@ -48,16 +48,21 @@ bool DeviceModel::mayBe(const Place& place, bool value) const
 
 void DeviceModel::startWrite(const Place& place, bool value)
 {
-    std::uint16_t& cell = m_now[static_cast<std::size_t>(place.area)][static_cast<std::size_t>(place.cell)];
-    const auto mask = static_cast<std::uint16_t>(1U << place.bit);
-    cell = static_cast<std::uint16_t>(value ? cell | mask : cell & ~mask);
+    const bool isOpen = mayBe(place, true) && mayBe(place, false); // after a write that failed
+    set(m_now, place, value);
+    if (isOpen)
+        set(m_before, place, !value);
 }
 
 void DeviceModel::finishWrite(const Place& place)
 {
     const auto area = static_cast<std::size_t>(place.area);
-    const auto cell = static_cast<std::size_t>(place.cell);
+    set(m_before, place, bitOf(m_now[area][static_cast<std::size_t>(place.cell)], place.bit));
+}
+
+void DeviceModel::set(std::vector<Bits>& image, const Place& place, bool value)
+{
+    std::uint16_t& cell = image[static_cast<std::size_t>(place.area)][static_cast<std::size_t>(place.cell)];
     const auto mask = static_cast<std::uint16_t>(1U << place.bit);
-    m_before[area][cell] =
-        static_cast<std::uint16_t>((m_before[area][cell] & ~mask) | (m_now[area][cell] & mask));
+    cell = static_cast<std::uint16_t>(value ? cell | mask : cell & ~mask);
 }

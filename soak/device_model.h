@@ -41,6 +41,7 @@ public:
 
 private:
     using Bits = std::vector<std::uint16_t>;
+    static void set(std::vector<Bits>& image, const Place& place, bool value);
     const Bits& now(Area area) const { return m_now[static_cast<std::size_t>(area)]; }
 
     std::vector<Bits> m_now;
