@@ -21,10 +21,12 @@ constexpr std::array<FaultText, FaultKindCount> FaultTexts = {{
     {"length", "the header's length field is one too high"},
     {"function", "the function code is one too high"},
     {"reset", "half of the reply, then the connection is reset"},
+    {"close", "the reply, then the connection is closed"},
     {"rubbish", "up to 16 bytes of rubbish right before the reply"},
     {"double", "the reply comes twice, in one piece"},
     {"drip", "the reply comes one byte at a time, 1 ms apart"},
     {"exception", "exception 6 (device busy); nothing is executed"},
+    {"both", "exception 6, then the reply all the same"},
     {"refuse", "all connections are closed and new ones refused, see\n--refuse-ms; nothing is executed"},
 }};
 

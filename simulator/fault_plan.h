@@ -23,14 +23,16 @@ enum class FaultKind
     Length,
     Function,
     Reset,
+    Close,
     Rubbish,
     Double,
     Drip,
     Exception,
+    Both,
     Refuse
 };
 
-constexpr std::size_t FaultKindCount = 15;
+constexpr std::size_t FaultKindCount = 17;
 
 /// As on the command line: "late", "drop", ...
 std::string_view faultName(FaultKind kind);

@@ -32,6 +32,17 @@ static Bytes joined(Bytes first, const Bytes& second)
     return first;
 }
 
+/// The exception reply with code 6 to the request that reply belongs to.
+static Bytes deviceBusy(Bytes reply)
+{
+    reply.resize(FunctionOffset + 1);
+    reply[LengthOffset] = 0;
+    reply[LengthOffset + 1] = 3;
+    reply[FunctionOffset] |= 0x80;
+    reply.push_back(6);
+    return reply;
+}
+
 Bytes spoiltReply(Bytes reply, const Fault& fault)
 {
     switch (fault.kind) {
@@ -60,7 +71,10 @@ Bytes spoiltReply(Bytes reply, const Fault& fault)
         return joined(rubbish(fault.random), reply);
     case FaultKind::Double:
         return joined(reply, reply);
+    case FaultKind::Both:
+        return joined(deviceBusy(reply), reply);
     case FaultKind::Late:
+    case FaultKind::Close:
     case FaultKind::Drip:
     case FaultKind::Silent:
     case FaultKind::Exception:

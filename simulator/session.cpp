@@ -76,8 +76,10 @@ bool Session::send()
         if (drips && !m_outgoing.empty())
             m_pausedUntil = Clock::now() + DripPause;
     }
-    if (m_fault != FaultKind::Reset || !m_outgoing.empty())
+    if (!m_outgoing.empty())
         return true;
+    if (m_fault != FaultKind::Reset)
+        return m_fault != FaultKind::Close;
     const linger resetAtClose = {1, 0};
     ::setsockopt(m_client.number(), SOL_SOCKET, SO_LINGER, &resetAtClose, sizeof resetAtClose);
     return false;

@@ -39,6 +39,8 @@ const Fault faults[] = {
     {"reset", "connection reset in mid-reply", ExpectedFaults},
     {"rubbish", "rubbish ahead of the reply", ExpectedFaults},
     {"exception", "exception reply", ExpectedFaults},
+    {"both", "exception reply, then the reply", ExpectedFaults},
+    {"close", "connection closed after the reply", ExpectedFaults},
     {"double", "reply sent twice", 0},
     {"drip", "reply one byte at a time", ExpectedFaults},
 };

@@ -28,9 +28,9 @@ struct Options
     int retry = 3;
     int timeout = 100;
     double rate = 0.005;
-    std::vector<std::string> faults = {"late",     "drop",   "truncate", "tid",   "unit",
-                                       "protocol", "length", "function", "reset", "rubbish",
-                                       "double",   "drip",   "exception"};
+    std::vector<std::string> faults = {"late",     "drop",   "truncate",  "tid",   "unit",
+                                       "protocol", "length", "function",  "reset", "rubbish",
+                                       "double",   "drip",   "exception", "close", "both"};
 };
 
 struct Tally
@@ -160,8 +160,8 @@ private:
     {
         const double ms = std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
         tally.longestMs = std::max(tally.longestMs, ms);
-        // Each attempt opens once, and each of its requests takes one send and two receives.
-        const int waits = (m_options.retry + 1) * (1 + 3 * drawn.requests);
+        // Each request takes an opening at most, one send and two receives.
+        const int waits = (m_options.retry + 1) * 4 * drawn.requests;
         const double schedulingMs = 1000;
         if (ms > waits * m_options.timeout + schedulingMs)
             ++tally.overlong;

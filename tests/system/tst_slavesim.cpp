@@ -417,12 +417,19 @@ void TestSlavesim::makesFaults_data()
     row("length", "000100000007" + rest.mid(12));
     row("function", rest.left(14) + "07" + rest.mid(16));
     row("reset", rest.left(12) + " reset");
+    row("close", rest + " end");
     row("rubbish", "([0-9a-f]{2}){1,16}" + rest);
     row("double", rest + rest);
     row("late", rest);
     row("drip", "(?=.* )" + QByteArray::fromHex(rest).toHex(' ').replace(" ", " ?"));
     row("exception", "000100000003018606", false);
+    row("both", "000100000003018606" + rest);
     row("silent", "", false);
+}
+
+static bool isOver(const QByteArrayList& pieces)
+{
+    return pieces.contains("reset") || pieces.contains("end");
 }
 
 /// The second request of a connection gets the fault. The reply is compared piece by piece, up to a silence.
@@ -438,14 +445,14 @@ void TestSlavesim::makesFaults()
 
     QByteArrayList pieces;
     client.send(WriteHr1);
-    for (QByteArray piece; !(piece = client.receive(ShortMs)).isEmpty() && !pieces.contains("reset");)
+    for (QByteArray piece; !(piece = client.receive(ShortMs)).isEmpty() && !isOver(pieces);)
         pieces << piece;
     const QByteArray seen = pieces.join(' ');
     const QRegularExpression expected(QLatin1String("^") + QString::fromLatin1(sees) + QLatin1String("$"));
     QVERIFY2(expected.match(QString::fromLatin1(seen)).hasMatch(), seen);
 
     ModbusClient another(slave.port());
-    ModbusClient& next = pieces.contains("reset") ? another : client;
+    ModbusClient& next = isOver(pieces) ? another : client;
     QCOMPARE(next.exchange(ReadHr1), executed ? Hr1Is999 : Hr1Is1);
 }
 
