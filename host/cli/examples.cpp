@@ -16,7 +16,7 @@ const Example examples[] = {
     {"watch", "driverhost --device 127.0.0.1:1502 watch HR1:word:3 IR7:dword DI1:bit:10"},
     {"watch", "driverhost --device 127.0.0.1:1502 watch IR2 DI2 --interval 100 --for 5 --csv record.csv"},
     {"chart", "driverhost chart record.csv --output record.svg"},
-    {"chart", "driverhost chart record.csv --signals \"Oven*\" --from 22:58 --to 23:10 --output ovens.png"},
+    {"chart", "driverhost chart record.csv --signals \"IR*\" --from 2026-01-01 --output numbers.png"},
     {"project create", "driverhost --device 127.0.0.1:1502 project create --tag DO1 --tag DI5"},
     {"project show", "driverhost project show --all"},
     {"project import", "driverhost project import tags.csv"},
