@@ -173,6 +173,7 @@ void addWrite(CLI::App& app, Parsed& parsed)
     addItemOptions(command, parsed.write.options);
     addNumber(command, "--count", parsed.write.options.count, 1, largestInt,
               "Number of elements; must equal the number of values");
+    command.add_flag("--verify", parsed.write.verify, "Read the values back and compare them");
 }
 
 /// Adds an explanation below the options, longer than the list of commands has room for.

@@ -11,8 +11,10 @@ struct Example
 const Example examples[] = {
     {"info", "driverhost info"},
     {"read", "driverhost --device 127.0.0.1:1502 read HR100 --count 4"},
-    {"read", "driverhost --device 127.0.0.1:1502 read HR100SW --type dword --as float --format json"},
+    {"read", "driverhost --device 127.0.0.1:1502 read HR100 3-HR1..HR8:uint32:ABCD HR20.3"},
+    {"read", "driverhost --device 127.0.0.1:1502 read HR100SW:float32 --format json"},
     {"write", "driverhost --device 127.0.0.1:1502 write HR100 7 0x10 -3"},
+    {"write", "driverhost --device 127.0.0.1:1502 write HR110:float32:ABCD 21.5 --verify"},
     {"watch", "driverhost --device 127.0.0.1:1502 watch HR1:word:3 IR7:dword DI1:bit:10"},
     {"watch", "driverhost --device 127.0.0.1:1502 watch IR2 DI2 --interval 100 --for 5 --csv record.csv"},
     {"chart", "driverhost chart record.csv --output record.svg"},

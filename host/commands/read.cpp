@@ -1,5 +1,6 @@
 #include "commands/read.h"
 
+#include "commands/missing_project.h"
 #include "session/interrupt.h"
 #include "signals/item_report.h"
 
@@ -20,7 +21,7 @@ int runRead(const ReadOptions& options, Console& console)
     for (const Item& item : items) {
         const CommandOutcome outcome = session->read(item.command(), item.address.station);
         report.add(item, outcome.data, outcome);
-        if (interrupt::flag())
+        if (interrupt::flag() || explainMissingProject(outcome, console))
             break;
     }
     return report.finish();

@@ -9,7 +9,8 @@ struct WriteOptions
     LinkOptions link;
     QString item; ///< as parseItems takes it, but not a range
     ItemOptions options;
-    QStringList values; ///< as many as the count, if there is one
+    QStringList values;  ///< as many as the count, if there is one
+    bool verify = false; ///< read back and compare
 };
 
 /// Runs one write command. Values that do not fit are refused before anything is sent.

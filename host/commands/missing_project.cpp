@@ -1,0 +1,14 @@
+#include "commands/missing_project.h"
+
+#include "tools/project_database.h"
+
+#include <QFile>
+
+bool explainMissingProject(const CommandOutcome& outcome, Console& console)
+{
+    if (outcome.done() || outcome.attempts > 0 || QFile::exists(GetDatabaseName()))
+        return false;
+    console.err << "note: the driver wants a project, and there is none; make an empty one with "
+                   "\"driverhost project create\"\n";
+    return true;
+}

@@ -1,0 +1,11 @@
+#ifndef COMMANDS_MISSING_PROJECT_H
+#define COMMANDS_MISSING_PROJECT_H
+
+#include "session/session.h"
+#include "text/console.h"
+
+/// If a command failed before it came to the device, and there is no project, says on stderr how to make one.
+/// Returns whether it said so.
+bool explainMissingProject(const CommandOutcome& outcome, Console& console);
+
+#endif
