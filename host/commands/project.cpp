@@ -182,6 +182,6 @@ int runProjectShow(const ProjectShowOptions& options, Console& console)
     }
     console.out.flush();
     for (const QString& note : reads.notes)
-        console.err << "note: what byte reads ask for is not shown, " << note << '\n';
+        console.err << "note: what byte reads ask for is not shown, " << shown(note) << '\n';
     return Done;
 }

@@ -61,7 +61,7 @@ int reportProblems(const ImportResult& result, const ProjectImportOptions& optio
                                         {QStringLiteral("line"), problem.line},
                                         {QStringLiteral("error"), problem.text}});
         else
-            console.err << options.file << ':' << problem.line << ": " << problem.text << '\n';
+            console.err << shown(options.file) << ':' << problem.line << ": " << shown(problem.text) << '\n';
     }
     const QString listed = result.problemCount > result.problems.size()
                                ? QStringLiteral(", the first %1 are listed").arg(result.problems.size())

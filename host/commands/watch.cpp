@@ -247,10 +247,10 @@ void Watch::reportRecorder()
         return;
     m_reportedProblem = problem;
     if (problem.isEmpty())
-        m_console.err << "note: " << m_recorder->fileName() << " goes on, " << m_recorder->rowsLost()
+        m_console.err << "note: " << shown(m_recorder->fileName()) << " goes on, " << m_recorder->rowsLost()
                       << " row(s) are missing\n";
     else
-        m_console.err << "error: can not write " << m_recorder->fileName() << ": " << problem
+        m_console.err << "error: can not write " << shown(m_recorder->fileName()) << ": " << problem
                       << "; polling goes on\n";
     m_console.err.flush();
 }
@@ -371,7 +371,7 @@ int watchTags(const WatchOptions& options, Session& session, Console& console)
         console.err << "note: " << tags.ofOthers << " tag(s) of other stations than "
                     << session.link().stationId() << " are left out\n";
     if (tags.unknown > 0)
-        console.err << "note: " << tags.unknown << " tag(s) are left out: " << tags.problem << '\n';
+        console.err << "note: " << tags.unknown << " tag(s) are left out: " << shown(tags.problem) << '\n';
     if (!error.isEmpty())
         return reportError(console, Refused, error);
     return watchItems(options, itemsOfTags(tags.addresses, contextOf(session.driver(), {}).blocks), session,

@@ -1,5 +1,7 @@
 #include "session/frame_trace.h"
 
+#include "text/shown.h"
+
 #include <QTime>
 
 #include <algorithm>
@@ -132,7 +134,8 @@ QString spacedHex(const QByteArray& bytes)
 
 void FrameTrace::print(const char* direction, const QString& text, const QByteArray& bytes)
 {
-    m_out << QTime::currentTime().toString(QStringLiteral("HH:mm:ss.zzz ")) << direction << ' ' << text;
+    m_out << QTime::currentTime().toString(QStringLiteral("HH:mm:ss.zzz ")) << direction << ' '
+          << shown(text);
     if (!bytes.isEmpty())
         m_out << (text.isEmpty() ? "" : " | ") << spacedHex(bytes);
     m_out << '\n';

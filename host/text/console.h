@@ -1,6 +1,8 @@
 #ifndef TEXT_CONSOLE_H
 #define TEXT_CONSOLE_H
 
+#include "text/shown.h"
+
 #include <QTextStream>
 
 /// The program's exit statuses.
@@ -25,11 +27,11 @@ struct Console
     QTextStream& err;
 };
 
-/// Writes "error: " and the text to stderr. Returns status.
+/// Writes "error: " and the text, as shown() makes it, to stderr. Returns status.
 inline int reportError(Console& console, ExitStatus status, const QString& text)
 {
     console.out.flush();
-    console.err << "error: " << text << '\n';
+    console.err << "error: " << shown(text) << '\n';
     console.err.flush();
     return status;
 }

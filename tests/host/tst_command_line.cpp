@@ -82,6 +82,7 @@ void tst_command_line::wrong_data()
     QTest::newRow("project drop") << "driverhost project takes no \"drop\"; its commands are create, show";
     QTest::newRow("read") << "ADDRESS is required";
     QTest::newRow("read HR1 --cuont 3") << "driverhost read takes no \"--cuont\"";
+    QTest::newRow("read HR1 --format \x1b[2J") << "not \"\\x1b[2J\"";
     QTest::newRow("read HR1 --type float")
         << "--type: must be one of bool, int16, uint16, int32, uint32, int64, uint64, float32, float64, "
            "string(N), bit, byte, word, dword, qword, block, bitblock with N from 1 to 250, not \"float\"";
