@@ -131,7 +131,7 @@ public:
     int writeData(const char* data, int length) override
     {
         const QByteArray frame(data, length);
-        const int functionCode = frame.at(7);
+        const int functionCode = uchar(frame.at(7));
         const int quantity = big16(frame, 10);
         QByteArray pdu = frame.mid(7, 5);
         if (functionCode <= 4 && quantity == 0) {
