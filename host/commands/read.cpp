@@ -4,6 +4,24 @@
 #include "session/interrupt.h"
 #include "signals/item_report.h"
 
+#include <unistd.h>
+
+namespace {
+
+/// Whoever waits at a terminal hears of a silent device before all attempts are over.
+void reportSilence(Session& session, const LinkOptions& options, Console& console)
+{
+    if (::isatty(STDERR_FILENO) != 1)
+        return;
+    const int attempts = effectiveSetting(session.driver(), options).retry + 1;
+    session.link().setOnSilence([attempts, &console](int attempt) {
+        console.err << "no answer, attempt " << attempt << " of " << attempts << '\n';
+        console.err.flush();
+    });
+}
+
+} // namespace
+
 int runRead(const ReadOptions& options, Console& console)
 {
     QString error;
@@ -17,6 +35,7 @@ int runRead(const ReadOptions& options, Console& console)
         if (!error.isEmpty())
             return reportError(console, WrongCommandLine, error);
     }
+    reportSilence(*session, options.link, console);
     ItemReport report(options.link.format, console);
     for (const Item& item : items) {
         const CommandOutcome outcome = session->read(item.command(), item.address.station);

@@ -95,6 +95,7 @@ void TcpLink::startCommand()
 {
     m_attempts = 0;
     m_inAttempt = false;
+    m_isUnanswered = false;
 }
 
 void TcpLink::beginAttempt()
@@ -103,6 +104,9 @@ void TcpLink::beginAttempt()
         return;
     m_inAttempt = true;
     ++m_attempts;
+    if (m_isUnanswered && m_onSilence)
+        m_onSilence(m_attempts);
+    m_isUnanswered = false;
 }
 
 int TcpLink::retryCount()
@@ -258,6 +262,7 @@ int TcpLink::writeData(const char* data, int length)
     const bool ready = isReadyToSend();
     m_unreadDropped = false;
     m_replyBytes = 0;
+    m_isUnanswered = ready;
     if (!ready)
         return -1;
     int sent = sendSome(data, length);
@@ -336,6 +341,7 @@ int TcpLink::readData(char* buffer, int maxLength)
     if (m_replyBytes == 0 && got > 0)
         ++m_repliesHere;
     m_replyBytes += got;
+    m_isUnanswered = m_replyBytes == 0;
     return got;
 }
 

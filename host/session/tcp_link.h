@@ -9,6 +9,7 @@
 
 #include <array>
 #include <atomic>
+#include <functional>
 
 /// Observes what passes over a link. It is called on the link's thread, in the middle of the driver's calls,
 /// and must not call the link.
@@ -100,6 +101,9 @@ public:
     /// The observer is not owned and may be null.
     void setObserver(LinkObserver* observer) { m_observer = observer; }
 
+    /// Called when an attempt begins because the one before it got no answer, with the number of the new one.
+    void setOnSilence(std::function<void(int attempt)> onSilence) { m_onSilence = std::move(onSilence); }
+
     /// When the flag becomes true, every wait ends within a fifth of a second, and nothing is opened any
     /// more. The flag is not owned and may be null.
     void setStopFlag(const std::atomic<bool>* flag) { m_stopFlag = flag; }
@@ -137,6 +141,8 @@ private:
     DeviceSetting m_deviceSetting;
     QString m_error;
     LinkObserver* m_observer = nullptr;
+    std::function<void(int)> m_onSilence;
+    bool m_isUnanswered = false; ///< nothing has come since the last request
     const std::atomic<bool>* m_stopFlag = nullptr;
     int m_socket = -1;
     int m_attempts = 0;
