@@ -178,7 +178,7 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     CLI::App app("Measures what single faults on the wire cost; the result is a table in Markdown.");
     bool checkOnly = false;
-    app.add_flag("--check", checkOnly, "Only the driver, and whether it keeps what it promises");
+    app.add_flag("--check", checkOnly, "Run only the driver and check that it keeps its promises");
     CLI11_PARSE(app, argc, argv)
 
     QTextStream out(stdout);

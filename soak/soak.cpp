@@ -258,17 +258,17 @@ int main(int argc, char** argv)
     const QCoreApplication application(argc, argv);
     Options options;
     CLI::App app("Runs random commands through the driver against a slave that makes faults.");
-    app.add_option("--commands", options.commands, "How many commands")
+    app.add_option("--commands", options.commands, "Number of commands")
         ->capture_default_str()
         ->check(CLI::PositiveNumber);
-    app.add_option("--seed", options.seed, "Of the commands and of the faults")->capture_default_str();
+    app.add_option("--seed", options.seed, "Seed of the commands and of the faults")->capture_default_str();
     app.add_option("--retry", options.retry, "Retry count of the link")
         ->capture_default_str()
         ->check(CLI::Range(0, 100));
     app.add_option("--timeout", options.timeout, "Timeout of the link in milliseconds")
         ->capture_default_str()
         ->check(CLI::Range(10, 60000));
-    app.add_option("--rate", options.rate, "Part of the requests that meet a fault")
+    app.add_option("--rate", options.rate, "Share of the requests that get a fault")
         ->capture_default_str()
         ->check(CLI::Range(0.0, 1.0));
     app.add_option("--fault", options.faults, "Only these faults of slavesim, repeatable");

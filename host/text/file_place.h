@@ -26,7 +26,7 @@ public:
     /// functions need a place without a problem.
     const QString& problem() const { return m_problem; }
 
-    /// Something is there, and it is no file: a device or a pipe.
+    /// Something other than a file is there: a device or a pipe.
     bool isDevice() const { return m_isDevice; }
 
     /// As openat() does, without following any link there. A file that is made gets the usual access rights.

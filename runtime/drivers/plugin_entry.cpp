@@ -22,7 +22,7 @@ Q_DECL_EXPORT const char* qt_plugin_query_verification_data()
 }
 
 #ifdef DRIVER_DEFINES_PLUGIN_INSTANCE
-/// The module's single instance; made anew after the runtime has deleted it.
+/// The module's single instance; recreated after the runtime has deleted it.
 Q_DECL_EXPORT QObject* qt_plugin_instance()
 {
     static QPointer<QObject> instance;

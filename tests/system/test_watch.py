@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""watch and chart as a person uses them: in a terminal, in a pipe, with a slave that comes and goes.
+"""watch and chart as people use them: in a terminal, in a pipe, with a slave that comes and goes.
 
-What is compared is what stands on the screen, not how it got there. The programs come from the environment:
+The tests compare what is on the screen, not how it got there. The programs come from the environment:
 DRIVERHOST, PLUGIN and SLAVESIM.
 """
 
