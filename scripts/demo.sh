@@ -59,7 +59,7 @@ write_and_read() {
 
 start_slave
 say "a sample project: its bit tags decide what byte reads ask the device for"
-run 0 'created' project create --tag DO3 --tag DO4 --tag DO6 --tag DI5 --tag DI10 --tag 1-DI20 --tag FN5DO9
+run 0 'created' project create --replace --tag DO3 --tag DO4 --tag DO6 --tag DI5 --tag DI10 --tag 1-DI20 --tag FN5DO9
 run 0 'STATION' project show
 
 say "the driver and the device"

@@ -49,7 +49,7 @@ DI2,door
 IR2,level
 HR2,set point
 CSV
-./driverhost --device "$device" project create >created
+./driverhost --device "$device" project create --replace >created
 picture scan 84x40 "" --timeout 300 scan --stations 1-4 --to 1000
 ./driverhost project import tags.csv >imported
 picture project 84x40 "" project show

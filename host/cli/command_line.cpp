@@ -196,7 +196,7 @@ void addProjectTags(CLI::App& project, Parsed& parsed)
     CLI::App& output = addCommand(project, "export", "Write the tags of link --link as CSV", parsed,
                                   parsed.projectExport, runProjectExport);
     addText(output, "FILE", parsed.projectExport.file,
-            "The CSV file, with the header and column \"address\" (default: stdout)");
+            "The CSV file, with the header and column \"address\" (default, and -: stdout)");
 }
 
 void addWatch(CLI::App& app, Parsed& parsed)
@@ -280,16 +280,17 @@ void addProject(CLI::App& app, Parsed& parsed)
         app.add_subcommand("project", "The project database next to driverhost, which drivers read");
     project->fallthrough()->require_subcommand(1)->footer(commandFooter);
     ProjectCreateOptions& options = parsed.projectCreate;
-    CLI::App& create =
-        addCommand(*project, "create",
-                   "Replace the project with a new one that has link --link and its default station "
-                   "--station at --device",
-                   parsed, options, runProjectCreate);
+    CLI::App& create = addCommand(*project, "create",
+                                  "Make a project with the link --link and its default station "
+                                  "--station at --device",
+                                  parsed, options, runProjectCreate);
     addTexts(create, "--tag", options.tags, "HMI address of a tag of the link; may be repeated")
         ->type_name("ADDRESS")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    addText(create, "--tags", options.tagFile, "File with one tag address per line")->type_name("FILE");
+    addText(create, "--tags", options.tagFile, "File with the tags, as project import takes it")
+        ->type_name("FILE");
+    create.add_flag("--replace", options.replace, "Put it in the place of the project that is there");
     CLI::App& show = addCommand(*project, "show",
                                 "Print the links, nodes and tags of the project, and the requests that byte "
                                 "reads of bits will send",

@@ -19,7 +19,7 @@ const Example examples[] = {
     {"watch", "driverhost --device 127.0.0.1:1502 watch IR2 DI2 --interval 100 --for 5 --csv record.csv"},
     {"chart", "driverhost chart record.csv --output record.svg"},
     {"chart", "driverhost chart record.csv --signals \"IR*\" --from 2026-01-01 --output numbers.png"},
-    {"project create", "driverhost --device 127.0.0.1:1502 project create --tag DO1 --tag DI5"},
+    {"project create", "driverhost --device 127.0.0.1:1502 project create --replace --tag DO1 --tag DI5"},
     {"project show", "driverhost project show --all"},
     {"project import", "driverhost project import tags.csv"},
     {"project export", "driverhost project export tags.csv"},

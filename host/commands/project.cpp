@@ -1,38 +1,30 @@
 #include "commands/project.h"
 
 #include "commands/project_reads.h"
+#include "commands/project_tags.h"
 #include "project/project_file.h"
-#include "session/interrupt.h"
 #include "session/session.h"
+#include "signals/address.h"
 #include "text/json_line.h"
+#include "text/shown.h"
 #include "text/text_table.h"
 #include "tools/project_database.h"
 
-#include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
 #include <QMap>
 
 namespace {
 
-/// Adds the addresses of a file, one per line; blank lines and lines that begin with # are skipped. Returns a
-/// sentence that names the file and the line, empty on success.
-QString readTagFile(const QString& fileName, QStringList& tags)
+/// Returns what is wrong with the first tag that is no address, empty when all are.
+QString tagProblem(const QStringList& tags)
 {
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return QStringLiteral("--tags: can not read %1: %2").arg(fileName, file.errorString());
-    for (int number = 1; !file.atEnd(); ++number) {
-        const QByteArray bytes = file.readLine();
-        const QString line = QString::fromUtf8(bytes.constData(), bytes.size()).trimmed();
-        if (line.contains(QRegularExpression(QStringLiteral("[\\x00-\\x20]"))) &&
-            !line.startsWith(QLatin1Char('#')))
-            return QStringLiteral("--tags: line %1 of %2 is no address").arg(number).arg(fileName);
-        if (!line.isEmpty() && !line.startsWith(QLatin1Char('#')))
-            tags += line;
+    QString problem;
+    for (const QString& tag : tags) {
+        if (!parseTag(tag, Grammar::ModbusTcp, problem))
+            return QStringLiteral("--tag: ") + problem;
     }
-    return file.error() == QFile::NoError
-               ? QString()
-               : QStringLiteral("--tags: can not read %1: %2").arg(fileName, file.errorString());
+    return problem;
 }
 
 /// The default station of the link, from the options and the driver's defaults. If there is no such driver,
@@ -47,22 +39,19 @@ std::optional<ProjectNode> defaultNode(const LinkOptions& link, QString& problem
                        link.device.host, *port};
 }
 
-void addContents(ProjectWriter& writer, const LinkOptions& link, const ProjectNode& node,
-                 const QStringList& tags)
+void addContents(ProjectWriter& writer, const ProjectCreateOptions& options, const ProjectNode& node)
 {
-    writer.addLink({link.linkId, ethernetHmiPort});
+    writer.addLink({node.linkId, ethernetHmiPort});
     writer.addNode(node);
-    for (const QString& tag : tags) {
-        if (interrupt::flag() || !writer.addTag({link.linkId, tag}))
-            return;
-    }
+    for (const QString& tag : options.tags)
+        writer.addTag({node.linkId, tag});
 }
 
 struct Contents
 {
     QVector<ProjectLink> links;
     QVector<ProjectNode> nodes;
-    QMap<int, int> tagsOfLink;
+    QMap<int, qint64> tagsOfLink;
     QVector<ProjectTag> tags;
 };
 
@@ -81,7 +70,7 @@ QString cell(const char* text)
 {
     return QLatin1String(text);
 }
-QString cell(int number)
+QString cell(qint64 number)
 {
     return QString::number(number);
 }
@@ -97,12 +86,12 @@ void printTables(const Contents& contents, QTextStream& out)
     TextTable nodes({right, right, left, left, right});
     nodes.addRow({cell("LINK"), cell("STATION"), cell("DEFAULT"), cell("IP"), cell("PORT")});
     for (const ProjectNode& node : contents.nodes)
-        nodes.addRow({cell(node.linkId), cell(node.stationId), cell(node.isDefault ? "yes" : "no"), node.ip,
-                      cell(node.port)});
+        nodes.addRow({cell(node.linkId), cell(node.stationId), cell(node.isDefault ? "yes" : "no"),
+                      shown(node.ip), cell(node.port)});
     TextTable tags({right, left});
     tags.addRow({cell("LINK"), cell("TAG")});
     for (const ProjectTag& tag : contents.tags)
-        tags.addRow({cell(tag.linkId), tag.address});
+        tags.addRow({cell(tag.linkId), shown(tag.address)});
     links.print(out);
     out << '\n';
     nodes.print(out);
@@ -139,8 +128,10 @@ QJsonObject toJson(const Contents& contents, bool allTags)
 
 int runProjectCreate(const ProjectCreateOptions& options, Console& console)
 {
-    QStringList tags = options.tags;
-    QString problem = options.tagFile.isEmpty() ? QString() : readTagFile(options.tagFile, tags);
+    QString problem = tagProblem(options.tags);
+    if (problem.isEmpty() && !options.replace && QFileInfo::exists(GetDatabaseName()))
+        problem = QStringLiteral("there is the project %1 already; --replace puts a new one in its place")
+                      .arg(GetDatabaseName());
     if (!problem.isEmpty())
         return reportError(console, WrongCommandLine, problem);
     const auto node = defaultNode(options.link, problem);
@@ -149,19 +140,23 @@ int runProjectCreate(const ProjectCreateOptions& options, Console& console)
     problem = makeProjectFolder();
     if (!problem.isEmpty())
         return reportError(console, Refused, problem);
-
-    interrupt::endInOwnTime();
-    ProjectWriter writer(GetDatabaseName());
-    addContents(writer, options.link, *node, tags);
-    if (interrupt::flag())
-        return reportError(console, Interrupted, QStringLiteral("interrupted, the project is as it was"));
+    ProjectWriter writer(GetDatabaseName(),
+                         options.replace ? ProjectWriter::Empty : ProjectWriter::EmptyIfNone);
+    addContents(writer, options, *node);
+    if (!writer.error().isEmpty())
+        return reportError(console, Refused, writer.error());
+    const int status =
+        options.tagFile.isEmpty() ? int(Done) : takeTagFile(options.link, options.tagFile, writer, console);
+    if (status != Done)
+        return status;
     if (!writer.commit())
         return reportError(console, Refused, writer.error());
+    const qint64 tags = writer.tagCount(options.link.linkId);
     if (options.link.format == OutputFormat::Json)
         printJsonLine(console.out,
-                      {{QStringLiteral("file"), GetDatabaseName()}, {QStringLiteral("tags"), tags.size()}});
+                      {{QStringLiteral("file"), GetDatabaseName()}, {QStringLiteral("tags"), tags}});
     else
-        console.out << "created " << GetDatabaseName() << " with " << tags.size() << " tag(s)\n";
+        console.out << "created " << GetDatabaseName() << " with " << tags << " tag(s)\n";
     return Done;
 }
 

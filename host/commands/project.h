@@ -9,7 +9,8 @@ struct ProjectCreateOptions
 {
     LinkOptions link; ///< its link id, station and device go into the project
     QStringList tags;
-    QString tagFile; ///< one address per line; empty: no file
+    QString tagFile;      ///< as runProjectImport takes it; empty: none
+    bool replace = false; ///< a project that is there
 };
 
 struct ProjectShowOptions
@@ -18,7 +19,7 @@ struct ProjectShowOptions
     bool allTags = false; ///< also all runs of bits
 };
 
-/// Replaces the project next to the program with a new one that has one link and its default station.
+/// Makes a project beside the program with one link and its default station.
 int runProjectCreate(const ProjectCreateOptions& options, Console& console);
 
 /// Prints the links, nodes and tags of the project next to the program.

@@ -4,16 +4,15 @@
 #include "project/tag_import.h"
 #include "session/interrupt.h"
 #include "text/json_line.h"
+#include "text/new_file.h"
 #include "text/progress_bar.h"
+#include "text/shown.h"
 #include "tools/project_database.h"
 
 #include <QFile>
-#include <QFileInfo>
-#include <QSaveFile>
 #include <QSet>
 
 #include <algorithm>
-#include <memory>
 
 namespace {
 
@@ -36,10 +35,8 @@ QString linkProblem(ProjectReader& reader, int linkId)
         .arg(texts.isEmpty() ? QStringLiteral("none") : texts.join(QStringLiteral(", ")));
 }
 
-/// Replaces the tags of the link with those of the file. Nothing is committed yet.
-ImportResult replaceTags(ProjectWriter& writer, int linkId, QFile& file, ProgressBar& bar)
+ImportResult takeTags(ProjectWriter& writer, int linkId, QFile& file, ProgressBar& bar)
 {
-    writer.removeTags(linkId);
     CsvReader reader(file);
     const qint64 size = file.size();
     return importTags(
@@ -53,15 +50,15 @@ ImportResult replaceTags(ProjectWriter& writer, int linkId, QFile& file, Progres
         });
 }
 
-int reportProblems(const ImportResult& result, const ProjectImportOptions& options, Console& console)
+int reportProblems(const ImportResult& result, const QString& file, OutputFormat format, Console& console)
 {
     for (const ImportProblem& problem : result.problems) {
-        if (options.link.format == OutputFormat::Json)
-            printJsonLine(console.out, {{QStringLiteral("file"), options.file},
+        if (format == OutputFormat::Json)
+            printJsonLine(console.out, {{QStringLiteral("file"), file},
                                         {QStringLiteral("line"), problem.line},
                                         {QStringLiteral("error"), problem.text}});
         else
-            console.err << shown(options.file) << ':' << problem.line << ": " << shown(problem.text) << '\n';
+            console.err << shown(file) << ':' << problem.line << ": " << shown(problem.text) << '\n';
     }
     const QString listed = result.problemCount > result.problems.size()
                                ? QStringLiteral(", the first %1 are listed").arg(result.problems.size())
@@ -69,25 +66,13 @@ int reportProblems(const ImportResult& result, const ProjectImportOptions& optio
     return reportError(console, WrongCommandLine,
                        QStringLiteral("%1 line(s) of %2 are wrong%3; the project is as it was")
                            .arg(result.problemCount)
-                           .arg(options.file, listed));
+                           .arg(file, listed));
 }
 
 int cannotRead(const QFile& file, Console& console)
 {
     return reportError(console, WrongCommandLine,
-                       QStringLiteral("can not read %1: %2").arg(file.fileName(), file.errorString()));
-}
-
-int reportImport(const ImportResult& result, const ProjectImportOptions& options, Console& console)
-{
-    if (options.link.format == OutputFormat::Json)
-        printJsonLine(console.out, {{QStringLiteral("file"), GetDatabaseName()},
-                                    {QStringLiteral("link"), options.link.linkId},
-                                    {QStringLiteral("tags"), result.tags}});
-    else
-        console.out << "link " << options.link.linkId << " of " << GetDatabaseName() << " has now "
-                    << result.tags << " tag(s)\n";
-    return Done;
+                       QStringLiteral("cannot read %1: %2").arg(file.fileName(), file.errorString()));
 }
 
 void writeTags(ProjectReader& reader, int linkId, QTextStream& out)
@@ -98,73 +83,83 @@ void writeTags(ProjectReader& reader, int linkId, QTextStream& out)
     });
 }
 
-/// Writes the tags to an open file and flushes it. Returns whether that worked.
-bool writeTagsTo(QFileDevice& file, ProjectReader& reader, int linkId)
+/// A file is replaced when the new one is complete. Returns what went wrong, empty when nothing did.
+QString writeTagFile(ProjectReader& reader, const ProjectExportOptions& options)
 {
-    QTextStream out(&file);
+    NewFile file(options.file);
+    if (!file.error().isEmpty())
+        return file.error();
+    QTextStream out(&file.device());
     out.setCodec("UTF-8");
-    writeTags(reader, linkId, out);
+    writeTags(reader, options.link.linkId, out);
     out.flush();
-    return out.status() == QTextStream::Ok && file.flush();
+    return reader.error().isEmpty() && file.commit() ? QString() : reader.error() + file.error();
 }
 
-/// A regular file is replaced when the new one is complete; a device or a pipe is written to directly and
-/// never replaced by a file.
-bool writeTagFile(ProjectReader& reader, const ProjectExportOptions& options, QString& problem)
+/// Commits the project and says how many tags its link has now.
+int finishTags(const LinkOptions& link, ProjectWriter& writer, Console& console)
 {
-    const QFileInfo target(options.file);
-    const bool isSpecial = target.exists() && !target.isFile() && !target.isDir();
-    const std::unique_ptr<QFileDevice> file(isSpecial ? static_cast<QFileDevice*>(new QFile(options.file))
-                                                      : new QSaveFile(options.file));
-    bool written = file->open(QIODevice::WriteOnly) && writeTagsTo(*file, reader, options.link.linkId) &&
-                   reader.error().isEmpty();
-    if (const auto replacement = dynamic_cast<QSaveFile*>(file.get()))
-        written = written && replacement->commit();
-    if (!written)
-        problem = reader.error().isEmpty()
-                      ? QStringLiteral("can not write %1: %2").arg(options.file, file->errorString())
-                      : reader.error();
-    return written;
+    if (!writer.commit())
+        return reportError(console, Refused, writer.error());
+    if (link.format == OutputFormat::Json)
+        printJsonLine(console.out, {{QStringLiteral("file"), GetDatabaseName()},
+                                    {QStringLiteral("link"), link.linkId},
+                                    {QStringLiteral("tags"), writer.tagCount(link.linkId)}});
+    else
+        console.out << "link " << link.linkId << " of " << GetDatabaseName() << " has now "
+                    << writer.tagCount(link.linkId) << " tag(s)\n";
+    return Done;
 }
 
 } // namespace
 
-int runProjectImport(const ProjectImportOptions& options, Console& console)
+int takeTagFile(const LinkOptions& link, const QString& fileName, ProjectWriter& writer, Console& console)
 {
-    ProjectReader old(GetDatabaseName());
-    const QString problem = linkProblem(old, options.link.linkId);
-    if (!problem.isEmpty())
-        return reportError(console, old.error().isEmpty() ? WrongCommandLine : Refused, problem);
-    QFile file(options.file);
+    QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly))
         return cannotRead(file, console);
-
     interrupt::endInOwnTime();
     ProgressBar bar(console.err, terminalWidth());
-    ProjectWriter writer(GetDatabaseName(), ProjectWriter::FromOldProject);
-    const ImportResult result = replaceTags(writer, options.link.linkId, file, bar);
+    const ImportResult result = takeTags(writer, link.linkId, file, bar);
     bar.clear();
     if (file.error() != QFile::NoError)
         return cannotRead(file, console);
     if (interrupt::flag())
         return reportError(console, Interrupted, QStringLiteral("interrupted, the project is as it was"));
     if (result.problemCount > 0)
-        return reportProblems(result, options, console);
-    if (!writer.commit())
+        return reportProblems(result, fileName, link.format, console);
+    if (result.tags == 0 && writer.error().isEmpty())
+        return reportError(console, WrongCommandLine,
+                           QStringLiteral("%1 has no tag; the project is as it was").arg(fileName));
+    return Done;
+}
+
+int runProjectImport(const ProjectImportOptions& options, Console& console)
+{
+    const int linkId = options.link.linkId;
+    ProjectWriter writer(GetDatabaseName(), ProjectWriter::FromOldProject);
+    if (!writer.error().isEmpty())
         return reportError(console, Refused, writer.error());
-    return reportImport(result, options, console);
+    ProjectReader old = writer.contents();
+    const QString problem = linkProblem(old, linkId);
+    if (!problem.isEmpty())
+        return reportError(console, old.error().isEmpty() ? WrongCommandLine : Refused, problem);
+    writer.removeTags(linkId);
+    const int status = takeTagFile(options.link, options.file, writer, console);
+    return status == Done ? finishTags(options.link, writer, console) : status;
 }
 
 int runProjectExport(const ProjectExportOptions& options, Console& console)
 {
     ProjectReader reader(GetDatabaseName());
-    const QString problem = linkProblem(reader, options.link.linkId);
+    QString problem = linkProblem(reader, options.link.linkId);
     if (!problem.isEmpty())
         return reportError(console, reader.error().isEmpty() ? WrongCommandLine : Refused, problem);
-    if (!options.file.isEmpty()) {
-        QString failure;
-        return writeTagFile(reader, options, failure) ? int(Done) : reportError(console, Refused, failure);
+    if (options.file == QLatin1String("-")) {
+        writeTags(reader, options.link.linkId, console.out);
+        problem = reader.error();
+    } else {
+        problem = writeTagFile(reader, options);
     }
-    writeTags(reader, options.link.linkId, console.out);
-    return reader.error().isEmpty() ? int(Done) : reportError(console, Refused, reader.error());
+    return problem.isEmpty() ? int(Done) : reportError(console, Refused, problem);
 }

@@ -1,135 +1,86 @@
 #include "project/project_file.h"
 
+#include "text/shown.h"
+
 #include <QCoreApplication>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QVariant>
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
-#include <csignal>
-#include <cstring>
 #include <fcntl.h>
-#include <unistd.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 
 namespace {
 
-QString connectionName()
-{
-    static std::atomic<int> number{0};
-    return QStringLiteral("project-%1").arg(++number);
-}
+constexpr qint64 chunk = 1 << 20;
 
 QString messageOf(const QSqlError& error)
 {
     return error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
 }
 
-QString systemMessage()
+/// Opens a project, and nothing else: no link is followed, no pipe or device waited for. name is relative to
+/// the folder. Returns what is wrong, empty on success, as the functions below do.
+QString openRegular(int folder, const QString& name, QFile& file)
 {
-    return QString::fromLocal8Bit(std::strerror(errno));
-}
-
-/// Syncs a file or a folder to the disk. Returns the system's message, empty on success.
-QString synchronize(const QString& path, int flags)
-{
-    const int descriptor = ::open(QFile::encodeName(path).constData(), flags | O_CLOEXEC);
+    const int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+    const int descriptor = ::openat(folder, QFile::encodeName(name).constData(), flags);
+    if (descriptor < 0 && errno == ELOOP)
+        return QStringLiteral("it is a symbolic link");
     if (descriptor < 0)
-        return systemMessage();
-    QString problem = ::fsync(descriptor) == 0 ? QString() : systemMessage();
-    ::close(descriptor);
-    return problem;
+        return errno == ENOENT ? QStringLiteral("it does not exist") : systemMessage(errno);
+    struct stat status = {};
+    ::fstat(descriptor, &status);
+    file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
+    if (S_ISDIR(status.st_mode))
+        return QStringLiteral("it is a directory");
+    return S_ISREG(status.st_mode) ? QString() : QStringLiteral("it is no regular file");
 }
 
-/// Opens a file for writing, or creates it. Returns the system's message, which is clearer than SQLite's
-/// "unable to open database file"; empty on success.
-QString writingProblem(const QString& fileName)
-{
-    QFile file(fileName);
-    return file.open(QIODevice::ReadWrite) ? QString() : file.errorString();
-}
-
-/// Removes what writers left behind that were killed or lost power.
-void removeLeftovers(const QString& fileName)
-{
-    const QString prefix = QFileInfo(fileName).fileName() + QLatin1String(".new-");
-    QDir folder = QFileInfo(fileName).dir();
-    for (const QString& name : folder.entryList({prefix + QLatin1Char('*')}, QDir::Files)) {
-        bool isNumber = false;
-        const int process = name.mid(prefix.size()).toInt(&isNumber);
-        if (isNumber && process > 0 && ::kill(process, 0) != 0 && errno == ESRCH)
-            folder.remove(name);
-    }
-}
-
-/// SQLite would apply the journal of an old database to any file in its place.
-QString journalBeside(const QString& fileName)
+/// A file without its journal may be half of a change.
+QString journalProblem(int folder, const QString& name)
 {
     for (const char* suffix : {"-wal", "-journal"}) {
-        QString journal = fileName + QLatin1String(suffix);
-        if (QFileInfo(journal).size() > 0)
-            return journal;
+        const QString journal = name + QLatin1String(suffix);
+        struct stat status;
+        if (::fstatat(folder, QFile::encodeName(journal).constData(), &status, AT_SYMLINK_NOFOLLOW) == 0 &&
+            status.st_size > 0)
+            return QStringLiteral("another program is changing it, or has died doing so (there is %1)")
+                .arg(QFileInfo(journal).fileName());
     }
     return QString();
 }
 
-/// Checks that a file can be opened before SQLite does, which has one message for everything that can be
-/// wrong with it.
-QString openingProblem(const QString& fileName)
+/// What runs statements of its own when a table is read or written, or has rows without end, cannot be
+/// trusted to hold what it says.
+QString schemaProblem(const PrivateDatabase& database)
 {
-    QFile file(fileName);
-    if (!file.exists())
-        return QStringLiteral("it does not exist");
-    if (QFileInfo(fileName).isDir())
-        return QStringLiteral("it is a directory");
-    return file.open(QIODevice::ReadOnly) ? QString() : file.errorString();
+    QSqlQuery query(database.database());
+    const bool found = query.exec(QStringLiteral(
+        "SELECT name, tbl_name FROM sqlite_master WHERE type = 'trigger' OR (lower(name) IN ('link', 'node', "
+        "'custom_tag_table') AND (type = 'view' OR sql LIKE 'CREATE VIRTUAL%'))"));
+    if (!found)
+        return messageOf(query.lastError());
+    return query.next()
+               ? QStringLiteral("its table %1 is a view or has a trigger").arg(query.value(1).toString())
+               : QString();
 }
 
-} // namespace
-
-QString makeProjectFolder()
+QString openProject(int folder, const QString& name, QFile& file, std::shared_ptr<PrivateDatabase>& database)
 {
-    const QString folder = QCoreApplication::applicationDirPath() + QLatin1String("/compile/database");
-    if (QFileInfo::exists(folder) || QDir().mkpath(folder))
-        return QString();
-    return QStringLiteral("can not make the folder %1: %2").arg(folder, systemMessage());
+    QString problem = openRegular(folder, name, file);
+    if (problem.isEmpty())
+        problem = journalProblem(folder, name);
+    if (!problem.isEmpty())
+        return problem;
+    database = std::make_shared<PrivateDatabase>(&file);
+    return database->problem().isEmpty() ? schemaProblem(*database) : database->problem();
 }
-
-ScopedDatabase::ScopedDatabase(const QString& fileName, bool writable) : m_name(connectionName())
-{
-    QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_name);
-    database.setDatabaseName(fileName);
-    if (!writable)
-        database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY"));
-    database.open();
-}
-
-ScopedDatabase::~ScopedDatabase()
-{
-    database().close();
-    QSqlDatabase::removeDatabase(m_name);
-}
-
-QString ScopedDatabase::run(const QString& statement)
-{
-    QSqlQuery query(database());
-    return query.exec(statement) ? QString() : messageOf(query.lastError());
-}
-
-struct ProjectWriter::Statements
-{
-    explicit Statements(const QSqlDatabase& database) : link(database), node(database), tag(database) {}
-
-    QSqlQuery link;
-    QSqlQuery node;
-    QSqlQuery tag;
-};
-
-namespace {
 
 /// Runs a prepared statement with these values. Returns SQLite's message, empty on success.
 QString insert(QSqlQuery& query, const QVariantList& values)
@@ -141,47 +92,72 @@ QString insert(QSqlQuery& query, const QVariantList& values)
 
 } // namespace
 
-ProjectWriter::ProjectWriter(const QString& fileName, Beginning beginning)
-    : m_fileName(fileName),
-      m_newName(QStringLiteral("%1.new-%2").arg(fileName).arg(QCoreApplication::applicationPid()))
+QString makeProjectFolder()
 {
-    QFile::remove(m_newName);
-    removeLeftovers(fileName);
-    const QString journal = journalBeside(fileName);
-    if (!journal.isEmpty())
-        check(
-            QStringLiteral("another program is changing it, or has died doing so (%1 exists)").arg(journal));
-    else if (beginning == Empty || check(copyOldProject()))
+    const QString folder = QCoreApplication::applicationDirPath() + QLatin1String("/compile/database");
+    if (QFileInfo::exists(folder) || QDir().mkpath(folder))
+        return QString();
+    return QStringLiteral("cannot make the folder %1: %2").arg(folder, systemMessage(errno));
+}
+
+struct ProjectWriter::Statements
+{
+    explicit Statements(const QSqlDatabase& database) : link(database), node(database), tag(database) {}
+
+    QSqlQuery link;
+    QSqlQuery node;
+    QSqlQuery tag;
+};
+
+ProjectWriter::ProjectWriter(const QString& fileName, Beginning beginning)
+    : m_fileName(fileName), m_newFile(fileName, FilePlace::FileOnly), m_error(m_newFile.error())
+{
+    if (m_error.isEmpty() && check(lock()) && check(begin(beginning)))
         prepare(beginning);
 }
 
-ProjectWriter::~ProjectWriter()
+ProjectWriter::~ProjectWriter() = default;
+
+/// Keeps others from writing until this object is gone.
+QString ProjectWriter::lock()
 {
-    discard();
+    // The folder, not a file in it: there is nothing to be left over, or to be put there by somebody else.
+    if (::flock(m_newFile.folder(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
+        return QStringLiteral("another program is writing it, try again when it is done");
+    m_newFile.removeLeftovers();
+    return QString();
 }
 
-QString ProjectWriter::copyOldProject()
+QString ProjectWriter::begin(Beginning beginning)
 {
-    const QString problem = openingProblem(m_fileName);
-    QFile old(m_fileName);
-    return !problem.isEmpty() || old.copy(m_newName) ? problem : old.errorString();
+    const QString name = QFileInfo(m_fileName).fileName();
+    QFile old;
+    if (beginning == FromOldProject) {
+        QString problem = openProject(m_newFile.folder(), name, old, m_database);
+        if (problem.isEmpty())
+            m_newFile.limitAccess(old.handle());
+        return problem;
+    }
+    const bool exists = openRegular(m_newFile.folder(), name, old).isEmpty();
+    if (beginning == EmptyIfNone && exists)
+        return QStringLiteral("there is a project already");
+    m_database = std::make_shared<PrivateDatabase>();
+    return m_database->problem().isEmpty() ? journalProblem(m_newFile.folder(), name) : m_database->problem();
 }
 
 void ProjectWriter::prepare(Beginning beginning)
 {
-    if (!check(writingProblem(m_newName)))
-        return;
-    m_database = std::make_unique<ScopedDatabase>(m_newName, true);
-    if (!check(messageOf(m_database->database().lastError())))
-        return;
-    // Nobody sees the file before it is complete and synced as a whole.
-    const std::vector<const char*> start = {"PRAGMA journal_mode = OFF", "PRAGMA synchronous = OFF", "BEGIN"};
     const std::vector<const char*> tables = {
         "CREATE TABLE LINK (LINKID INTEGER, HMIPORT INTEGER)",
         "CREATE TABLE NODE (LINKID INTEGER, STATIONID INTEGER, ISDEFAULT INTEGER, IP TEXT, PORT INTEGER)",
         "CREATE TABLE custom_tag_table (connector_id INTEGER, address TEXT)",
     };
-    if (!run(start) || (beginning == Empty && !run(tables)))
+    if (!run({"BEGIN"}) || (beginning != FromOldProject && !run(tables)))
+        return;
+    ProjectReader reader = contents();
+    m_tagCounts = reader.tagCounts();
+    m_error = reader.error();
+    if (!m_error.isEmpty())
         return;
     m_statements = std::make_unique<Statements>(m_database->database());
     m_statements->link.prepare(QStringLiteral("INSERT INTO LINK (LINKID, HMIPORT) VALUES (?, ?)"));
@@ -202,7 +178,7 @@ bool ProjectWriter::run(const std::vector<const char*>& statements)
 bool ProjectWriter::check(const QString& problem)
 {
     if (m_error.isEmpty() && !problem.isEmpty())
-        m_error = QStringLiteral("can not write project %1: %2").arg(m_fileName, problem);
+        m_error = QStringLiteral("cannot write %1: %2").arg(m_fileName, shown(problem));
     return m_error.isEmpty();
 }
 
@@ -220,11 +196,13 @@ bool ProjectWriter::addNode(const ProjectNode& node)
 
 bool ProjectWriter::addTag(const ProjectTag& tag)
 {
+    ++m_tagCounts[tag.linkId];
     return m_error.isEmpty() && check(insert(m_statements->tag, {tag.linkId, tag.address}));
 }
 
 bool ProjectWriter::removeTags(int linkId)
 {
+    m_tagCounts.remove(linkId);
     return m_error.isEmpty() &&
            check(m_database->run(
                QStringLiteral("DELETE FROM custom_tag_table WHERE connector_id = %1").arg(linkId)));
@@ -232,52 +210,61 @@ bool ProjectWriter::removeTags(int linkId)
 
 bool ProjectWriter::commit()
 {
-    if (m_error.isEmpty() && check(m_database->run(QStringLiteral("COMMIT"))))
+    if (m_error.isEmpty() && check(countProblem()) && run({"COMMIT"}))
         finish();
-    discard();
     return m_error.isEmpty();
 }
 
-bool ProjectWriter::finish()
+/// A table can be made so that it swallows rows without an error.
+QString ProjectWriter::countProblem() const
 {
-    m_statements.reset();
-    m_database.reset();
-    if (!check(synchronize(m_newName, O_RDWR)))
-        return false;
-    if (std::rename(QFile::encodeName(m_newName).constData(), QFile::encodeName(m_fileName).constData()) != 0)
-        return check(systemMessage());
-    return check(synchronize(QFileInfo(m_fileName).absolutePath(), O_RDONLY | O_DIRECTORY));
+    return contents().tagCounts() == m_tagCounts
+               ? QString()
+               : QStringLiteral("its table custom_tag_table does not take all tags");
 }
 
-void ProjectWriter::discard()
+void ProjectWriter::finish()
 {
     m_statements.reset();
-    m_database.reset();
-    QFile::remove(m_newName);
+    QFile& content = m_database->close();
+    for (QByteArray bytes = content.read(chunk); !bytes.isEmpty(); bytes = content.read(chunk))
+        m_newFile.write(bytes);
+    if (content.error() != QFile::NoError)
+        check(content.errorString());
+    else if (!m_newFile.commit())
+        m_error = m_newFile.error();
 }
 
-ProjectReader::ProjectReader(const QString& fileName) : m_fileName(fileName), m_database(fileName, false)
+ProjectReader::ProjectReader(const QString& fileName) : m_fileName(fileName)
 {
-    QString problem = openingProblem(fileName);
-    if (problem.isEmpty() && !m_database.isOpen())
-        problem = messageOf(m_database.database().lastError());
-    if (!problem.isEmpty())
-        m_error = QStringLiteral("can not read project %1: %2").arg(fileName, problem);
+    QFile file;
+    check(openProject(AT_FDCWD, fileName, file, m_database));
+}
+
+ProjectReader::ProjectReader(const QString& fileName, const std::shared_ptr<PrivateDatabase>& database)
+    : m_fileName(fileName), m_database(database)
+{
+}
+
+/// Keeps the first problem. Returns whether there is none.
+bool ProjectReader::check(const QString& problem)
+{
+    if (m_error.isEmpty() && !problem.isEmpty())
+        m_error = QStringLiteral("cannot read project %1: %2").arg(m_fileName, shown(problem));
+    return m_error.isEmpty();
 }
 
 bool ProjectReader::forEachRow(const QString& statement, const std::function<void(const QSqlQuery&)>& visit)
 {
     if (!m_error.isEmpty())
         return false;
-    QSqlQuery query(m_database.database());
+    QSqlQuery query(m_database->database());
     query.setForwardOnly(true);
     if (query.exec(statement)) {
         while (query.next())
             visit(query);
     }
-    if (query.lastError().isValid())
-        m_error = QStringLiteral("can not read project %1: %2").arg(m_fileName, messageOf(query.lastError()));
-    return m_error.isEmpty();
+    return check(query.lastError().isValid() ? messageOf(query.lastError()) : QString());
 }
 
 QVector<ProjectLink> ProjectReader::links()
@@ -300,11 +287,11 @@ QVector<ProjectNode> ProjectReader::nodes()
     return nodes;
 }
 
-QMap<int, int> ProjectReader::tagCounts()
+QMap<int, qint64> ProjectReader::tagCounts()
 {
-    QMap<int, int> counts;
+    QMap<int, qint64> counts;
     forEachRow(QStringLiteral("SELECT connector_id, COUNT(*) FROM custom_tag_table GROUP BY connector_id"),
-               [&](const QSqlQuery& row) { counts[row.value(0).toInt()] += row.value(1).toInt(); });
+               [&](const QSqlQuery& row) { counts[row.value(0).toInt()] += row.value(1).toLongLong(); });
     return counts;
 }
 

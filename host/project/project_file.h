@@ -1,8 +1,10 @@
 #ifndef PROJECT_PROJECT_FILE_H
 #define PROJECT_PROJECT_FILE_H
 
+#include "project/private_database.h"
+#include "text/new_file.h"
+
 #include <QMap>
-#include <QSqlDatabase>
 #include <QString>
 #include <QVector>
 
@@ -39,38 +41,58 @@ constexpr int ethernetHmiPort = 2000;
 /// sentence that says why it could not; empty if the folder exists.
 QString makeProjectFolder();
 
-/// An open SQLite file, registered with QtSql under a name of its own; closed and unregistered at the end.
-class ScopedDatabase
+/// Reads a project, and never changes or creates one: it reads a copy of the file as it was at the beginning.
+///
+/// What is no project is refused as a whole: a symbolic link, a device or a pipe, a damaged file, one that
+/// another program is changing, and one whose tables are views or have triggers.
+class ProjectReader
 {
 public:
-    /// Opens read-only; if writable, opens or creates.
-    ScopedDatabase(const QString& fileName, bool writable);
-    ~ScopedDatabase();
-    ScopedDatabase(const ScopedDatabase&) = delete;
-    ScopedDatabase& operator=(const ScopedDatabase&) = delete;
+    explicit ProjectReader(const QString& fileName);
 
-    bool isOpen() const { return database().isOpen(); }
-    QSqlDatabase database() const { return QSqlDatabase::database(m_name, false); }
+    /// In the order in which the database gives them. An empty list after a failure: see error().
+    QVector<ProjectLink> links();
+    QVector<ProjectNode> nodes();
 
-    /// Runs one statement. Returns SQLite's message, empty on success.
-    QString run(const QString& statement);
+    /// How many tags each link has; links without tags have no entry.
+    QMap<int, qint64> tagCounts();
+
+    /// Calls visit for each tag of all links. Returns false after a failure.
+    bool forEachTag(const std::function<void(const ProjectTag&)>& visit);
+
+    /// The same for the tags of one link.
+    bool forEachTagOf(int linkId, const std::function<void(const ProjectTag&)>& visit);
+
+    /// One sentence that names the file; empty as long as all went well.
+    const QString& error() const { return m_error; }
 
 private:
-    const QString m_name;
+    friend class ProjectWriter;
+    ProjectReader(const QString& fileName, const std::shared_ptr<PrivateDatabase>& database);
+
+    bool check(const QString& problem);
+    bool forEachTagIn(const QString& rows, const std::function<void(const ProjectTag&)>& visit);
+    bool forEachRow(const QString& statement, const std::function<void(const class QSqlQuery&)>& visit);
+
+    const QString m_fileName;
+    QString m_error;
+    std::shared_ptr<PrivateDatabase> m_database;
 };
 
-/// Writes a complete project next to the old one; commit() puts it in the old one's place once it is on the
-/// disk. Until commit() has succeeded the old project stays as it was. Without commit() the new one is
-/// deleted with this object.
+/// Writes a whole project and puts it in the old one's place only when it is complete and on the disk. Until
+/// commit() has succeeded the old project stays as it was; without commit() the new one goes away with this
+/// object.
 ///
-/// After a failure every further call fails with the same error.
+/// There is one writer at a time for a folder: the second one is refused, and so is one for whatever
+/// ProjectReader refuses. After a failure every further call fails with the same error.
 class ProjectWriter
 {
 public:
     enum Beginning
     {
-        Empty,         ///< with empty tables
-        FromOldProject ///< with everything that the old one holds
+        Empty,         ///< with its tables only
+        EmptyIfNone,   ///< the same, but a project that is there already is an error
+        FromOldProject ///< with all that the old one holds
     };
 
     explicit ProjectWriter(const QString& fileName, Beginning beginning = Empty);
@@ -82,6 +104,13 @@ public:
     bool addNode(const ProjectNode& node);
     bool addTag(const ProjectTag& tag);
     bool removeTags(int linkId);
+
+    /// What is in the new project so far. There is no error yet; the reader goes before commit().
+    ProjectReader contents() const { return ProjectReader(m_fileName, m_database); }
+
+    /// How many tags the link has; all of them are in the file once commit() has succeeded.
+    qint64 tagCount(int linkId) const { return m_tagCounts.value(linkId); }
+
     bool commit();
 
     /// One sentence that names the file; empty as long as all has gone well.
@@ -90,49 +119,20 @@ public:
 private:
     struct Statements;
 
+    QString lock();
+    QString begin(Beginning beginning);
     void prepare(Beginning beginning);
-    QString copyOldProject();
     bool run(const std::vector<const char*>& statements);
     bool check(const QString& problem);
-    bool finish();
-    void discard();
+    QString countProblem() const;
+    void finish();
 
     const QString m_fileName;
-    const QString m_newName;
+    NewFile m_newFile;
     QString m_error;
-    std::unique_ptr<ScopedDatabase> m_database;
+    std::shared_ptr<PrivateDatabase> m_database;
     std::unique_ptr<Statements> m_statements;
-};
-
-/// Reads a project, and never changes or creates one.
-class ProjectReader
-{
-public:
-    explicit ProjectReader(const QString& fileName);
-
-    /// In the order of the database. After a failure the list is empty: see error().
-    QVector<ProjectLink> links();
-    QVector<ProjectNode> nodes();
-
-    /// How many tags each link has; links without tags have no entry.
-    QMap<int, int> tagCounts();
-
-    /// Calls visit for each tag of all links. Returns false after a failure.
-    bool forEachTag(const std::function<void(const ProjectTag&)>& visit);
-
-    /// The same for the tags of one link.
-    bool forEachTagOf(int linkId, const std::function<void(const ProjectTag&)>& visit);
-
-    /// One sentence that names the file; empty as long as all has gone well.
-    const QString& error() const { return m_error; }
-
-private:
-    bool forEachTagIn(const QString& rows, const std::function<void(const ProjectTag&)>& visit);
-    bool forEachRow(const QString& statement, const std::function<void(const class QSqlQuery&)>& visit);
-
-    const QString m_fileName;
-    QString m_error;
-    ScopedDatabase m_database;
+    QMap<int, qint64> m_tagCounts; ///< as they must be found before the end
 };
 
 #endif

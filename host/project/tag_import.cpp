@@ -19,13 +19,13 @@ public:
         CsvRow row;
         int rows = 0;
         for (; !m_result.stopped && m_reader.next(row); ++rows) {
-            if (!(rows == 0 && isHeader(row)))
+            if (rows == 0 && isHeader(row))
+                m_hasHeader = true;
+            else if (m_hasHeader || !isComment(row))
                 readRow(row);
             if (rows % rowsBetween == 0 && !betweenRows())
                 m_result.stopped = true;
         }
-        if (rows == 0)
-            addProblem({1, QStringLiteral("the file is empty; a header alone would be no tags")});
         if (!m_result.stopped)
             findDuplicates();
         return m_result;
@@ -50,19 +50,20 @@ private:
         return row.problem.isEmpty() && qstricmp(row.fields.first().constData(), "address") == 0;
     }
 
+    static bool isComment(const CsvRow& row) { return row.fields.first().trimmed().startsWith('#'); }
+
     void readRow(const CsvRow& row)
     {
         QString problem = row.problem;
         if (problem.isEmpty())
             problem = columnProblem(row.fields.size());
-        const auto address = problem.isEmpty() ? parseAddress(QString::fromUtf8(row.fields.first()),
-                                                              Grammar::ModbusTcp, problem)
-                                               : std::nullopt;
+        const QString text = QString::fromUtf8(row.fields.first()).trimmed();
+        const auto address = problem.isEmpty() ? parseTag(text, Grammar::ModbusTcp, problem) : std::nullopt;
         if (!address)
             return addProblem({row.line, problem});
         m_seen.push_back({address->key(), row.line});
         ++m_result.tags;
-        if (m_result.problemCount == 0 && !m_take(QString::fromLatin1(row.fields.first())))
+        if (m_result.problemCount == 0 && !m_take(text))
             m_result.stopped = true;
     }
 
@@ -119,6 +120,7 @@ private:
     ImportResult m_result;
     std::vector<Seen> m_seen;
     int m_columns = 0;
+    bool m_hasHeader = false;
 };
 
 } // namespace

@@ -26,9 +26,10 @@ constexpr int mostProblemsListed = 20;
 /// Receives the address of a tag, as written. Returning false ends the import.
 using TakeTag = std::function<bool(const QString& address)>;
 
-/// Reads the tags of a CSV file: one per row, its address in the first column. A first row whose first field
-/// is "address", in upper or lower case, is the header. All rows must have as many columns as the first one;
-/// the other columns (names, comments) mean nothing to a driver and are ignored.
+/// Reads the tags of a CSV file: one on each row, its address in the first column. A first row whose first
+/// field is "address", in any case, is the header. All rows have as many columns as the first one; what
+/// stands in the others (names, comments) says nothing to a driver and is left out. Blanks around addresses
+/// do not count, nor do rows that begin with # in a file without a header.
 ///
 /// Errors are: rows that are not CSV or have another number of columns, addresses that parseAddress
 /// refuses, and addresses that an earlier line already has. take gets every tag until the first wrong row;

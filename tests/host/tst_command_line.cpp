@@ -59,12 +59,12 @@ private:
 
 void tst_command_line::initTestCase()
 {
-    QCOMPARE(Run(QStringLiteral("project create --tag DO1")).status, int(Done));
+    QCOMPARE(Run(QStringLiteral("project create --replace --tag DO1")).status, int(Done));
 }
 
 void tst_command_line::cleanup()
 {
-    QCOMPARE(Run(QStringLiteral("project create --tag DO1")).status, int(Done));
+    QCOMPARE(Run(QStringLiteral("project create --replace --tag DO1")).status, int(Done));
 }
 
 void tst_command_line::cleanupTestCase()
@@ -216,7 +216,8 @@ void tst_command_line::info()
 void tst_command_line::project()
 {
     const Run create(
-        QStringLiteral("project create --link 4 --station 9 --device 10.0.0.1:1502 --tag DO1 --tag 2-DI5"));
+        QStringLiteral("project create --replace --link 4 --station 9 --device 10.0.0.1:1502 --tag DO1 "
+                       "--tag 2-DI5"));
     QCOMPARE(create.status, int(Done));
     QVERIFY(create.out.contains(GetDatabaseName()));
     QCOMPARE(Run(QStringLiteral("project show --all")).out,
@@ -252,9 +253,11 @@ void tst_command_line::tagFile_data()
     QTest::addColumn<QByteArray>("content");
     QTest::addColumn<QString>("expected"); ///< "TAGS tags" or an error
     QTest::newRow("comment and blank lines") << QByteArray("# coils\nDO1\r\n\n  DI2  \nDO3") << "3 tag(s)";
-    QTest::newRow("empty") << QByteArray() << "0 tag(s)";
-    QTest::newRow("two words") << QByteArray("DO1\nDO2 DO3\n") << "error: --tags: line 2 of ";
-    QTest::newRow("binary") << QByteArray("DO1\nDO\0002\n", 9) << "error: --tags: line 2 of ";
+    QTest::newRow("a list for import") << QByteArray("Address,name\nDO1,pump\n") << "1 tag(s)";
+    QTest::newRow("empty") << QByteArray() << "tags has no tag; the project is as it was";
+    QTest::newRow("header alone") << QByteArray("address\n") << "tags has no tag; the project is as it was";
+    QTest::newRow("two words") << QByteArray("DO1\nDO2 DO3\n") << "tags:2: \"DO2 DO3\" has more behind";
+    QTest::newRow("binary") << QByteArray("DO1\nDO\0002\n", 9) << "tags:2: it has the control character 0";
 }
 
 void tst_command_line::tagFile()
@@ -265,12 +268,11 @@ void tst_command_line::tagFile()
     QVERIFY(file.open(QIODevice::WriteOnly));
     QCOMPARE(file.write(content), qint64(content.size()));
     file.close();
-    const Run run(
-        {QStringLiteral("project"), QStringLiteral("create"), QStringLiteral("--tags"), file.fileName()});
-    QCOMPARE(run.status, int(expected.startsWith(QLatin1String("error")) ? WrongCommandLine : Done));
-    QVERIFY2((run.out + run.err).contains(expected), qPrintable(run.out + run.err));
-    QVERIFY(Run(QStringLiteral("project create --tags /nonexistent/tags"))
-                .err.contains(QLatin1String("/nonexistent/tags")));
+    for (const char* command : {"project create --replace --tags ", "project import "}) {
+        const Run run(QLatin1String(command) + file.fileName());
+        QCOMPARE(run.status, int(expected.endsWith(QLatin1String("tag(s)")) ? Done : WrongCommandLine));
+        QVERIFY2((run.out + run.err).contains(expected), qPrintable(run.out + run.err));
+    }
 }
 
 // One command through the real driver, answered by the test.

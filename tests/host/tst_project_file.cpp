@@ -1,5 +1,8 @@
 #include "project/project_file.h"
 
+#include <QProcess>
+#include <QSqlError>
+#include <QSqlQuery>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -29,11 +32,20 @@ QString tagsOf(const QString& fileName)
     return done ? tags.join(QLatin1Char(' ')) : reader.error();
 }
 
-void writeFile(const QString& fileName, const QByteArray& content)
+/// Runs statements on a project as other programs do, in its place.
+bool change(const QString& fileName, const QString& statements)
 {
-    QFile file(fileName);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), qint64(content.size()));
+    const QString name = QStringLiteral("change");
+    bool done = true;
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+        database.setDatabaseName(fileName);
+        done = database.open();
+        for (const QString& statement : statements.split(QStringLiteral("; ")))
+            done = done && !database.exec(statement).lastError().isValid();
+    }
+    QSqlDatabase::removeDatabase(name);
+    return done;
 }
 
 } // namespace
@@ -46,14 +58,16 @@ private slots:
     void init();
     void writtenAndRead();
     void oldProjectStaysWithoutCommit();
-    void leftoversOfKilledWritersGo();
     void fullDiskKeepsTheOldProject();
-    void refusals();
-    void damagedProjects_data();
-    void damagedProjects();
+    void oneWriterAtATime();
+    void swallowedTags();
+    void accessIsThatOfTheOldOne();
+    void logModeWithoutLog();
+    void refused_data();
+    void refused();
 
 private:
-    QStringList files() const { return QDir(m_folder->path()).entryList(QDir::Files); }
+    QStringList files() const { return QDir(m_folder->path()).entryList(QDir::Files | QDir::System); }
 
     QScopedPointer<QTemporaryDir> m_folder;
     QString m_file;
@@ -88,6 +102,8 @@ void tst_project_file::writtenAndRead()
 
 void tst_project_file::oldProjectStaysWithoutCommit()
 {
+    QVERIFY(QFile(m_file + QStringLiteral(".new-0123456789abcdef"))
+                .open(QIODevice::WriteOnly)); // of a killed one
     QCOMPARE(writeProject(m_file, {QStringLiteral("DO1")}), QString());
     {
         ProjectWriter writer(m_file);
@@ -98,18 +114,6 @@ void tst_project_file::oldProjectStaysWithoutCommit()
     QCOMPARE(tagsOf(m_file), QStringLiteral("DO1"));
     QCOMPARE(writeProject(m_file, {QStringLiteral("DO2")}), QString());
     QCOMPARE(tagsOf(m_file), QStringLiteral("DO2"));
-}
-
-void tst_project_file::leftoversOfKilledWritersGo()
-{
-    const QString ofNobody = m_file + QStringLiteral(".new-2147483647");
-    const QString ofSomebodyAtWork = m_file + QStringLiteral(".new-1");
-    const QString notOurs = m_file + QStringLiteral(".new-idea");
-    for (const QString& name : {ofNobody, ofSomebodyAtWork, notOurs})
-        QVERIFY(QFile(name).open(QIODevice::WriteOnly));
-    QCOMPARE(writeProject(m_file, {QStringLiteral("DO1")}), QString());
-    QCOMPARE(files(), QStringList({QStringLiteral("database"), QStringLiteral("database.new-1"),
-                                   QStringLiteral("database.new-idea")}));
 }
 
 void tst_project_file::fullDiskKeepsTheOldProject()
@@ -125,58 +129,106 @@ void tst_project_file::fullDiskKeepsTheOldProject()
     QCOMPARE(::setrlimit(RLIMIT_FSIZE, &small), 0);
     const QString error = writeProject(m_file, many);
     QCOMPARE(::setrlimit(RLIMIT_FSIZE, &usual), 0);
-    QVERIFY2(error.startsWith(QStringLiteral("can not write project %1: ").arg(m_file)), qPrintable(error));
+    QVERIFY2(error.startsWith(QStringLiteral("cannot write %1: ").arg(m_file)), qPrintable(error));
     QCOMPARE(files(), QStringList(QStringLiteral("database")));
     QCOMPARE(tagsOf(m_file), QStringLiteral("DO1"));
 }
 
-void tst_project_file::refusals()
+void tst_project_file::oneWriterAtATime()
 {
-    const QString nowhere = m_folder->filePath(QStringLiteral("none/database"));
-    QCOMPARE(writeProject(nowhere, {}),
-             QStringLiteral("can not write project %1: No such file or directory").arg(nowhere));
-
-    QCOMPARE(writeProject(m_file, {QStringLiteral("DO1")}), QString());
-    writeFile(m_file + QStringLiteral("-wal"), "changes of somebody else");
-    QVERIFY(writeProject(m_file, {QStringLiteral("DO2")}).contains(m_file + QStringLiteral("-wal exists")));
-    QVERIFY(QFile::remove(m_file + QStringLiteral("-wal")));
-    QCOMPARE(tagsOf(m_file), QStringLiteral("DO1"));
-    QCOMPARE(files(), QStringList(QStringLiteral("database")));
-}
-
-void tst_project_file::damagedProjects_data()
-{
-    QTest::addColumn<QString>("damage");
-    QTest::addColumn<QString>("error");
-    QTest::newRow("missing") << "missing"
-                             << "it does not exist";
-    QTest::newRow("directory") << "directory"
-                               << "it is a directory";
-    QTest::newRow("empty") << "empty"
-                           << "no such table";
-    QTest::newRow("no database") << "text"
-                                 << "file is not a database";
-    QTest::newRow("truncated") << "truncated"
-                               << "malformed";
-}
-
-void tst_project_file::damagedProjects()
-{
-    QFETCH(QString, damage);
-    QFETCH(QString, error);
-    if (damage == QLatin1String("directory"))
-        QVERIFY(QDir().mkpath(m_file));
-    else if (damage == QLatin1String("empty"))
-        writeFile(m_file, QByteArray());
-    else if (damage == QLatin1String("text"))
-        writeFile(m_file, QByteArray(5000, 'x'));
-    else if (damage == QLatin1String("truncated")) {
-        QCOMPARE(writeProject(m_file, QStringList({QStringLiteral("DO1")})), QString());
-        QVERIFY(QFile(m_file).resize(5000));
+    {
+        ProjectWriter first(m_file);
+        QVERIFY(writeProject(m_file, {}).contains(QLatin1String("another program is writing it")));
+        QVERIFY(first.commit());
     }
-    const QString text = tagsOf(m_file);
-    QVERIFY2(text.startsWith(QStringLiteral("can not read project %1: ").arg(m_file)), qPrintable(text));
-    QVERIFY2(text.contains(error), qPrintable(text));
+    QCOMPARE(writeProject(m_file, {}), QString());
+    ProjectWriter late(m_file, ProjectWriter::EmptyIfNone);
+    QVERIFY(!late.commit());
+    QVERIFY2(late.error().contains(QLatin1String("there is a project already")), qPrintable(late.error()));
+}
+
+void tst_project_file::swallowedTags()
+{
+    QCOMPARE(writeProject(m_file, {QStringLiteral("DO1")}), QString());
+    QVERIFY(change(m_file,
+                   QStringLiteral("DROP TABLE custom_tag_table; CREATE TABLE custom_tag_table (connector_id "
+                                  "INTEGER UNIQUE ON CONFLICT IGNORE, address TEXT)")));
+    ProjectWriter writer(m_file, ProjectWriter::FromOldProject);
+    QVERIFY(writer.addTag({1, QStringLiteral("DO1")}) && writer.addTag({1, QStringLiteral("DO2")}));
+    QVERIFY(!writer.commit());
+    QVERIFY2(writer.error().contains(QLatin1String("does not take all tags")), qPrintable(writer.error()));
+}
+
+void tst_project_file::accessIsThatOfTheOldOne()
+{
+    QCOMPARE(writeProject(m_file, {QStringLiteral("DO1")}), QString());
+    QVERIFY(QFile::setPermissions(m_file, QFile::ReadOwner));
+    const QFile::Permissions before = QFileInfo(m_file).permissions();
+    QVERIFY(ProjectWriter(m_file, ProjectWriter::FromOldProject).commit());
+    QCOMPARE(QFileInfo(m_file).permissions(), before);
+    QCOMPARE(tagsOf(m_file), QStringLiteral("DO1"));
+}
+
+void tst_project_file::logModeWithoutLog()
+{
+    QCOMPARE(writeProject(m_file, {QStringLiteral("DO1")}), QString());
+    QVERIFY(change(m_file, QStringLiteral("PRAGMA journal_mode = WAL")));
+    QCOMPARE(tagsOf(m_file), QStringLiteral("DO1"));
+    QVERIFY(ProjectWriter(m_file, ProjectWriter::FromOldProject).commit());
+    QCOMPARE(files(), QStringList(QStringLiteral("database")));
+}
+
+void tst_project_file::refused_data()
+{
+    QTest::addColumn<QString>("error"); ///< after what the row is named by, SQL or a shell's command
+    const auto row = [](const char* change, const char* error) { QTest::newRow(change) << QString(error); };
+    row("rm database", "it does not exist");
+    row("rm database; mkdir database", "it is a directory");
+    row("mv database other; ln -s other database", "it is a symbolic link");
+    row("rm database; mkfifo database", "it is no regular file");
+    row(": > database", "no such table");
+    row("head -c 5000 /dev/zero > database", "file is not a database");
+    row("truncate -s -1 database", "it is damaged: only");
+    row("truncate -s 8192 database", "it is damaged: only");
+    row("truncate -s +1 database", "its last page is cut off");
+    row("dd if=/dev/zero of=database bs=4096 seek=4 count=1 conv=notrunc status=none", "it is damaged: ");
+    row("echo changes > database-wal", "there is database-wal");
+    row("ln -s database database-journal", "there is database-journal");
+    row("CREATE TRIGGER t AFTER INSERT ON custom_tag_table BEGIN DELETE FROM LINK;END",
+        "its table custom_tag_table is a view or has a trigger");
+    row("DROP TABLE LINK; CREATE VIEW Link AS WITH RECURSIVE r(i, j) AS (SELECT 1, 2 UNION ALL SELECT i + 1, "
+        "2 FROM "
+        "r) SELECT i AS LINKID, j AS HMIPORT FROM r",
+        "its table Link is a view or has a trigger");
+    row("DROP TABLE NODE; CREATE VIRTUAL TABLE NODE USING fts4(STATIONID)",
+        "its table NODE is a view or has");
+}
+
+void tst_project_file::refused()
+{
+    QFETCH(QString, error);
+    QStringList tags;
+    for (int i = 1; i <= 3000; ++i)
+        tags += QStringLiteral("DO%1").arg(i);
+    QCOMPARE(writeProject(m_file, tags), QString());
+    const QString damage = QString::fromLatin1(QTest::currentDataTag());
+    if (damage.at(0).isUpper())
+        QVERIFY(change(m_file, damage));
+    else
+        QCOMPARE(QProcess::execute(
+                     QStringLiteral("sh"),
+                     {QStringLiteral("-c"), QStringLiteral("cd \"%1\"; ").arg(m_folder->path()) + damage}),
+                 0);
+    const QStringList before = files();
+    const QString read = tagsOf(m_file);
+    QVERIFY2(read.startsWith(QStringLiteral("cannot read project %1: ").arg(m_file)), qPrintable(read));
+    QVERIFY2(read.contains(error), qPrintable(read));
+    {
+        ProjectWriter writer(m_file, ProjectWriter::FromOldProject);
+        QVERIFY(!writer.commit());
+        QVERIFY2(writer.error().contains(m_file + QStringLiteral(": ")), qPrintable(writer.error()));
+    }
+    QCOMPARE(files(), before);
 }
 
 QTEST_GUILESS_MAIN(tst_project_file)

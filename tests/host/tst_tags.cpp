@@ -123,7 +123,9 @@ void tst_tags::importing_data()
     row("header and more columns", "Address,name\nDI5,\"a, b\"\n2-do7,\n", "DI5 2-do7", "");
     row("no header", "DI5\nDO1\n", "DI5 DO1", "");
     row("header alone", "address\n", "", "");
-    row("empty", "", "", "1: the file is empty; a header alone would be no tags");
+    row("comments and blanks without a header", "# pumps, \"left\"\n DI5\t\n", "DI5", "");
+    row("none with a header", "address\n#DI5\n", "",
+        "2: \"#DI5\" is in no area of the driver (DI, DO, FN5DO, HR, FN6HR, IR)");
     row("a second header is no address", "address\naddress\n", "",
         "2: \"address\" is in no area of the driver (DI, DO, FN5DO, HR, FN6HR, IR)");
     row("columns", "DI5,a\nDI6\nDI7,b\nDI8,c,d\n", "DI5",

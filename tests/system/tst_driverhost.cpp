@@ -134,7 +134,7 @@ void tst_driverhost::mbpollReadsWhatIsWritten_data()
     QTest::newRow("write HR560 --type byte --as text Valves") << "-t 4 -r 560 -c 3"
                                                               << "24918 30316 29541";
     QTest::newRow("write 'HR563:string(6)' Valve --verify") << "-t 4 -r 563 -c 3"
-                                                 << "22113 27766 25856";
+                                                            << "22113 27766 25856";
     QTest::newRow("write DO501 1 0 1 1") << "-t 0 -r 501 -c 4"
                                          << "1 0 1 1";
     QTest::newRow("write FN5DO510 1 1 0") << "-t 0 -r 510 -c 3"
