@@ -5,8 +5,7 @@
 #include "session/session.h"
 #include "text/json_line.h"
 #include "tools/project_database.h"
-#include "watch/csv_recorder.h"
-#include "watch/poller.h"
+#include "watch/record_writer.h"
 #include "watch/sample_text.h"
 #include "watch/screen.h"
 
@@ -143,6 +142,7 @@ private:
     const QString m_peer;
     const QString m_station;
     CsvRecorder* const m_recorder;
+    std::optional<RecordWriter> m_writer;
     Console& m_console;
     WatchState m_state;
     QVector<Reading> m_sample; ///< the readings of the current sample so far
@@ -163,6 +163,8 @@ Watch::Watch(const WatchOptions& options, const QVector<Item>& items, Session& s
       m_station(QString::number(session.link().stationId())), m_recorder(recorder), m_console(console),
       m_state(items), m_poller(session, plan())
 {
+    if (recorder)
+        m_writer.emplace(*recorder, items, milliseconds(options.interval));
     openScreen();
 }
 
@@ -219,6 +221,8 @@ void Watch::takeReadings()
 {
     for (const Reading& reading : m_poller.take()) {
         m_state.add(reading);
+        if (m_writer)
+            m_writer->add(reading);
         m_sample += reading;
         if (reading.endsSample)
             finishSample();
@@ -227,8 +231,6 @@ void Watch::takeReadings()
 
 void Watch::finishSample()
 {
-    if (m_recorder)
-        m_recorder->append(csvRow(m_state.items(), m_sample));
     if (m_options.link.format == OutputFormat::Json)
         printJsonLine(m_console.out, sampleObject(m_state.items(), m_sample));
     else if (!m_screen)
@@ -344,6 +346,11 @@ int Watch::exitStatus()
     return Done;
 }
 
+RecordStations stationsOf(Session& session)
+{
+    return {session.link().stationId(), effectiveSetting(session.driver(), LinkOptions()).stationid};
+}
+
 int watchItems(const WatchOptions& options, QVector<Item> items, Session& session, Console& console)
 {
     QString error = options.notation ? takeNotation(items, *options.notation) : QString();
@@ -356,7 +363,7 @@ int watchItems(const WatchOptions& options, QVector<Item> items, Session& sessio
     error.clear();
     std::unique_ptr<CsvRecorder> recorder;
     if (!options.csvFile.isEmpty())
-        recorder = CsvRecorder::open(options.csvFile, csvHeader(items), error);
+        recorder = CsvRecorder::open(options.csvFile, recordHeader(items, stationsOf(session)), error);
     if (!error.isEmpty())
         return reportError(console, WrongCommandLine, QStringLiteral("--csv: ") + error);
     interrupt::endInOwnTime();

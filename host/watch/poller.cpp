@@ -90,6 +90,7 @@ void Poller::pollAll(quint64 sample, quint64 missed)
         reading.endsSample = i + 1 == m_plan.items.size();
         const Item& item = m_plan.items.at(i);
         reading.outcome = m_session.read(item.command(), item.address.station);
+        reading.time = QDateTime::currentMSecsSinceEpoch();
         reading.doneAt = PollSchedule::Clock::now();
         reading.connected = m_session.link().isConnected();
         reading.connectionsMade = m_session.link().connectionsMade();

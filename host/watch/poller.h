@@ -32,10 +32,11 @@ struct Reading
     qint64 sampleTime = 0;   ///< when the sample began, in milliseconds since 1970 UTC
     bool endsSample = false; ///< it is the sample's last
     CommandOutcome outcome;
-    std::chrono::steady_clock::time_point doneAt;
-    bool connected = false;  ///< whether the link was up after the command
-    int connectionsMade = 0; ///< by the link so far
-    quint64 missed = 0;      ///< slots missed before the sample
+    qint64 time = 0;                              ///< when it was made, in milliseconds since 1970 UTC
+    std::chrono::steady_clock::time_point doneAt; ///< the same
+    bool connected = false;                       ///< whether the link was up after the command
+    int connectionsMade = 0;                      ///< by the link so far
+    quint64 missed = 0;                           ///< slots missed before the sample
 };
 
 /// Runs read commands at an interval on a thread of its own, so that a slow device does not hold up the

@@ -19,11 +19,4 @@ QString sampleLine(const QVector<Item>& items, const QVector<Reading>& readings)
 /// For programs: time, sample (counted from 1) and readings, an array of what "read" prints for each command.
 QJsonObject sampleObject(const QVector<Item>& items, const QVector<Reading>& readings);
 
-/// The header of a record, including the line feed: time, a column for each element, milliseconds, error.
-QByteArray csvHeader(const QVector<Item>& items);
-
-/// A row of a record. Numbers are decimal, and empty if they could not be read; milliseconds is the time of
-/// all commands together; error is what the driver said about those that failed.
-QByteArray csvRow(const QVector<Item>& items, const QVector<Reading>& readings);
-
 #endif

@@ -1,7 +1,6 @@
 #include "watch/watched_items.h"
 
 #include "signals/values.h"
-#include "watch/record.h"
 
 #include <algorithm>
 #include <tuple>
@@ -32,19 +31,6 @@ Item itemAt(const Address& address)
 }
 
 } // namespace
-
-QStringList columnNames(const Item& item)
-{
-    if (!item.signal.name.isEmpty())
-        return {columnHeading(item.signal.name, item.notation ? QString() : item.signal.unit)};
-    const auto usual = item.address.isBit() ? SignalType::DriverBit : SignalType::DriverWord;
-    QStringList names = item.elementNames();
-    for (QString& name : names) {
-        if (item.type().kind != usual)
-            name += QLatin1Char(':') + signalTypeName(item.type());
-    }
-    return names;
-}
 
 QStringList decimalTexts(const Item& item, const QByteArray& data)
 {

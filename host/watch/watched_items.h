@@ -6,10 +6,6 @@
 /// Most elements that are watched at once.
 constexpr int mostWatchedElements = 10000;
 
-/// The headings of the values in a record: addresses as parseItems takes them, with the type unless it is the
-/// usual one (HR100, HR100:dword), or the name and unit of a signal.
-QStringList columnNames(const Item& item);
-
 /// Each value in decimal, whatever its notation in print, for use by programs.
 QStringList decimalTexts(const Item& item, const QByteArray& data);
 

@@ -1,7 +1,7 @@
 #include "privileges.h"
 #include "watch/chart_script.h"
-#include "watch/csv_recorder.h"
 #include "watch/gnuplot.h"
+#include "watch/record_writer.h"
 #include "watch/time_axis.h"
 
 #include <QTemporaryDir>
@@ -30,6 +30,21 @@ void put(const QString& fileName, const QByteArray& contents)
     QCOMPARE(file.write(contents), qint64(contents.size()));
 }
 
+constexpr qint64 recordBegin = 1795388285250; ///< 2026-11-22 22:58:05.250 UTC in milliseconds since 1970
+
+/// "0,7,1,2.000,|...": the rows of a record without its header, times counted from recordBegin.
+QString rowsIn(const QByteArray& contents)
+{
+    QStringList rows;
+    for (const QString& line :
+         QString::fromUtf8(contents).split(QLatin1Char('\n'), Qt::SkipEmptyParts).mid(1)) {
+        const QString time = line.section(QLatin1Char(','), 0, 0);
+        const QDateTime moment = QDateTime::fromString(time, Qt::ISODateWithMs);
+        rows += QString::number(moment.toMSecsSinceEpoch() - recordBegin) + line.mid(time.size());
+    }
+    return rows.join(QLatin1Char('|'));
+}
+
 /// "HR1: 1 2 / 4", with a stroke where the line is broken.
 QString textOf(const RecordColumn& column)
 {
@@ -54,6 +69,10 @@ private slots:
     void rowsAreCompleteOrAbsent();
     void recorderRefuses_data();
     void recorderRefuses();
+    void headings_data();
+    void headings();
+    void rows_data();
+    void rows();
     void records_data();
     void records();
     void selections_data();
@@ -202,6 +221,118 @@ void tst_record::recorderRefuses()
     QVERIFY(!CsvRecorder::open(file, "time\n", error));
     QVERIFY2(error.startsWith(QStringLiteral("can not write %1: ").arg(file)) && error.endsWith(reason),
              qPrintable(error));
+}
+
+// Of a driver whose default station is 1. What stands in a heading is the same item again.
+void tst_record::headings_data()
+{
+    QTest::addColumn<QString>("item");
+    QTest::addColumn<int>("station"); // of the link
+    QTest::addColumn<QString>("headings");
+    QTest::addColumn<bool>("isItem"); // each heading without a unit is one
+    const std::tuple<const char*, int, const char*, bool> rows[] = {
+        {"HR100", 1, "HR100", true},
+        {"hr100:word:2:hex", 1, "HR100,HR101", true},
+        {"DO7:bit:3", 1, "DO7,DO8,DO9", true},
+        {"HR1:dword:2", 1, "HR1:dword,HR3:dword", true},
+        {"HR1:dword:float", 1, "HR1:dword:float", true},
+        {"HR1:word:int", 1, "HR1:int", true},
+        {"HR1:int16:int", 1, "HR1:int16", true},
+        {"HR1:float32:BADC", 1, "HR1:float32:BADC", true},
+        {"HR1SW:float32", 1, "HR1SW:float32", true},
+        {"HR1.15:bit:2", 1, "HR1.15,HR2.0", true},
+        {"HR1.15:bool:2", 1, "HR1.15:bool,HR2.0:bool", true},
+        {"HR1", 3, "3-HR1", true},
+        {"1-HR1", 3, "HR1", true},
+        {"3-HR1:float32:2", 1, "3-HR1:float32,3-HR3:float32", true},
+        {"HR5:byte:2", 1, "HR5 low:byte,HR5 high:byte", false},
+        {"Oven", 1, "Oven [°C]", true},
+        {"Oven:hex", 1, "Oven [°C]", true},
+        {"Oven:int", 1, "Oven:int", true},
+        {"Oven", 3, "Oven (station 3) [°C]", false},
+        {"Far oven [old]", 3, "Far oven [old] []", false}};
+    for (const auto& [item, station, headings, isItem] : rows)
+        QTest::addRow("%s at %d", item, station) << item << station << QString::fromUtf8(headings) << isItem;
+}
+
+void tst_record::headings()
+{
+    QFETCH(QString, item);
+    QFETCH(int, station);
+    QFETCH(bool, isItem);
+    ItemContext context;
+    context.findSignal = [](const QString& name) {
+        Signal signal;
+        signal.name = name;
+        signal.address = name == QLatin1String("Oven") ? QStringLiteral("HR6") : QStringLiteral("2-HR6");
+        signal.unit = name == QLatin1String("Oven") ? QStringLiteral("°C") : QString();
+        const bool isKnown = name == QLatin1String("Oven") || name == QLatin1String("Far oven [old]");
+        return isKnown ? std::optional(signal) : std::nullopt;
+    };
+    const auto headingsOf = [&context](const QString& text, int link) {
+        QString error;
+        const QVector<Item> items = parseItems(text, context, error);
+        return items.isEmpty() ? QStringList(error) : columnHeadings(items.first(), {link, 1});
+    };
+    const QStringList headings = headingsOf(item, station);
+    QTEST(headings.join(QLatin1Char(',')), "headings");
+    for (QString heading : headings) {
+        const QString name = heading.section(QStringLiteral(" ["), 0, 0);
+        QVERIFY(!isItem || headingsOf(name, 1) == QStringList(heading));
+    }
+}
+
+// What is written of samples "BEGIN hTIME=VALUE dTIME=VALUE", in which h is HR1, d is DO3 and x a failure, at
+// an interval of a second. Between samples, somebody damages (!) or empties (0) the file.
+void tst_record::rows_data()
+{
+    QTest::addColumn<QString>("rows");
+    const std::tuple<const char*, const char*> rows[] = {
+        {"0 h5=7 d9=1|1000 h1005=8 d1009=0", "0,7,1,2.000,|1000,8,0,2.000,"},
+        {"0 h5=x d9=1", "0,,1,2.000,HR1: no answer"},
+        {"0 h5=7 d1000=1", "0,7,1,2.000,"},
+        {"0 h5=7 d1001=1|1100 h1105=8 d1109=0", "0,7,,,|1001,,1,2.000,|1100,8,0,2.000,"},
+        {"0 h3000=7 d3005=1", "3000,7,1,2.000,"},
+        {"0 h5=7 d3000=x", "0,7,,,|3000,,,2.000,DO3: no answer"},
+        {"0 h5=7 d9=1|2009 h2010=8 d2011=0", "0,7,1,2.000,|2009,8,0,2.000,"},
+        {"0 h5=7 d9=1|2010 h2010=8 d2011=0",
+         "0,7,1,2.000,|2010,,,0.000,nothing was read for 2.0 s|2010,8,0,2.000,"},
+        {"0 h5=7 d9=1|-5 h5=8 d9=0", "0,7,1,2.000,|-5,,,0.000,the clock was set back|-5,8,0,2.000,"},
+        {"0 h5=7|1000 h1005=8 d1009=0", "1000,8,0,2.000,"}, // the first is incomplete
+        {"!|0 h5=7 d9=1|0|1000 h1005=8 d1009=0", "1000,,,0.000,1 row(s) are missing|1000,8,0,2.000,"}};
+    for (const auto& [samples, written] : rows)
+        QTest::newRow(samples) << QString::fromLatin1(written);
+}
+
+void tst_record::rows()
+{
+    const QString file = m_folder.filePath(QStringLiteral("rows.csv"));
+    put(file, "");
+    QString error;
+    const QVector<Item> items = {parseItems(QStringLiteral("HR1"), ItemContext(), error).value(0),
+                                 parseItems(QStringLiteral("DO3"), ItemContext(), error).value(0)};
+    const auto recorder = CsvRecorder::open(file, recordHeader(items, {}), error);
+    QVERIFY2(recorder, qPrintable(error));
+    RecordWriter writer(*recorder, items, std::chrono::seconds(1));
+    Reading reading;
+    for (const QString& sample : QString::fromLatin1(QTest::currentDataTag()).split(QLatin1Char('|'))) {
+        const QStringList words = sample.split(QLatin1Char(' '));
+        if (words.size() == 1)
+            put(file, sample == QLatin1String("!") ? "somebody else's\n" : "");
+        ++reading.sample;
+        reading.sampleTime = recordBegin + words.first().toInt();
+        for (const QString& word : words.mid(1)) {
+            const QString value = word.section(QLatin1Char('='), 1);
+            reading.index = word.startsWith(QLatin1Char('d')) ? 1 : 0;
+            reading.time = recordBegin + word.section(QLatin1Char('='), 0, 0).mid(1).toInt();
+            reading.endsSample = reading.index == 1;
+            reading.outcome.milliseconds = 1;
+            reading.outcome.error = value == QLatin1String("x") ? QStringLiteral("no answer") : QString();
+            reading.outcome.data = QByteArray(1, static_cast<char>(value.toInt())) + '\0';
+            writer.add(reading);
+        }
+    }
+    QTEST(rowsIn(contentsOf(file)), "rows");
 }
 
 /// The curves, or the error with its exit status.

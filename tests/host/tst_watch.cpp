@@ -46,8 +46,6 @@ private slots:
     void trends();
     void history();
     void roundTrips();
-    void items_data();
-    void items();
     void tags_data();
     void tags();
     void everyScreenSize();
@@ -158,22 +156,6 @@ void tst_watch::roundTrips()
     QCOMPARE(times.quantile(0.5), 1500.0);
     QCOMPARE(times.quantile(0.95), 1950.0);
     QCOMPARE(times.quantile(1), 2000.0);
-}
-
-void tst_watch::items_data()
-{
-    QTest::addColumn<QStringList>("names"); // of the columns in a record
-    QTest::newRow("HR100") << words("HR100");
-    QTest::newRow("DO7:bit:3") << words("DO7 DO8 DO9");
-    QTest::newRow("HR1:dword:2") << words("HR1:dword HR3:dword");
-    QTest::newRow("HR1.15:bit:2") << words("HR1.15 HR2.0");
-    QTest::newRow("HR1.15:bool:2") << words("HR1.15:bool HR2.0:bool");
-    QTest::newRow("3-HR1:float32:2") << words("3-HR1:float32 3-HR3:float32");
-}
-
-void tst_watch::items()
-{
-    QTEST(columnNames(itemIn(QTest::currentDataTag())), "names");
 }
 
 void tst_watch::tags_data()
