@@ -38,7 +38,9 @@ public:
     /// How long to wait before the next check of the stop flag.
     timespec slice() const
     {
-        return {0, std::min<std::chrono::nanoseconds>(remaining(), longestBlindness).count()};
+        const std::chrono::nanoseconds wait =
+            std::min<std::chrono::nanoseconds>(remaining(), longestBlindness);
+        return {0, static_cast<long>(wait.count())};
     }
 
     /// The wait of the first of several tries that share the remaining time equally.

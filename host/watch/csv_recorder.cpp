@@ -81,7 +81,7 @@ QString CsvRecorder::begin()
     m_isRegular = S_ISREG(status.st_mode);
     if (m_isRegular && ::flock(m_descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
         return QStringLiteral("another watch is recording in it");
-    const QString problem = findEnd();
+    QString problem = findEnd();
     if (!problem.isEmpty())
         return problem;
     m_isContinued = m_end > m_header.size();
@@ -115,7 +115,7 @@ QString CsvRecorder::findEnd()
 /// on success.
 QString CsvRecorder::write(const QByteArray& bytes)
 {
-    const QString problem = findEnd();
+    QString problem = findEnd();
     if (!problem.isEmpty())
         return problem;
     const QByteArray all = m_isHeaderDue ? m_header + bytes : bytes;
