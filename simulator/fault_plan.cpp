@@ -21,7 +21,7 @@ constexpr std::array<FaultText, FaultKindCount> FaultTexts = {{
     {"length", "the header's length field is one too high"},
     {"function", "the function code is one too high"},
     {"reset", "half of the reply, then the connection is reset"},
-    {"close", "the reply, then the connection is closed"},
+    {"close", "the connection is closed together with the reply"},
     {"rubbish", "up to 16 bytes of rubbish right before the reply"},
     {"double", "the reply comes twice, in one piece"},
     {"drip", "the reply comes one byte at a time, 1 ms apart"},

@@ -68,8 +68,10 @@ bool Session::send()
 {
     while (!m_outgoing.empty() && !m_pausedUntil) {
         const bool drips = m_fault == FaultKind::Drip;
+        // The end of the connection travels with the reply.
+        const int flags = m_fault == FaultKind::Close ? MSG_NOSIGNAL | MSG_MORE : MSG_NOSIGNAL;
         const ssize_t sent =
-            ::send(m_client.number(), m_outgoing.data(), drips ? 1 : m_outgoing.size(), MSG_NOSIGNAL);
+            ::send(m_client.number(), m_outgoing.data(), drips ? 1 : m_outgoing.size(), flags);
         if (sent < 0)
             return errno == EAGAIN || errno == EINTR;
         m_outgoing.erase(m_outgoing.begin(), m_outgoing.begin() + sent);
