@@ -6,7 +6,8 @@
 
 bool explainMissingProject(const CommandOutcome& outcome, Console& console)
 {
-    if (outcome.done() || outcome.attempts > 0 || QFile::exists(GetDatabaseName()))
+    const bool isForWantOfIt = outcome.error == QLatin1String("can not open database");
+    if (!isForWantOfIt || QFile::exists(GetDatabaseName()))
         return false;
     console.err << "note: the driver wants a project, and there is none; make an empty one with "
                    "\"driverhost project create\"\n";

@@ -4,8 +4,8 @@
 #include "session/session.h"
 #include "text/console.h"
 
-/// If a command failed before it came to the device, and there is no project, says on stderr how to make one.
-/// Returns whether it said so.
+/// If a command failed because the driver found no project, and there is none, says on stderr how to make
+/// one. Returns whether it said so.
 bool explainMissingProject(const CommandOutcome& outcome, Console& console);
 
 #endif

@@ -75,7 +75,7 @@ FilePlace::~FilePlace()
 QString FilePlace::find(QString path, Target target)
 {
     for (int links = 0; links < mostLinks; ++links) {
-        const QString problem = enter(path);
+        QString problem = enter(path);
         if (!problem.isEmpty())
             return problem;
         const Entry entry(m_folder, m_base);

@@ -35,7 +35,7 @@ Labels labelsFor(double length, int width)
     const double steps[] = {1,    2,    5,    10,    15,    30,    60,  120,     300,     600,      900,
                             1800, 3600, 7200, 10800, 21600, 43200, day, 2 * day, 5 * day, 10 * day, 20 * day};
     for (const double step : steps) {
-        const Labels labels = labelsAt(step, length > day);
+        Labels labels = labelsAt(step, length > day);
         if (length / step * labels.width <= width)
             return labels;
     }
