@@ -36,12 +36,14 @@ private slots:
         QTest::newRow("DO17") << 10 << 17;
         QTest::newRow("\xc4:9") << 10 << 9;
         QTest::newRow("DI100.5") << 10 << 0; // not one number
+        QTest::newRow("DO7 ") << 10 << 7;
         QTest::newRow("DO") << 10 << 0;
         QTest::newRow("") << 10 << 0;
         QTest::newRow("DO2147483647") << 10 << 2147483647;
         QTest::newRow("DO2147483648") << 10 << 0;
         QTest::newRow("X1F") << 16 << 31;
         QTest::newRow("x1f") << 16 << 31;
+        QTest::newRow("X0x1F") << 16 << 31;
         QTest::newRow("DO1F") << 16 << 0; // starts at D
         QTest::newRow("X17") << 8 << 15;
         QTest::newRow("X91") << 8 << 1;
