@@ -3,6 +3,7 @@
 #include "commands/project_reads.h"
 #include "commands/project_tags.h"
 #include "project/project_file.h"
+#include "project/tag_row.h"
 #include "session/session.h"
 #include "signals/address.h"
 #include "text/json_line.h"
@@ -17,26 +18,24 @@
 namespace {
 
 /// Returns what is wrong with the first tag that is no address, empty when all are.
-QString tagProblem(const QStringList& tags)
+QString tagProblem(const QStringList& tags, Grammar grammar)
 {
     QString problem;
     for (const QString& tag : tags) {
-        if (!parseTag(tag, Grammar::ModbusTcp, problem))
+        if (!parseTag(tag, grammar, problem))
             return QStringLiteral("--tag: ") + problem;
     }
     return problem;
 }
 
-/// The default station of the link, from the options and the driver's defaults. If there is no such driver,
-/// it is empty and problem holds a sentence.
-std::optional<ProjectNode> defaultNode(const LinkOptions& link, QString& problem)
+/// The default station of the link, from the options and the driver's defaults. If its address has no port,
+/// the result is empty and problem holds a sentence.
+std::optional<ProjectNode> defaultNode(DriverInterface& driver, const LinkOptions& link, QString& problem)
 {
-    const auto plugin = DriverPlugin::load(link.driverFile, link.entry, problem);
-    const auto port = plugin ? effectivePort(plugin->driver(), link, problem) : std::nullopt;
+    const auto port = effectivePort(driver, link, problem);
     if (!port)
         return std::nullopt;
-    return ProjectNode{link.linkId, effectiveSetting(plugin->driver(), link).stationid, true,
-                       link.device.host, *port};
+    return ProjectNode{link.linkId, effectiveSetting(driver, link).stationid, true, link.device.host, *port};
 }
 
 void addContents(ProjectWriter& writer, const ProjectCreateOptions& options, const ProjectNode& node)
@@ -44,7 +43,7 @@ void addContents(ProjectWriter& writer, const ProjectCreateOptions& options, con
     writer.addLink({node.linkId, ethernetHmiPort});
     writer.addNode(node);
     for (const QString& tag : options.tags)
-        writer.addTag({node.linkId, tag});
+        writer.addTag({node.linkId, signalAt(tag)});
 }
 
 struct Contents
@@ -75,6 +74,35 @@ QString cell(qint64 number)
     return QString::number(number);
 }
 
+/// Only the columns in which something stands.
+void printTags(const QVector<ProjectTag>& tags, QTextStream& out)
+{
+    QVector<QStringList> rows;
+    QVector<bool> isUsed(tagColumns().size(), false);
+    for (const ProjectTag& tag : tags) {
+        rows += rowOfSignal(tag.signal);
+        for (int i = 0; i < isUsed.size(); ++i)
+            isUsed[i] = isUsed.at(i) || !rows.last().at(i).isEmpty();
+    }
+    QStringList headings = tagColumns();
+    headings.first() = QStringLiteral("tag");
+    const auto addRow = [&](TextTable& table, const QString& link, const QStringList& row) {
+        QStringList cells{link};
+        for (int i = 0; i < isUsed.size(); ++i) {
+            if (isUsed.at(i))
+                cells += shown(row.at(i));
+        }
+        table.addRow(cells);
+    };
+    QVector<TextTable::Alignment> alignments{TextTable::Right};
+    alignments += QVector<TextTable::Alignment>(isUsed.count(true), TextTable::Left);
+    TextTable table(alignments);
+    addRow(table, cell("LINK"), headings.join(QLatin1Char(' ')).toUpper().split(QLatin1Char(' ')));
+    for (int i = 0; i < rows.size(); ++i)
+        addRow(table, cell(tags.at(i).linkId), rows.at(i));
+    table.print(out);
+}
+
 void printTables(const Contents& contents, QTextStream& out)
 {
     constexpr auto left = TextTable::Left;
@@ -88,17 +116,30 @@ void printTables(const Contents& contents, QTextStream& out)
     for (const ProjectNode& node : contents.nodes)
         nodes.addRow({cell(node.linkId), cell(node.stationId), cell(node.isDefault ? "yes" : "no"),
                       shown(node.ip), cell(node.port)});
-    TextTable tags({right, left});
-    tags.addRow({cell("LINK"), cell("TAG")});
-    for (const ProjectTag& tag : contents.tags)
-        tags.addRow({cell(tag.linkId), shown(tag.address)});
     links.print(out);
     out << '\n';
     nodes.print(out);
     if (contents.tags.isEmpty())
         return;
     out << '\n';
-    tags.print(out);
+    printTags(contents.tags, out);
+}
+
+/// Only the keys for which the tag has something.
+QJsonObject toJson(const ProjectTag& tag)
+{
+    QJsonObject object{{QStringLiteral("link"), tag.linkId}};
+    const QStringList row = rowOfSignal(tag.signal);
+    for (int i = 0; i < row.size(); ++i) {
+        bool isNumber = false;
+        const QString& column = tagColumns().at(i);
+        const double number = row.at(i).toDouble(&isNumber);
+        const bool isText = column == QLatin1String("name") || column == QLatin1String("unit") ||
+                            column == QLatin1String("comment");
+        if (!row.at(i).isEmpty())
+            object.insert(column, isNumber && !isText ? QJsonValue(number) : QJsonValue(row.at(i)));
+    }
+    return object;
 }
 
 QJsonObject toJson(const Contents& contents, bool allTags)
@@ -117,25 +158,22 @@ QJsonObject toJson(const Contents& contents, bool allTags)
                              {QStringLiteral("port"), node.port}};
     QJsonArray tags;
     for (const ProjectTag& tag : contents.tags)
-        tags += QJsonObject{{QStringLiteral("link"), tag.linkId}, {QStringLiteral("address"), tag.address}};
+        tags += toJson(tag);
     QJsonObject object{{QStringLiteral("links"), links}, {QStringLiteral("nodes"), nodes}};
     if (allTags)
         object.insert(QStringLiteral("tags"), tags);
     return object;
 }
 
-} // namespace
-
-int runProjectCreate(const ProjectCreateOptions& options, Console& console)
+/// Makes the project and commits it. Returns the exit status, and with Done the number of tags.
+int create(const ProjectCreateOptions& options, DriverInterface& driver,
+           const std::optional<TagFile>& tagFile, Console& console, qint64& tags)
 {
-    QString problem = tagProblem(options.tags);
-    if (problem.isEmpty() && !options.replace && QFileInfo::exists(GetDatabaseName()))
-        problem = QStringLiteral("there is the project %1 already; --replace puts a new one in its place")
-                      .arg(GetDatabaseName());
+    QString problem;
+    const Grammar grammar = grammarOfDriver(driver.name());
+    const auto node = defaultNode(driver, options.link, problem);
+    problem += tagProblem(options.tags, grammar);
     if (!problem.isEmpty())
-        return reportError(console, WrongCommandLine, problem);
-    const auto node = defaultNode(options.link, problem);
-    if (!node)
         return reportError(console, WrongCommandLine, problem);
     problem = makeProjectFolder();
     if (!problem.isEmpty())
@@ -145,13 +183,33 @@ int runProjectCreate(const ProjectCreateOptions& options, Console& console)
     addContents(writer, options, *node);
     if (!writer.error().isEmpty())
         return reportError(console, Refused, writer.error());
-    const int status =
-        options.tagFile.isEmpty() ? int(Done) : takeTagFile(options.link, options.tagFile, writer, console);
+    const int status = tagFile ? takeTags(options.link, *tagFile, grammar, writer, console) : int(Done);
     if (status != Done)
         return status;
-    if (!writer.commit())
-        return reportError(console, Refused, writer.error());
-    const qint64 tags = writer.tagCount(options.link.linkId);
+    tags = writer.tagCount(options.link.linkId);
+    return writer.commit() ? int(Done) : reportError(console, Refused, writer.error());
+}
+
+} // namespace
+
+int runProjectCreate(const ProjectCreateOptions& options, Console& console)
+{
+    if (!options.replace && QFileInfo::exists(GetDatabaseName()))
+        return reportError(
+            console, WrongCommandLine,
+            QStringLiteral("there is the project %1 already; --replace puts a new one in its place")
+                .arg(GetDatabaseName()));
+    QString problem;
+    const auto plugin = DriverPlugin::load(options.link.driverFile, options.link.entry, problem);
+    std::optional<TagFile> tagFile;
+    if (plugin && !options.tagFile.isEmpty())
+        tagFile = readTagFile(options.tagFile, problem);
+    if (!problem.isEmpty())
+        return reportError(console, WrongCommandLine, problem);
+    qint64 tags = 0;
+    const int status = create(options, plugin->driver(), tagFile, console, tags);
+    if (status != Done)
+        return status;
     if (options.link.format == OutputFormat::Json)
         printJsonLine(console.out,
                       {{QStringLiteral("file"), GetDatabaseName()}, {QStringLiteral("tags"), tags}});

@@ -2,19 +2,25 @@
 
 #include "project/project_file.h"
 #include "project/tag_import.h"
+#include "project/tag_row.h"
+#include "session/driver_plugin.h"
 #include "session/interrupt.h"
+#include "text/csv_reader.h"
 #include "text/json_line.h"
 #include "text/new_file.h"
 #include "text/progress_bar.h"
 #include "text/shown.h"
 #include "tools/project_database.h"
 
+#include <QByteArrayList>
 #include <QFile>
 #include <QSet>
 
 #include <algorithm>
 
 namespace {
+
+constexpr qint64 chunk = 1 << 20;
 
 /// The error text for a link id that the project does not have; empty if it has it.
 QString linkProblem(ProjectReader& reader, int linkId)
@@ -33,21 +39,6 @@ QString linkProblem(ProjectReader& reader, int linkId)
         .arg(GetDatabaseName())
         .arg(linkId)
         .arg(texts.isEmpty() ? QStringLiteral("none") : texts.join(QStringLiteral(", ")));
-}
-
-ImportResult takeTags(ProjectWriter& writer, int linkId, QFile& file, ProgressBar& bar)
-{
-    CsvReader reader(file);
-    const qint64 size = file.size();
-    return importTags(
-        reader,
-        [&](const QString& address) {
-            return writer.addTag({linkId, address});
-        },
-        [&] {
-            bar.show(QStringLiteral("importing"), reader.position(), size);
-            return !interrupt::flag();
-        });
 }
 
 int reportProblems(const ImportResult& result, const QString& file, OutputFormat format, Console& console)
@@ -69,17 +60,20 @@ int reportProblems(const ImportResult& result, const QString& file, OutputFormat
                            .arg(file, listed));
 }
 
-int cannotRead(const QFile& file, Console& console)
-{
-    return reportError(console, WrongCommandLine,
-                       QStringLiteral("cannot read %1: %2").arg(file.fileName(), file.errorString()));
-}
-
+/// The list has as many columns as are used: often the addresses alone.
 void writeTags(ProjectReader& reader, int linkId, QTextStream& out)
 {
-    out << "address\n";
-    reader.forEachTagOf(linkId, [&out](const ProjectTag& tag) {
-        out << QString::fromUtf8(csvField(tag.address.toUtf8())) << '\n';
+    bool hasSignals = false;
+    reader.forEachTagOf(linkId, [&](const ProjectTag& tag) {
+        hasSignals = hasSignals || rowOfSignal(tag.signal).mid(1).join(QString()).size() > 0;
+    });
+    const int columns = hasSignals ? tagColumns().size() : 1;
+    out << tagColumns().mid(0, columns).join(QLatin1Char(',')) << '\n';
+    reader.forEachTagOf(linkId, [&](const ProjectTag& tag) {
+        QByteArrayList fields;
+        for (const QString& text : rowOfSignal(tag.signal).mid(0, columns))
+            fields += text.isEmpty() ? QByteArray() : csvField(text.toUtf8());
+        out << QString::fromUtf8(fields.join(',')) << '\n';
     });
 }
 
@@ -113,39 +107,73 @@ int finishTags(const LinkOptions& link, ProjectWriter& writer, Console& console)
 
 } // namespace
 
-int takeTagFile(const LinkOptions& link, const QString& fileName, ProjectWriter& writer, Console& console)
+std::optional<TagFile> readTagFile(const QString& name, QString& problem)
 {
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return cannotRead(file, console);
+    constexpr qint64 most = 256 * 1024 * 1024;
+    QFile file(name);
+    if (!file.open(QIODevice::ReadOnly)) {
+        problem = QStringLiteral("cannot read %1: %2").arg(name, file.errorString());
+        return std::nullopt;
+    }
+    TagFile tags{name, {}};
+    for (QByteArray bytes = file.read(chunk); !bytes.isEmpty(); bytes = file.read(chunk)) {
+        tags.content += bytes;
+        if (tags.content.size() > most) {
+            problem = QStringLiteral("%1 has more than %2 bytes, which is no tag list").arg(name).arg(most);
+            return std::nullopt;
+        }
+    }
+    if (file.error() == QFile::NoError)
+        return tags;
+    problem = QStringLiteral("cannot read %1: %2").arg(name, file.errorString());
+    return std::nullopt;
+}
+
+int takeTags(const LinkOptions& link, const TagFile& file, Grammar grammar, ProjectWriter& writer,
+             Console& console)
+{
     interrupt::endInOwnTime();
     ProgressBar bar(console.err, terminalWidth());
-    const ImportResult result = takeTags(writer, link.linkId, file, bar);
+    const ImportResult result = importTags(
+        file.content, grammar,
+        [&](const Signal& signal) {
+            return writer.addTag({link.linkId, signal});
+        },
+        [&](qint64 position) {
+            bar.show(QStringLiteral("importing"), position, file.content.size());
+            return !interrupt::flag();
+        });
     bar.clear();
-    if (file.error() != QFile::NoError)
-        return cannotRead(file, console);
     if (interrupt::flag())
         return reportError(console, Interrupted, QStringLiteral("interrupted, the project is as it was"));
     if (result.problemCount > 0)
-        return reportProblems(result, fileName, link.format, console);
+        return reportProblems(result, file.name, link.format, console);
     if (result.tags == 0 && writer.error().isEmpty())
         return reportError(console, WrongCommandLine,
-                           QStringLiteral("%1 has no tag; the project is as it was").arg(fileName));
+                           QStringLiteral("%1 has no tag; the project is as it was").arg(file.name));
+    if (!result.note.isEmpty())
+        console.err << "note: " << shown(file.name) << ": " << shown(result.note) << '\n';
     return Done;
 }
 
 int runProjectImport(const ProjectImportOptions& options, Console& console)
 {
     const int linkId = options.link.linkId;
+    QString problem;
+    const auto plugin = DriverPlugin::load(options.link.driverFile, options.link.entry, problem);
+    const auto file = plugin ? readTagFile(options.file, problem) : std::nullopt;
+    if (!file)
+        return reportError(console, WrongCommandLine, problem);
     ProjectWriter writer(GetDatabaseName(), ProjectWriter::FromOldProject);
     if (!writer.error().isEmpty())
         return reportError(console, Refused, writer.error());
     ProjectReader old = writer.contents();
-    const QString problem = linkProblem(old, linkId);
+    problem = linkProblem(old, linkId);
     if (!problem.isEmpty())
         return reportError(console, old.error().isEmpty() ? WrongCommandLine : Refused, problem);
     writer.removeTags(linkId);
-    const int status = takeTagFile(options.link, options.file, writer, console);
+    const Grammar grammar = grammarOfDriver(plugin->driver().name());
+    const int status = takeTags(options.link, *file, grammar, writer, console);
     return status == Done ? finishTags(options.link, writer, console) : status;
 }
 

@@ -1,6 +1,7 @@
 #include "commands/read.h"
 
 #include "commands/missing_project.h"
+#include "project/project_signals.h"
 #include "session/interrupt.h"
 #include "signals/item_report.h"
 
@@ -28,7 +29,8 @@ int runRead(const ReadOptions& options, Console& console)
     const auto session = Session::start(options.link, console.err, error);
     if (!session)
         return reportError(console, WrongCommandLine, error);
-    const ItemContext context = contextOf(session->driver(), options.options);
+    const ItemContext context = contextOf(session->driver(), options.options,
+                                          findProjectSignals(options.link, session->link().stationId()));
     QVector<Item> items;
     for (const QString& text : options.items) {
         items += parseItems(text, context, error);

@@ -1,6 +1,6 @@
 #include "commands/watch.h"
 
-#include "project/project_file.h"
+#include "project/project_signals.h"
 #include "session/interrupt.h"
 #include "session/session.h"
 #include "text/json_line.h"
@@ -27,62 +27,49 @@ constexpr milliseconds longestWait{250};
 /// How long to wait for a driver to return from an interrupted command.
 constexpr milliseconds stopPatience{600};
 
-int defaultStation(const QVector<ProjectNode>& nodes, int linkId, int otherwise)
+/// What the tags of a link give to watch.
+struct WatchedTags
 {
-    for (const ProjectNode& node : nodes) {
-        if (node.linkId == linkId && node.isDefault)
-            return node.stationId;
-    }
-    return otherwise;
-}
-
-/// The tags of one station of a link.
-struct StationTags
-{
-    QVector<Address> addresses; ///< without station
-    int ofOthers = 0;           ///< tags of the link that belong to other stations
-    int unknown = 0;            ///< tags that are not addresses of the driver
-    QString problem;            ///< of the first unknown one
+    QVector<Item> items;
+    int ofOthers = 0; ///< tags of other stations than the one that was asked for
+    int unknown = 0;  ///< tags that are not addresses of the driver, or signals that contradict themselves
+    QString problem;  ///< of the first unknown one
 };
 
-/// A tag without a station belongs to the station that is polled.
-void takeTag(const QString& text, int station, Grammar grammar, StationTags& tags)
+WatchedTags readTags(const LinkOptions& link, Session& session, QString& error)
 {
-    QString problem;
-    auto address = parseTag(text, grammar, problem);
-    if (!address) {
-        ++tags.unknown;
-        tags.problem = tags.problem.isEmpty() ? problem : tags.problem;
-    } else if (address->station.value_or(station) != station) {
-        ++tags.ofOthers;
-    } else if (tags.addresses.size() <= mostWatchedElements) {
-        address->station.reset();
-        tags.addresses += *address;
+    const ItemContext context = contextOf(session.driver(), {});
+    const ProjectSignals project = readProjectSignals(link, session.link().stationId());
+    WatchedTags tags;
+    QVector<Address> plain; // without anything that a person has added
+    for (const Signal& signal : project.all) {
+        QString problem;
+        const auto item = itemOfSignal(signal, context, problem);
+        if (!item) {
+            ++tags.unknown;
+            tags.problem = tags.problem.isEmpty() ? problem : tags.problem;
+        } else if (link.station && item->address.station.value_or(*link.station) != *link.station) {
+            ++tags.ofOthers;
+        } else if (signal.name.isEmpty() && !signal.type) {
+            plain += item->address;
+        } else {
+            tags.items += *item;
+        }
     }
-}
-
-StationTags readTags(const LinkOptions& link, Session& session, QString& error)
-{
-    ProjectReader reader(GetDatabaseName());
-    const Grammar grammar = grammarOfDriver(session.driver().name());
-    if (!link.station)
-        session.setStation(defaultStation(reader.nodes(), link.linkId, session.link().stationId()));
-    StationTags tags;
-    const int station = session.link().stationId();
-    reader.forEachTagOf(link.linkId,
-                        [&](const ProjectTag& tag) { takeTag(tag.address, station, grammar, tags); });
-    error = reader.error();
-    if (error.isEmpty() && tags.addresses.isEmpty())
-        error = QStringLiteral("--tags: station %1 of link %2 has no tags in %3")
-                    .arg(station)
+    tags.items += itemsOfTags(plain, context.blocks);
+    if (!project.problem.isEmpty())
+        error = QStringLiteral("--tags: ") + project.problem;
+    else if (tags.items.isEmpty())
+        error = QStringLiteral("--tags: link %1 has no tags that can be read in %2")
                     .arg(link.linkId)
                     .arg(GetDatabaseName());
     return tags;
 }
 
-QVector<Item> parseItems(const WatchOptions& options, DriverInterface& driver, QString& error)
+QVector<Item> parseItems(const WatchOptions& options, Session& session, QString& error)
 {
-    const ItemContext context = contextOf(driver, {});
+    const ItemContext context =
+        contextOf(session.driver(), {}, findProjectSignals(options.link, session.link().stationId()));
     QVector<Item> items;
     for (const QString& text : options.items) {
         items += parseItems(text, context, error);
@@ -373,16 +360,15 @@ int watchItems(const WatchOptions& options, QVector<Item> items, Session& sessio
 int watchTags(const WatchOptions& options, Session& session, Console& console)
 {
     QString error;
-    const StationTags tags = readTags(options.link, session, error);
+    const WatchedTags tags = readTags(options.link, session, error);
     if (tags.ofOthers > 0)
-        console.err << "note: " << tags.ofOthers << " tag(s) of other stations than "
-                    << session.link().stationId() << " are left out\n";
+        console.err << "note: " << tags.ofOthers << " tag(s) of other stations than " << *options.link.station
+                    << " are left out\n";
     if (tags.unknown > 0)
         console.err << "note: " << tags.unknown << " tag(s) are left out: " << shown(tags.problem) << '\n';
     if (!error.isEmpty())
         return reportError(console, Refused, error);
-    return watchItems(options, itemsOfTags(tags.addresses, contextOf(session.driver(), {}).blocks), session,
-                      console);
+    return watchItems(options, tags.items, session, console);
 }
 
 } // namespace
@@ -400,7 +386,7 @@ int runWatch(const WatchOptions& options, Console& console)
         return reportError(console, WrongCommandLine, error);
     if (options.tags)
         return watchTags(options, *session, console);
-    const QVector<Item> items = parseItems(options, session->driver(), error);
+    const QVector<Item> items = parseItems(options, *session, error);
     if (!error.isEmpty())
         return reportError(console, WrongCommandLine, error);
     return watchItems(options, items, *session, console);

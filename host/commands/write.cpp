@@ -1,6 +1,7 @@
 #include "commands/write.h"
 
 #include "commands/missing_project.h"
+#include "project/project_signals.h"
 #include "signals/item_report.h"
 
 namespace {
@@ -12,12 +13,16 @@ struct Write
 };
 
 /// What is to be written. Empty, with a sentence in error, when it does not fit.
-std::optional<Write> prepare(const WriteOptions& options, DriverInterface& driver, QString& error)
+std::optional<Write> prepare(const WriteOptions& options, Session& session, QString& error)
 {
-    ItemContext context = contextOf(driver, options.options);
+    ItemContext context = contextOf(session.driver(), options.options,
+                                    findProjectSignals(options.link, session.link().stationId()));
     if (!context.options.count)
         context.options.count = options.values.size();
     const QVector<Item> items = parseItems(options.item, context, error);
+    if (items.size() > 1)
+        error = QStringLiteral("%1 is more than one command; write takes one address or signal")
+                    .arg(quoted(options.item));
     const auto data = error.isEmpty() ? encodeValues(items.first(), options.values, error) : std::nullopt;
     if (!data)
         return std::nullopt;
@@ -58,7 +63,7 @@ int runWrite(const WriteOptions& options, Console& console)
     const auto session = Session::start(options.link, console.err, error);
     if (!session)
         return reportError(console, WrongCommandLine, error);
-    const auto write = prepare(options, session->driver(), error);
+    const auto write = prepare(options, *session, error);
     if (!write)
         return reportError(console, WrongCommandLine, error);
     const CommandOutcome outcome = run(*session, *write, options.verify);

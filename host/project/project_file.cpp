@@ -1,5 +1,6 @@
 #include "project/project_file.h"
 
+#include "project/tag_row.h"
 #include "text/shown.h"
 
 #include <QCoreApplication>
@@ -7,6 +8,7 @@
 #include <QFileInfo>
 #include <QSqlError>
 #include <QSqlQuery>
+#include <QSqlRecord>
 #include <QVariant>
 
 #include <algorithm>
@@ -82,6 +84,24 @@ QString openProject(int folder, const QString& name, QFile& file, std::shared_pt
     return database->problem().isEmpty() ? schemaProblem(*database) : database->problem();
 }
 
+/// The columns of the tag table for tagColumns(); a prefix keeps them apart from what a panel may store
+/// there.
+QStringList databaseColumns()
+{
+    QStringList columns = tagColumns();
+    for (int i = 1; i < columns.size(); ++i)
+        columns[i].prepend(QLatin1String("signal_"));
+    return columns;
+}
+
+QVariantList valuesOf(const ProjectTag& tag)
+{
+    QVariantList values{tag.linkId};
+    for (const QString& text : rowOfSignal(tag.signal))
+        values += text.isEmpty() && values.size() > 1 ? QVariant(QVariant::String) : QVariant(text);
+    return values;
+}
+
 /// Runs a prepared statement with these values. Returns SQLite's message, empty on success.
 QString insert(QSqlQuery& query, const QVariantList& values)
 {
@@ -147,12 +167,14 @@ QString ProjectWriter::begin(Beginning beginning)
 
 void ProjectWriter::prepare(Beginning beginning)
 {
-    const std::vector<const char*> tables = {
-        "CREATE TABLE LINK (LINKID INTEGER, HMIPORT INTEGER)",
-        "CREATE TABLE NODE (LINKID INTEGER, STATIONID INTEGER, ISDEFAULT INTEGER, IP TEXT, PORT INTEGER)",
-        "CREATE TABLE custom_tag_table (connector_id INTEGER, address TEXT)",
+    QStringList tables = {
+        QStringLiteral("CREATE TABLE LINK (LINKID INTEGER, HMIPORT INTEGER)"),
+        QStringLiteral(
+            "CREATE TABLE NODE (LINKID INTEGER, STATIONID INTEGER, ISDEFAULT INTEGER, IP TEXT, PORT "
+            "INTEGER)"),
+        QStringLiteral("CREATE TABLE custom_tag_table (connector_id INTEGER, address TEXT)"),
     };
-    if (!run({"BEGIN"}) || (beginning != FromOldProject && !run(tables)))
+    if (!run({QStringLiteral("BEGIN")}) || (beginning != FromOldProject && !run(tables)) || !addTagColumns())
         return;
     ProjectReader reader = contents();
     m_tagCounts = reader.tagCounts();
@@ -163,15 +185,28 @@ void ProjectWriter::prepare(Beginning beginning)
     m_statements->link.prepare(QStringLiteral("INSERT INTO LINK (LINKID, HMIPORT) VALUES (?, ?)"));
     m_statements->node.prepare(
         QStringLiteral("INSERT INTO NODE (LINKID, STATIONID, ISDEFAULT, IP, PORT) VALUES (?, ?, ?, ?, ?)"));
+    const QStringList columns = databaseColumns();
     m_statements->tag.prepare(
-        QStringLiteral("INSERT INTO custom_tag_table (connector_id, address) VALUES (?, ?)"));
+        QStringLiteral("INSERT INTO custom_tag_table (connector_id, %1) VALUES (?%2)")
+            .arg(columns.join(QStringLiteral(", ")), QStringLiteral(", ?").repeated(columns.size())));
 }
 
-bool ProjectWriter::run(const std::vector<const char*>& statements)
+/// Adds those that the project does not have yet.
+bool ProjectWriter::addTagColumns()
 {
-    return std::all_of(statements.begin(), statements.end(), [this](const char* statement) {
-        return check(m_database->run(QLatin1String(statement)));
-    });
+    const QSqlRecord record = m_database->database().record(QStringLiteral("custom_tag_table"));
+    QStringList statements;
+    for (const QString& column : databaseColumns()) {
+        if (!record.contains(column))
+            statements += QStringLiteral("ALTER TABLE custom_tag_table ADD COLUMN %1 TEXT").arg(column);
+    }
+    return run(statements);
+}
+
+bool ProjectWriter::run(const QStringList& statements)
+{
+    return std::all_of(statements.begin(), statements.end(),
+                       [this](const QString& statement) { return check(m_database->run(statement)); });
 }
 
 /// Keeps the first problem. Returns true if there is none.
@@ -197,7 +232,7 @@ bool ProjectWriter::addNode(const ProjectNode& node)
 bool ProjectWriter::addTag(const ProjectTag& tag)
 {
     ++m_tagCounts[tag.linkId];
-    return m_error.isEmpty() && check(insert(m_statements->tag, {tag.linkId, tag.address}));
+    return m_error.isEmpty() && check(insert(m_statements->tag, valuesOf(tag)));
 }
 
 bool ProjectWriter::removeTags(int linkId)
@@ -210,7 +245,7 @@ bool ProjectWriter::removeTags(int linkId)
 
 bool ProjectWriter::commit()
 {
-    if (m_error.isEmpty() && check(countProblem()) && run({"COMMIT"}))
+    if (m_error.isEmpty() && check(countProblem()) && run({QStringLiteral("COMMIT")}))
         finish();
     return m_error.isEmpty();
 }
@@ -307,7 +342,26 @@ bool ProjectReader::forEachTagOf(int linkId, const std::function<void(const Proj
 
 bool ProjectReader::forEachTagIn(const QString& rows, const std::function<void(const ProjectTag&)>& visit)
 {
-    return forEachRow(QStringLiteral("SELECT connector_id, address FROM ") + rows, [&](const QSqlQuery& row) {
-        visit({row.value(0).toInt(), row.value(1).toString()});
+    const QSqlRecord record =
+        m_error.isEmpty() ? m_database->database().record(QStringLiteral("custom_tag_table")) : QSqlRecord();
+    QStringList columns = databaseColumns();
+    for (int i = 1; i < columns.size(); ++i) {
+        if (!record.contains(columns.at(i)))
+            columns[i] = QStringLiteral("NULL");
+    }
+    const QString statement =
+        QStringLiteral("SELECT connector_id, %1 FROM %2").arg(columns.join(QStringLiteral(", ")), rows);
+    QString problem;
+    const bool done = forEachRow(statement, [&](const QSqlQuery& query) {
+        QStringList row;
+        for (int i = 1; i <= columns.size(); ++i)
+            row += query.value(i).toString();
+        QString wrong;
+        const auto signal = signalOfRow(row, wrong);
+        if (signal)
+            visit({query.value(0).toInt(), *signal});
+        else if (problem.isEmpty())
+            problem = QStringLiteral("in its tag %1 %2").arg(row.first(), wrong);
     });
+    return done && check(problem);
 }

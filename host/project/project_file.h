@@ -2,6 +2,7 @@
 #define PROJECT_PROJECT_FILE_H
 
 #include "project/private_database.h"
+#include "signals/signal.h"
 #include "text/new_file.h"
 
 #include <QMap>
@@ -10,7 +11,6 @@
 
 #include <functional>
 #include <memory>
-#include <vector>
 
 /// A communication link of the project.
 struct ProjectLink
@@ -29,10 +29,12 @@ struct ProjectNode
     int port;
 };
 
+/// A tag of a link. The panel reads its address only; what else a person knows about the signal stands in
+/// further columns beside it, which a project may lack.
 struct ProjectTag
 {
     int linkId;
-    QString address; ///< an HMI address, or STATION-ADDRESS
+    Signal signal;
 };
 
 constexpr int ethernetHmiPort = 2000;
@@ -122,7 +124,8 @@ private:
     QString lock();
     QString begin(Beginning beginning);
     void prepare(Beginning beginning);
-    bool run(const std::vector<const char*>& statements);
+    bool addTagColumns();
+    bool run(const QStringList& statements);
     bool check(const QString& problem);
     QString countProblem() const;
     void finish();

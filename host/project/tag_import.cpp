@@ -1,131 +1,233 @@
 #include "project/tag_import.h"
 
-#include "signals/address.h"
+#include "project/tag_row.h"
+#include "signals/item.h"
+#include "text/csv_reader.h"
+#include "text/text_encoding.h"
+
+#include <QBuffer>
+#include <QHash>
 
 #include <algorithm>
-#include <vector>
 
 namespace {
 
 constexpr int rowsBetween = 1024;
+bool isSeparator(char character)
+{
+    return character == ',' || character == ';' || character == '\t';
+}
+
+bool isComment(const QByteArray& line)
+{
+    return line.trimmed().startsWith('#');
+}
+
+/// The first separator outside quotes, or what a line such as "sep=;" says.
+char separatorOf(const QByteArray& text)
+{
+    if (text.startsWith("sep=") && text.size() > 4)
+        return text.at(4);
+    bool isQuoted = false;
+    bool isInComment = isComment(text.left(text.indexOf('\n')));
+    for (int i = 0; i < text.size(); ++i) {
+        const char character = text.at(i);
+        if (character == '\n' && !isQuoted)
+            isInComment = isComment(text.mid(i + 1, 80));
+        else if (character == '"' && !isInComment)
+            isQuoted = !isQuoted;
+        else if (!isQuoted && !isInComment && isSeparator(character))
+            return character;
+    }
+    return ',';
+}
 
 class TagImport
 {
 public:
-    TagImport(CsvReader& reader, const TakeTag& take) : m_reader(reader), m_take(take) {}
-
-    ImportResult run(const std::function<bool()>& betweenRows)
+    TagImport(const QByteArray& text, Grammar grammar, const TakeTag& take)
+        : m_text(text), m_separator(separatorOf(text)), m_grammar(grammar), m_take(take)
     {
+    }
+
+    ImportResult run(const BetweenRows& betweenRows)
+    {
+        QBuffer buffer(&m_text);
+        buffer.open(QIODevice::ReadOnly);
+        CsvReader reader(buffer, m_separator);
         CsvRow row;
-        int rows = 0;
-        for (; !m_result.stopped && m_reader.next(row); ++rows) {
-            if (rows == 0 && isHeader(row))
-                m_hasHeader = true;
-            else if (m_hasHeader || !isComment(row))
-                readRow(row);
-            if (rows % rowsBetween == 0 && !betweenRows())
-                m_result.stopped = true;
+        for (int rows = 0; !m_isOver && reader.next(row); ++rows) {
+            readRow(row);
+            if (rows % rowsBetween == 0 && !betweenRows(reader.position()))
+                stop();
         }
-        if (!m_result.stopped)
-            findDuplicates();
         return m_result;
     }
 
 private:
-    struct Seen
-    {
-        quint64 key;
-        qint64 line;
-
-        bool operator<(const Seen& other) const
-        {
-            return key != other.key ? key < other.key : line < other.line;
-        }
-    };
-
-    bool isHeader(const CsvRow& row)
-    {
-        if (row.problem.isEmpty())
-            m_columns = row.fields.size();
-        return row.problem.isEmpty() && qstricmp(row.fields.first().constData(), "address") == 0;
-    }
-
-    static bool isComment(const CsvRow& row) { return row.fields.first().trimmed().startsWith('#'); }
-
     void readRow(const CsvRow& row)
     {
-        QString problem = row.problem;
-        if (problem.isEmpty())
-            problem = columnProblem(row.fields.size());
-        const QString text = QString::fromUtf8(row.fields.first()).trimmed();
-        const auto address = problem.isEmpty() ? parseTag(text, Grammar::ModbusTcp, problem) : std::nullopt;
-        if (!address)
-            return addProblem({row.line, problem});
-        m_seen.push_back({address->key(), row.line});
-        ++m_result.tags;
-        if (m_result.problemCount == 0 && !m_take(text))
-            m_result.stopped = true;
+        if ((row.line == 1 && row.fields.first().startsWith("sep=")) ||
+            (!m_hasHeadings && isComment(row.fields.first())))
+            return;
+        if (!row.problem.isEmpty())
+            return addProblem(row.line, row.problem);
+        QStringList cells;
+        for (const QByteArray& field : row.fields)
+            cells += QString::fromUtf8(field).trimmed();
+        if (cells.join(QString()).isEmpty())
+            return;
+        if (m_columns.isEmpty() && readHeadings(row.line, cells))
+            return;
+        if (!m_isOver)
+            readTag(row.line, cells);
     }
 
-    QString columnProblem(int columns)
+    /// Finds the columns. Returns whether the row holds their headings, and not a tag.
+    bool readHeadings(qint64 line, const QStringList& cells)
     {
-        if (m_columns == 0)
-            m_columns = columns;
-        return columns == m_columns
-                   ? QString()
-                   : QStringLiteral("it has %1 column(s), the first row %2").arg(columns).arg(m_columns);
+        QString ignored;
+        for (const QString& column : tagColumns())
+            m_columns += indexOf(cells, column);
+        m_hasHeadings = m_columns.first() >= 0;
+        m_fields = cells.size();
+        if (!m_hasHeadings) {
+            m_columns.fill(-1);
+            m_columns.first() = 0;
+            if (!parseTag(cells.first(), m_grammar, ignored))
+                onlyProblem(line, QStringLiteral("the list must begin with the headings of its columns (%1) "
+                                                 "or with an address; the columns are separated by comma, "
+                                                 "semicolon or tab")
+                                      .arg(tagColumns().join(QStringLiteral(", "))));
+        }
+        if (!m_isOver)
+            noteUnusedColumns(cells);
+        return m_hasHeadings;
     }
 
-    void addProblem(const ImportProblem& problem)
+    static int indexOf(const QStringList& cells, const QString& column)
+    {
+        const auto isColumn = [&](const QString& cell) {
+            return cell.compare(column, Qt::CaseInsensitive) == 0;
+        };
+        const auto found = std::find_if(cells.begin(), cells.end(), isColumn);
+        return found == cells.end() ? -1 : static_cast<int>(found - cells.begin());
+    }
+
+    void noteUnusedColumns(const QStringList& cells)
+    {
+        QStringList unused;
+        for (int i = 0; i < cells.size(); ++i) {
+            if (!m_columns.contains(i) && !cells.at(i).isEmpty())
+                unused += quoted(cells.at(i));
+        }
+        if (!m_hasHeadings && !unused.isEmpty())
+            m_result.note =
+                QStringLiteral("the list has no headings, so only its first column was used, as addresses");
+        else if (!unused.isEmpty())
+            m_result.note =
+                QStringLiteral("these columns were not used: %1; known ones are %2")
+                    .arg(unused.join(QStringLiteral(", ")), tagColumns().join(QStringLiteral(", ")));
+    }
+
+    void readTag(qint64 line, const QStringList& cells)
+    {
+        if (m_fields > 1 && cells.size() == 1 && hasOtherSeparator(cells.first()))
+            return onlyProblem(line,
+                               QStringLiteral("its columns are not separated as those of the first row"));
+        QString problem;
+        if (m_hasHeadings && cells.mid(m_fields).join(QString()).size() > 0)
+            problem = QStringLiteral("it has %1 column(s), the headings %2").arg(cells.size()).arg(m_fields);
+        const auto signal = problem.isEmpty() ? signalOfRow(rowOf(cells), problem) : std::nullopt;
+        if (signal)
+            problem = problemOf(line, *signal);
+        if (!problem.isEmpty())
+            return addProblem(line, problem);
+        ++m_result.tags;
+        if (m_result.problemCount == 0 && !m_take(*signal))
+            stop();
+    }
+
+    bool hasOtherSeparator(const QString& cell) const
+    {
+        const QByteArray bytes = cell.toUtf8();
+        return std::any_of(bytes.begin(), bytes.end(), isSeparator);
+    }
+
+    /// The fields in the order of tagColumns().
+    QStringList rowOf(const QStringList& cells) const
+    {
+        QStringList row;
+        for (int i = 0; i < m_columns.size(); ++i) {
+            row += cells.value(m_columns.at(i));
+            const QString& column = tagColumns().at(i);
+            const bool isNumber = column == QLatin1String("scale") || column == QLatin1String("offset");
+            if (isNumber && m_separator == ';' && !row.last().contains(QLatin1Char('.')))
+                row.last().replace(QLatin1Char(','), QLatin1Char('.'));
+        }
+        return row;
+    }
+
+    QString problemOf(qint64 line, const Signal& signal)
+    {
+        QString problem;
+        const auto address = parseTag(signal.address, m_grammar, problem);
+        if (address)
+            problem = signalProblem(signal, m_grammar);
+        if (problem.isEmpty())
+            problem = firstUse(m_addresses, address->plainText(), line, "address");
+        if (problem.isEmpty() && !signal.name.isEmpty())
+            problem = firstUse(m_names, signal.name.toCaseFolded(), line, "name");
+        return problem;
+    }
+
+    static QString firstUse(QHash<QString, qint64>& lines, const QString& text, qint64 line, const char* what)
+    {
+        const qint64 first = lines.value(text);
+        if (first == 0)
+            lines.insert(text, line);
+        return first == 0 ? QString()
+                          : QStringLiteral("the %1 is that of line %2").arg(QLatin1String(what)).arg(first);
+    }
+
+    void addProblem(qint64 line, const QString& text)
     {
         ++m_result.problemCount;
         if (m_result.problems.size() < mostProblemsListed)
-            m_result.problems.append(problem);
+            m_result.problems.append({line, text});
     }
 
-    void findDuplicates()
+    void onlyProblem(qint64 line, const QString& text)
     {
-        std::sort(m_seen.begin(), m_seen.end());
-        std::vector<Duplicate> duplicates;
-        const Seen* first = nullptr;
-        for (const Seen& seen : m_seen) {
-            if (first && first->key == seen.key)
-                duplicates.push_back({seen.line, first->line});
-            else
-                first = &seen;
-        }
-        std::sort(duplicates.begin(), duplicates.end());
-        m_result.tags -= static_cast<qint64>(duplicates.size());
-        m_result.problemCount += static_cast<qint64>(duplicates.size());
-        listDuplicates(duplicates);
+        m_result.problemCount = 0;
+        m_result.problems.clear();
+        addProblem(line, text);
+        m_isOver = true;
     }
 
-    using Duplicate = std::pair<qint64, qint64>; ///< its line and the line of the first one
-
-    void listDuplicates(const std::vector<Duplicate>& duplicates)
+    void stop()
     {
-        QVector<ImportProblem>& problems = m_result.problems;
-        const std::size_t listed = std::min<std::size_t>(duplicates.size(), mostProblemsListed);
-        for (std::size_t i = 0; i < listed; ++i)
-            problems.append({duplicates[i].first,
-                             QStringLiteral("the address is that of line %1").arg(duplicates[i].second)});
-        std::stable_sort(
-            problems.begin(), problems.end(),
-            [](const ImportProblem& left, const ImportProblem& right) { return left.line < right.line; });
-        problems.resize(std::min(problems.size(), mostProblemsListed));
+        m_result.stopped = true;
+        m_isOver = true;
     }
 
-    CsvReader& m_reader;
+    QByteArray m_text;
+    const char m_separator;
+    const Grammar m_grammar;
     const TakeTag& m_take;
     ImportResult m_result;
-    std::vector<Seen> m_seen;
-    int m_columns = 0;
-    bool m_hasHeader = false;
+    QVector<int> m_columns; ///< for each of tagColumns() its field; -1: the list does not have it
+    int m_fields = 0;       ///< of the first row
+    bool m_hasHeadings = false;
+    bool m_isOver = false;
+    QHash<QString, qint64> m_addresses; ///< and their lines
+    QHash<QString, qint64> m_names;
 };
 
 } // namespace
 
-ImportResult importTags(CsvReader& reader, const TakeTag& take, const std::function<bool()>& betweenRows)
+ImportResult importTags(const QByteArray& file, Grammar grammar, const TakeTag& take,
+                        const BetweenRows& betweenRows)
 {
-    return TagImport(reader, take).run(betweenRows);
+    return TagImport(toUtf8(file), grammar, take).run(betweenRows);
 }

@@ -124,11 +124,9 @@ QString Address::fullText() const
     return station ? QStringLiteral("%1-%2").arg(*station).arg(text) : text;
 }
 
-quint64 Address::key() const
+QString Address::plainText() const
 {
-    const auto part = [](int value, int shift) { return static_cast<quint64>(value) << shift; };
-    return part(number, 0) | part(bit.value_or(-1) + 1, 17) | part(station.value_or(-1) + 1, 26) |
-           part(area, 35) | part(highWordFirst ? 1 : 0, 38);
+    return isForeign() ? fullText() : at(position(), bit.has_value()).fullText();
 }
 
 std::optional<Address> parseAddress(const QString& text, Grammar grammar, QString& problem)

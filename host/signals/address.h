@@ -48,8 +48,9 @@ struct Address
     /// The text with the station in front: "3-HR1".
     QString fullText() const;
 
-    /// Different for addresses that differ in more than case and leading zeros.
-    quint64 key() const;
+    /// The same for all ways to write one address: upper case, no leading zeros, a bit below 16. A foreign
+    /// address as it is.
+    QString plainText() const;
 };
 
 /// Parses an address. If the driver does not know the area, or would read another element than the one that

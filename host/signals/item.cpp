@@ -186,21 +186,25 @@ QVector<Item> dividedRange(const Range& range, const ItemContext& context, const
     return items;
 }
 
-/// NAME or NAME:NOTATION.
-std::optional<Item> parseName(const QString& text, const ItemContext& context, QString& error)
+/// NAME or NAME:NOTATION. If there is no such name, the result is empty and problem says so; if there is, but
+/// it cannot be an item, error says why.
+QVector<Item> parseName(const QString& text, ItemContext context, QString& problem, QString& error)
 {
-    if (!context.findSignal)
-        return std::nullopt;
-    if (const auto signal = context.findSignal(text))
-        return itemOfSignal(*signal, context, error);
+    QVector<Signal> found = context.findSignals(text, problem);
     const int colon = text.lastIndexOf(QLatin1Char(':'));
     const auto notation = notationFromName(text.mid(colon + 1));
-    const auto signal = colon > 0 && notation ? context.findSignal(text.left(colon)) : std::nullopt;
-    if (!signal)
-        return std::nullopt;
-    ItemContext shown = context;
-    shown.options.notation = notation;
-    return itemOfSignal(*signal, shown, error);
+    if (found.isEmpty() && colon > 0 && notation) {
+        context.options.notation = notation;
+        found = context.findSignals(text.left(colon), problem);
+    }
+    QVector<Item> items;
+    for (const Signal& signal : found) {
+        const auto item = itemOfSignal(signal, context, error);
+        if (!item)
+            return {};
+        items += *item;
+    }
+    return items;
 }
 
 QVector<Item> parseAddressItems(const Range& range, const QStringList& parts, const ItemContext& context,
@@ -264,34 +268,32 @@ QStringList Item::elementNames() const
     return names;
 }
 
-ItemContext contextOf(DriverInterface& driver, const ItemOptions& options)
+ItemContext contextOf(DriverInterface& driver, const ItemOptions& options, const FindSignals& findSignals)
 {
     return {grammarOfDriver(driver.name()),
             {driver.getBlockAccessSize(), driver.getBitBlockAccessSize()},
             options,
-            {}};
+            findSignals};
 }
 
 QVector<Item> parseItems(const QString& text, const ItemContext& context, QString& error)
 {
-    const bool isForeign = context.grammar == Grammar::Foreign;
-    if (isForeign) { // where every text is an address, names go first
-        const auto named = parseName(text, context, error);
-        if (named || !error.isEmpty())
-            return named ? QVector<Item>{*named} : QVector<Item>();
-    }
     const QStringList parts = text.split(QLatin1Char(':'));
     const int addressParts = partsOfAddress(parts, context.grammar);
+    const QString address = QStringList(parts.mid(0, addressParts)).join(QLatin1Char(':'));
+    const bool isForeign = context.grammar == Grammar::Foreign; // where every text is an address
     QString problem;
-    const auto range =
-        parseRange(QStringList(parts.mid(0, addressParts)).join(QLatin1Char(':')), context.grammar, problem);
+    auto range = parseRange(address, context.grammar, problem);
+    if (context.findSignals && (isForeign || !range)) {
+        QString nameProblem;
+        const QVector<Item> items = parseName(text, context, nameProblem, error);
+        if (!items.isEmpty() || !error.isEmpty())
+            return items;
+        problem += QLatin1String("; ") + nameProblem;
+    }
     if (range)
         return parseAddressItems(*range, parts.mid(addressParts), context, error);
-    const auto named = parseName(text, context, error);
-    if (named)
-        return {*named};
-    if (error.isEmpty())
-        error = context.findSignal ? problem + QLatin1String("; no signal has this name") : problem;
+    error = problem;
     return {};
 }
 
@@ -319,9 +321,9 @@ QString signalProblem(const Signal& signal, Grammar grammar)
 {
     QString problem;
     QString ignored;
-    for (const QChar character : signal.name) {
+    for (const QChar character : signal.name + signal.unit) {
         if (character.category() == QChar::Other_Control)
-            return quoted(signal.name) + QStringLiteral(" has a control character in its name");
+            return quoted(signal.name) + QStringLiteral(" has a control character in its name or unit");
     }
     if (grammar == Grammar::ModbusTcp &&
         parseRange(signal.name.section(QLatin1Char(':'), 0, 0), grammar, ignored))

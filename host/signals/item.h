@@ -48,28 +48,32 @@ struct ItemOptions
     std::optional<Notation> notation;
 };
 
+/// Finds signals by a name, or by a pattern with the wildcards * and ?. If it finds none, problem says why,
+/// as part of a sentence.
+using FindSignals = std::function<QVector<Signal>(const QString& name, QString& problem)>;
+
 /// How a text becomes items.
 struct ItemContext
 {
     Grammar grammar = Grammar::ModbusTcp;
-    BlockSizes blocks;   ///< for dividing ranges
-    ItemOptions options; ///< where the text says nothing itself
-
-    /// Finds a signal by its name. May be empty if there are no names.
-    std::function<std::optional<Signal>(const QString& name)> findSignal;
+    BlockSizes blocks;       ///< for dividing ranges
+    ItemOptions options;     ///< where the text says nothing itself
+    FindSignals findSignals; ///< may be empty: there are no names
 };
 
-/// The context for a loaded driver, without names.
-ItemContext contextOf(DriverInterface& driver, const ItemOptions& options);
+/// The context for a loaded driver.
+ItemContext contextOf(DriverInterface& driver, const ItemOptions& options,
+                      const FindSignals& findSignals = {});
 
 constexpr int mostElements = 65536; ///< largest COUNT
 
 /// Parses ADDRESS[:TYPE[:COUNT]][:ORDER][:NOTATION], the same with FIRST..LAST for ADDRESS, or
-/// NAME[:NOTATION]: HR100, HR4:float32:BADC, HR1:word:3:hex, DO1..DO16, Oven 3 temp. The options may have any
-/// order, but COUNT follows a type.
+/// NAME[:NOTATION]: HR100, HR4:float32:BADC, HR1:word:3:hex, DO1..DO16, Oven 3 temp, Oven*:hex. The options
+/// may have any order, but COUNT follows a type.
 ///
-/// A range gives one item per command that it takes, everything else gives one item. If the text is wrong or
-/// its parts contradict each other, the result is empty, and error says what would be right.
+/// A range gives one item per command that it takes, a name with wildcards one per signal, everything else
+/// gives one item. If the text is wrong or its parts contradict each other, the result is empty, and error
+/// says what would be right.
 QVector<Item> parseItems(const QString& text, const ItemContext& context, QString& error);
 
 /// A signal as an item. The options of the context fill in only what the signal leaves open.

@@ -125,4 +125,12 @@ struct Signal
 
 constexpr int mostDecimals = 15;
 
+/// A signal of which nothing is known but its address.
+inline Signal signalAt(const QString& address)
+{
+    Signal signal;
+    signal.address = address;
+    return signal;
+}
+
 #endif

@@ -86,7 +86,7 @@ void CsvReader::readRow(CsvRow& row)
             return skipRestOfLine();
         if (skipLineEnd() || peek() == EndOfFile)
             return;
-        if (take() != ',') {
+        if (take() != m_separator) {
             row.problem = QStringLiteral("there is a carriage return in the middle of the line");
             return skipRestOfLine();
         }
@@ -101,7 +101,7 @@ QString CsvReader::readField(QByteArray& field)
 bool CsvReader::atEndOfField()
 {
     const int byte = peek();
-    return byte == ',' || byte == '\n' || byte == '\r' || byte == EndOfFile;
+    return byte == m_separator || byte == '\n' || byte == '\r' || byte == EndOfFile;
 }
 
 QString CsvReader::readPlainField(QByteArray& field)

@@ -15,13 +15,13 @@ struct CsvRow
 };
 
 /// Reads comma-separated values strictly (RFC 4180), in constant memory. Rows end with LF or CRLF; a field
-/// with commas, quotes or line ends is in double quotes, with its own quotes doubled. A byte-order mark at
-/// the start and empty lines are skipped. Bytes are passed on unchanged, whatever the encoding.
+/// with separators, quotes or line ends is in double quotes, with its own quotes doubled. A UTF-8 byte-order
+/// mark at the start and empty lines are skipped. Bytes are passed on unchanged, whatever the encoding.
 class CsvReader
 {
 public:
     /// The device must be open for reading and outlive the reader.
-    explicit CsvReader(QIODevice& device) : m_device(device) {}
+    explicit CsvReader(QIODevice& device, char separator = ',') : m_device(device), m_separator(separator) {}
 
     /// Reads the next row; false at the end. A row with a problem ends with its line, or with the file if a
     /// quote is not closed.
@@ -45,6 +45,7 @@ private:
     void skipRestOfLine();
 
     QIODevice& m_device;
+    const char m_separator;
     QByteArray m_buffer;
     int m_next = 0; ///< index into m_buffer
     qint64 m_read = 0;

@@ -3,10 +3,10 @@
 #include "signals/item.h"
 #include "text/csv_reader.h"
 #include "text/shown.h"
+#include "text/wildcard.h"
 
 #include <QDateTime>
 #include <QFile>
-#include <QRegularExpression>
 
 #include <algorithm>
 #include <cmath>
@@ -32,18 +32,6 @@ RecordColumn columnOf(const QString& heading)
     column.name = match.hasMatch() ? match.captured(1) : heading;
     column.unit = match.captured(2);
     return column;
-}
-
-/// Patterns as in file names; every other character means itself.
-bool matches(const QString& text, const QString& pattern)
-{
-    QString expression = QRegularExpression::escape(pattern);
-    expression.replace(QLatin1String("\\*"), QLatin1String(".*"))
-        .replace(QLatin1String("\\?"), QLatin1String("."));
-    return QRegularExpression(QRegularExpression::anchoredPattern(expression),
-                              QRegularExpression::CaseInsensitiveOption)
-        .match(text)
-        .hasMatch();
 }
 
 /// The first names, and how many more there are.
@@ -146,10 +134,11 @@ ExitStatus Reader::choose(const std::vector<RecordColumn>& columns)
 {
     std::vector<bool> chosen(columns.size(), m_selection.columns.isEmpty());
     for (const QString& pattern : m_selection.columns) {
+        const QRegularExpression expression = wildcardExpression(pattern);
         bool found = false;
         for (std::size_t i = 0; i < columns.size(); ++i) {
-            const bool isMeant = matches(columns[i].name, pattern) ||
-                                 matches(columnHeading(columns[i].name, columns[i].unit), pattern);
+            const bool isMeant = expression.match(columns[i].name).hasMatch() ||
+                                 expression.match(columnHeading(columns[i].name, columns[i].unit)).hasMatch();
             chosen[i] = chosen[i] || isMeant;
             found = found || isMeant;
         }

@@ -1,4 +1,7 @@
 #include "project/project_file.h"
+#include "project/project_signals.h"
+#include "project/tag_row.h"
+#include "tools/project_database.h"
 
 #include <QProcess>
 #include <QSqlError>
@@ -18,7 +21,7 @@ QString writeProject(const QString& fileName, const QStringList& tags)
     writer.addLink({7, ethernetHmiPort});
     writer.addNode({7, 3, true, QStringLiteral("10.0.0.1"), 502});
     for (const QString& tag : tags)
-        writer.addTag({7, tag});
+        writer.addTag({7, signalAt(tag)});
     writer.commit();
     return writer.error();
 }
@@ -28,7 +31,7 @@ QString tagsOf(const QString& fileName)
 {
     QStringList tags;
     ProjectReader reader(fileName);
-    const bool done = reader.forEachTag([&](const ProjectTag& tag) { tags += tag.address; });
+    const bool done = reader.forEachTag([&](const ProjectTag& tag) { tags += tag.signal.address; });
     return done ? tags.join(QLatin1Char(' ')) : reader.error();
 }
 
@@ -57,6 +60,8 @@ class tst_project_file : public QObject
 private slots:
     void init();
     void writtenAndRead();
+    void signalsOfTags();
+    void names();
     void oldProjectStaysWithoutCommit();
     void fullDiskKeepsTheOldProject();
     void oneWriterAtATime();
@@ -100,6 +105,63 @@ void tst_project_file::writtenAndRead()
     QCOMPARE(QSqlDatabase::connectionNames().size(), 1); // the reader's own
 }
 
+// What a person knows about a tag comes back as it was, also in a project that another program has made.
+void tst_project_file::signalsOfTags()
+{
+    const QStringList row = QStringLiteral("HR6|Oven|int16|DCBA|0.1|-1e-07|°C|1|two\nlines").split('|');
+    QCOMPARE(writeProject(m_file, {}), QString());
+    QVERIFY(
+        change(m_file, QStringLiteral("DROP TABLE custom_tag_table; CREATE TABLE custom_tag_table (address "
+                                      "TEXT, color TEXT, connector_id INTEGER); INSERT INTO "
+                                      "custom_tag_table VALUES ('HR1', 'red', 7)")));
+    QCOMPARE(tagsOf(m_file), QStringLiteral("HR1"));
+    QString problem;
+    ProjectWriter writer(m_file, ProjectWriter::FromOldProject);
+    QVERIFY(writer.addTag({7, *signalOfRow(row, problem)}) && writer.commit());
+    QVector<QStringList> rows;
+    QVERIFY(ProjectReader(m_file).forEachTagOf(
+        7, [&](const ProjectTag& tag) { rows += rowOfSignal(tag.signal); }));
+    QCOMPARE(rows.size(), 2);
+    QCOMPARE(rows.first().join(QString()), QStringLiteral("HR1"));
+    QCOMPARE(rows.last(), row);
+    QVERIFY(change(m_file, QStringLiteral("UPDATE custom_tag_table SET signal_type = 'real'")));
+    QVERIFY2(tagsOf(m_file).contains(QLatin1String("in its tag HR1 the type \"real\" must be bool, ")),
+             qPrintable(tagsOf(m_file)));
+}
+
+void tst_project_file::names()
+{
+    QDir().mkpath(QFileInfo(GetDatabaseName()).path());
+    ProjectWriter writer(GetDatabaseName());
+    writer.addNode({1, 9, false, QString(), 502});
+    writer.addNode({1, 5, true, QString(), 502});
+    for (const char* tag : {"HR1|Oven 1", "2-HR2|oven 2?", "HR3|Oven 25", "HR4|", "HR5|Öfen [*]"}) {
+        Signal signal = signalAt(QString::fromUtf8(tag).section('|', 0, 0));
+        signal.name = QString::fromUtf8(tag).section('|', 1);
+        writer.addTag({1, signal});
+    }
+    QVERIFY2(writer.commit(), qPrintable(writer.error()));
+    const auto found = [](const char* name, int stationOfLink, std::optional<int> station) {
+        LinkOptions options;
+        options.station = station;
+        QString problem;
+        QStringList addresses;
+        for (const Signal& signal :
+             findProjectSignals(options, stationOfLink)(QString::fromUtf8(name), problem))
+            addresses += signal.address;
+        return addresses.isEmpty() ? problem : addresses.join(QLatin1Char(' '));
+    };
+    QCOMPARE(found("OVEN 1", 1, {}), QStringLiteral("5-HR1")); // the project's station, not the link's
+    QCOMPARE(found("Oven 1", 5, {}), QStringLiteral("HR1"));
+    QCOMPARE(found("Oven 1", 3, 3), QStringLiteral("HR1")); // the user's station
+    QCOMPARE(found("Oven*", 1, {}), QStringLiteral("5-HR1 2-HR2 5-HR3"));
+    QCOMPARE(found("Oven 2?", 1, {}), QStringLiteral("2-HR2")); // a name before a pattern
+    QCOMPARE(found("öfen [*]", 5, {}), QStringLiteral("HR5"));
+    QCOMPARE(found("*", 5, {}), QStringLiteral("HR1 2-HR2 HR3 HR5"));
+    QCOMPARE(found("Oven", 5, {}), QStringLiteral("no signal has this name"));
+    QCOMPARE(found("", 5, {}), QStringLiteral("no signal has this name"));
+}
+
 void tst_project_file::oldProjectStaysWithoutCommit()
 {
     QVERIFY(QFile(m_file + QStringLiteral(".new-0123456789abcdef"))
@@ -107,7 +169,7 @@ void tst_project_file::oldProjectStaysWithoutCommit()
     QCOMPARE(writeProject(m_file, {QStringLiteral("DO1")}), QString());
     {
         ProjectWriter writer(m_file);
-        QVERIFY(writer.addTag({1, QStringLiteral("DO2")}));
+        QVERIFY(writer.addTag({1, signalAt(QStringLiteral("DO2"))}));
         QCOMPARE(files().size(), 2);
     }
     QCOMPARE(files(), QStringList(QStringLiteral("database")));
@@ -154,7 +216,8 @@ void tst_project_file::swallowedTags()
                    QStringLiteral("DROP TABLE custom_tag_table; CREATE TABLE custom_tag_table (connector_id "
                                   "INTEGER UNIQUE ON CONFLICT IGNORE, address TEXT)")));
     ProjectWriter writer(m_file, ProjectWriter::FromOldProject);
-    QVERIFY(writer.addTag({1, QStringLiteral("DO1")}) && writer.addTag({1, QStringLiteral("DO2")}));
+    QVERIFY(writer.addTag({1, signalAt(QStringLiteral("DO1"))}) &&
+            writer.addTag({1, signalAt(QStringLiteral("DO2"))}));
     QVERIFY(!writer.commit());
     QVERIFY2(writer.error().contains(QLatin1String("does not take all tags")), qPrintable(writer.error()));
 }

@@ -261,13 +261,13 @@ void tst_record::headings()
     QFETCH(int, station);
     QFETCH(bool, isItem);
     ItemContext context;
-    context.findSignal = [](const QString& name) {
+    context.findSignals = [](const QString& name, QString&) {
         Signal signal;
         signal.name = name;
         signal.address = name == QLatin1String("Oven") ? QStringLiteral("HR6") : QStringLiteral("2-HR6");
         signal.unit = name == QLatin1String("Oven") ? QStringLiteral("°C") : QString();
         const bool isKnown = name == QLatin1String("Oven") || name == QLatin1String("Far oven [old]");
-        return isKnown ? std::optional(signal) : std::nullopt;
+        return isKnown ? QVector<Signal>{signal} : QVector<Signal>();
     };
     const auto headingsOf = [&context](const QString& text, int link) {
         QString error;

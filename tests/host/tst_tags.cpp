@@ -1,6 +1,9 @@
 #include "project/tag_import.h"
+#include "project/tag_row.h"
+#include "text/csv_reader.h"
 
 #include <QBuffer>
+#include <QTextCodec>
 #include <QtTest>
 
 class tst_tags : public QObject
@@ -41,17 +44,14 @@ struct Imported
 {
     explicit Imported(const QByteArray& text, int mostTags = 1 << 30)
     {
-        QBuffer file;
-        file.setData(text);
-        file.open(QIODevice::ReadOnly);
-        CsvReader reader(file);
-        result = importTags(
-            reader,
-            [&](const QString& address) {
-                taken += address;
-                return taken.size() < mostTags;
-            },
-            [] { return true; });
+        const auto take = [&](const Signal& signal) {
+            QStringList row = rowOfSignal(signal);
+            while (row.last().isEmpty())
+                row.removeLast();
+            taken += row.join(QLatin1Char('|'));
+            return taken.size() < mostTags;
+        };
+        result = importTags(text, Grammar::ModbusTcp, take, [](qint64) { return true; });
     }
 
     QStringList problems() const
@@ -65,6 +65,12 @@ struct Imported
     ImportResult result;
     QStringList taken;
 };
+
+/// The text as Excel saves "Unicode text".
+QByteArray utf16(const char* text)
+{
+    return QTextCodec::codecForName("UTF-16LE")->fromUnicode(QString::fromUtf8(text)).prepend("\xFF\xFE");
+}
 
 } // namespace
 
@@ -115,40 +121,73 @@ void tst_tags::importing_data()
 {
     QTest::addColumn<QByteArray>("text");
     QTest::addColumn<QString>("taken");
-    QTest::addColumn<QString>("problems");
-    const auto row = [](const char* name, const char* text, const char* taken, const char* problems) {
-        QTest::newRow(name) << QByteArray(text) << QString::fromLatin1(taken)
-                            << QString::fromLatin1(problems);
+    QTest::addColumn<QString>("said"); ///< problems, or else the note
+    const auto row = [](const char* name, const QByteArray& text, const char* taken, const char* said) {
+        QTest::newRow(name) << text << QString::fromUtf8(taken) << QString::fromUtf8(said);
     };
-    row("header and more columns", "Address,name\nDI5,\"a, b\"\n2-do7,\n", "DI5 2-do7", "");
-    row("no header", "DI5\nDO1\n", "DI5 DO1", "");
-    row("header alone", "address\n", "", "");
-    row("comments and blanks without a header", "# pumps, \"left\"\n DI5\t\n", "DI5", "");
-    row("none with a header", "address\n#DI5\n", "",
+    const char* const oven = "HR6|Oven, 3|int16||0.1|-40.5|°C|1";
+    const char* const both = "HR6|Oven, 3|int16||0.1|-40.5|°C|1;DO5";
+    row("comma, UTF-8",
+        "address,name,type,order,scale,offset,unit,decimals\nHR6,\"Oven, 3\",int16,,0.1,-40.5,°C,1\n", oven,
+        "");
+    row("semicolon, mark, decimal comma, Windows' line ends, missing fields, blank rows",
+        "\xEF\xBB\xBFName;ADDRESS;type;unit;scale;Offset;decimals\r\n"
+        "Oven, 3 ; HR6;INT16;°C;0,1;-40,5;1\r\n;;;;;;\r\n;DO5\r\n\r\n",
+        both, "");
+    row("tab, UTF-16",
+        utf16("address\tname\ttype\tscale\toffset\tunit\tdecimals\r\n"
+              "HR6\tOven, 3\tint16\t0.1\t-40.5\t°C\t1\r\nDO5\t\t\t\t\t\t\r\n"),
+        both, "");
+    row("sep=, Windows-1252",
+        "sep=|\naddress|name|type|scale|offset|unit|decimals\nHR6|Oven, 3|int16|0.1|-40.5|\xB0"
+        "C|1",
+        oven, "");
+    row("all types and orders",
+        "address,type,order,comment\nHR1,string(8),badc,\"two\nlines; "
+        "\"\"quoted\"\"\"\nHR9SW,Float64,ABCD,\n",
+        "HR1||string(8)|BADC|||||two\nlines; \"quoted\";HR9SW||float64|ABCD", "");
+    row("no headings", "# pumps, \"left\"\n DI5\t\n2-do7\n", "DI5;2-do7", "");
+    row("no headings, more columns", "DI5,a\nDI6\n", "DI5;DI6",
+        "the list has no headings, so only its first column was used, as addresses");
+    row("unknown columns", "address,naem,\nDI5,a,b\n", "DI5",
+        "these columns were not used: \"naem\"; known ones are address, name, type, order, scale, offset, "
+        "unit, "
+        "decimals, comment");
+    row("headings alone", "address\n", "", "");
+    row("comment below headings", "address\n#DI5\n", "",
         "2: \"#DI5\" is in no area of the driver (DI, DO, FN5DO, HR, FN6HR, IR)");
-    row("a second header is no address", "address\naddress\n", "",
-        "2: \"address\" is in no area of the driver (DI, DO, FN5DO, HR, FN6HR, IR)");
-    row("columns", "DI5,a\nDI6\nDI7,b\nDI8,c,d\n", "DI5",
-        "2: it has 1 column(s), the first row 2; 4: it has 3 column(s), the first row 2");
-    row("duplicates", "DI5\nDI6\ndi05\nDI6\nDI6\n", "DI5 DI6 di05 DI6 DI6",
-        "3: the address is that of line 1; 4: the address is that of line 2; 5: the address is that of line "
-        "2");
+    const char* const begin =
+        "1: the list must begin with the headings of its columns (address, name, type, order, scale, offset, "
+        "unit, decimals, comment) or with an address; the columns are separated by comma, semicolon or tab";
+    row("no address column", "name,type\na,word\nb,word\n", "", begin);
+    row("separated by something else", "address/name\nHR1/a\nHR2/b\n", "", begin);
+    row("separated in two ways", "address,name\nHR1;a\nHR2;b\n", "",
+        "2: its columns are not separated as those of the first row");
+    row("too many fields", "address,name\nDI5,a,b\nDI6,a,\n", "", "2: it has 3 column(s), the headings 2");
+    row("decimal comma between commas", "address,type,scale\nHR1,int16,\"0,5\"\n", "",
+        "2: the scale \"0,5\" must be a number, such as 0.1 or -40");
+    row("wrong texts",
+        "address,type,order,offset,decimals,name\nHR1,float\nHR2,,abdc\nHR3,,,x\nHR4,,,,16\nHR5,,,,,HR6\n"
+        "HR6,bool,,1\n",
+        "",
+        "2: the type \"float\" must be bool, int16, uint16, int32, uint32, int64, uint64, float32, float64, "
+        "string(N), bit, byte, word, dword, qword, block, bitblock; "
+        "3: the order \"abdc\" must be ABCD, CDAB, BADC, DCBA; "
+        "4: the offset \"x\" must be a number, such as 0.1 or -40; 5: the decimals \"16\" must be 0 to 15; "
+        "6: \"HR6\" is an address, and can be no name; 7: \"HR6\": bool has no scale and no offset");
+    row("duplicates", "address,name\nDI5,a\nDI6,\ndi05,\nHR1.16,A\nHR2.0,\nHR3,\n", "DI5|a;DI6",
+        "4: the address is that of line 2; 5: the name is that of line 2; 6: the address is that of line 5");
     row("alike and different", "DI5\nDO5\nFN5DO5\n1-DI5\nHR5\nHR5.0\nHR5SW\nIR5\nFN6HR5\nHR5.1\n2-DI5\n",
-        "DI5 DO5 FN5DO5 1-DI5 HR5 HR5.0 HR5SW IR5 FN6HR5 HR5.1 2-DI5", "");
-    row("all kinds in the order of lines", "DI1\nXY\nDI1\n\"DI2\"x\nDI3,4\nDI70000\n", "DI1",
-        "2: \"XY\" is in no area of the driver (DI, DO, FN5DO, HR, FN6HR, IR); 3: the address is that of "
-        "line "
-        "1; 4: text follows a closing quote; 5: it has 2 column(s), the first row 1; 6: \"DI70000\" must "
-        "have "
-        "a number from 1 to 65536 behind the area");
+        "DI5;DO5;FN5DO5;1-DI5;HR5;HR5.0;HR5SW;IR5;FN6HR5;HR5.1;2-DI5", "");
+    row("not CSV", "DI1\n\"DI2\"x\nDI3\n", "DI1", "2: text follows a closing quote");
 }
 
 void tst_tags::importing()
 {
     QFETCH(QByteArray, text);
     const Imported imported(text);
-    QTEST(imported.taken.join(QLatin1Char(' ')), "taken");
-    QTEST(imported.problems().join(QStringLiteral("; ")), "problems");
+    QTEST(imported.taken.join(QLatin1Char(';')), "taken");
+    QTEST(imported.problems().join(QStringLiteral("; ")) + imported.result.note, "said");
     QCOMPARE(imported.result.problemCount, qint64(imported.result.problems.size()));
 }
 
@@ -156,13 +195,11 @@ void tst_tags::boundedProblems()
 {
     QByteArray text;
     for (int i = 0; i < 1000; ++i)
-        text += i % 2 ? "DI1\n" : "XY\n";
+        text += i % 2 ? "XY\n" : "DI1\n";
     const Imported imported(text);
     QCOMPARE(imported.result.problemCount, qint64(999));
     QCOMPARE(imported.problems().size(), mostProblemsListed);
-    QCOMPARE(imported.problems().last(),
-             QStringLiteral("21: \"XY\" is in no area of the driver (DI, DO, FN5DO, "
-                            "HR, FN6HR, IR)"));
+    QCOMPARE(imported.problems().last(), QStringLiteral("21: the address is that of line 1"));
     QVERIFY(Imported("DI1\nDI2\nDI3\n", 2).result.stopped);
 }
 

@@ -431,8 +431,10 @@ void tst_values::items()
 void tst_values::names()
 {
     ItemContext context{Grammar::ModbusTcp, {125, 2008}, {}, {}};
-    context.findSignal = [](const QString& name) {
-        return name == QLatin1String("Oven 3 temp") ? std::optional(ovenTemperature()) : std::nullopt;
+    context.findSignals = [](const QString& name, QString& problem) {
+        problem = QStringLiteral("no signal has this name");
+        const QVector<Signal> both = {ovenTemperature(), ovenTemperature()};
+        return name == QLatin1String("Oven*") ? both : both.mid(name == QLatin1String("Oven 3 temp") ? 1 : 2);
     };
     const auto commands = [&](const char* text) {
         QString error;
@@ -444,6 +446,7 @@ void tst_values::names()
     };
     QCOMPARE(commands("Oven 3 temp"), QStringLiteral("HR7*1"));
     QCOMPARE(commands("Oven 3 temp:hex"), QStringLiteral("HR7*1 shown"));
+    QCOMPARE(commands("Oven*"), QStringLiteral("HR7*1 HR7*1"));
     QVERIFY(commands("Oven 4 temp").endsWith(QLatin1String("; no signal has this name")));
     QCOMPARE(commands("HR1..HR300"), QStringLiteral("HR1*125 HR126*125 HR251*50"));
     QCOMPARE(commands("HR2..HR301:float64"), QStringLiteral("HR2*124 HR126*124 HR250*52"));

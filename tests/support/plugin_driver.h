@@ -26,7 +26,7 @@ void makeProject(const Tags& tags)
     ProjectWriter writer(GetDatabaseName());
     writer.addLink({1, ethernetHmiPort});
     writer.addNode({1, 1, true, QStringLiteral("127.0.0.1"), 502});
-    tags.forEach([&](const QString& address) { writer.addTag({1, address}); });
+    tags.forEach([&](const QString& address) { writer.addTag({1, signalAt(address)}); });
     if (!writer.commit())
         giveUp(writer.error());
 }

@@ -334,7 +334,7 @@ print(watch.wait(10))
     # JSON, tags, wrong command lines
 
     def test_json_and_tags(self):
-        done = self.watch("--tags", "--samples", "2", "--interval", "10", "--format", "json")
+        done = self.watch("--tags", "--station", "1", "--samples", "2", "--interval", "10", "--format", "json")
         self.assertEqual(done.stderr, "note: 1 tag(s) of other stations than 1 are left out\n")
         samples = [json.loads(line) for line in done.stdout.splitlines()]
         self.assertEqual([sample["sample"] for sample in samples], [1, 2])
@@ -352,7 +352,7 @@ print(watch.wait(10))
                 (["HR1", "--interval", "0"], 2, "--interval"),
                 (["HR1", "--samples", "1", "--for", "1"], 2, "--for"),
                 (["HR1", "--csv", "/nonexistent/x.csv"], 2, "can not write /nonexistent/x.csv"),
-                (["--tags", "--link", "7"], 1, "station 1 of link 7 has no tags"),
+                (["--tags", "--link", "7"], 1, "link 7 has no tags"),
                 (["HR1:qword", "--samples", "1"], 1, "does not read qword")]:
             with self.subTest(arguments):
                 done = self.watch(*arguments)
