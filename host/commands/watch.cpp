@@ -52,6 +52,8 @@ WatchedTags readTags(const LinkOptions& link, Session& session, QString& error)
             ++tags.ofOthers;
         } else if (signal.name.isEmpty() && !signal.type) {
             plain += item->address;
+            if (plain.last().station == session.link().stationId())
+                plain.last().station.reset();
         } else {
             tags.items += *item;
         }
