@@ -29,7 +29,9 @@ const char* const commandFooter = "The options of driverhost (--device, --statio
 
 const char* const addressHelp =
     "HMI address (HR100, HR100.3, HR100SW, FN6HR100, IR100, DO5, FN5DO5, DI5; 3-HR100 for station 3), "
-    "optionally with type, number of elements, byte order or notation: HR1:word:3, HR4:float32:BADC, HR7:hex";
+    "optionally with type, number of elements, byte order or notation: HR1:word:3, HR4:float32:BADC, "
+    "HR7:hex; or "
+    "the name of a signal in the project, in any case";
 
 /// What the command line is parsed into, and the command that it names.
 struct Parsed
@@ -153,7 +155,9 @@ void addRead(CLI::App& app, Parsed& parsed)
     CLI::App& command =
         addCommand(app, "read", "Read elements from the device", parsed, parsed.read, runRead);
     addTexts(command, "ADDRESS", parsed.read.items,
-             std::string(addressHelp) + "; a range such as HR1..HR400 takes as many commands as it needs")
+             std::string(addressHelp) +
+                 ", where * and ? are wildcards; a range such as HR1..HR400 takes as many commands "
+                 "as it needs")
         ->required();
     addItemOptions(command, parsed.read.options);
     addNumber(command, "--count", parsed.read.options.count, 0, largestInt,
@@ -185,18 +189,20 @@ void explain(CLI::App& command, const std::string& text)
 void addProjectTags(CLI::App& project, Parsed& parsed)
 {
     CLI::App& import =
-        addCommand(project, "import", "Replace the tags of link --link with those of a CSV file", parsed,
+        addCommand(project, "import", "Replace the tags of link --link with those of a tag list", parsed,
                    parsed.projectImport, runProjectImport);
-    addText(import, "FILE", parsed.projectImport.file, "The CSV file")->required();
-    explain(import, "The first column is the address of a tag: DI5, 2-DO17 (of station 2), HR100.3. Other\n"
-                    "columns, such as names and comments, mean nothing to a driver and are ignored; every\n"
-                    "row has as many columns as the first. A first row that begins with \"address\" is the\n"
-                    "header. If anything is wrong, the errors (the first 20) are listed with their lines,\n"
-                    "and the project stays as it was.");
-    CLI::App& output = addCommand(project, "export", "Write the tags of link --link as CSV", parsed,
+    addText(import, "FILE", parsed.projectImport.file, "The tag list (CSV)")->required();
+    explain(import, "The first row has the headings of the columns, in any order: address (DI5, 2-DO17 of\n"
+                    "station 2, HR100.3) and as far as known name, type, order, scale, offset, unit,\n"
+                    "decimals and comment. The panel reads the addresses only. A value in its unit is the\n"
+                    "number in the registers * scale + offset. A list without headings has addresses in its\n"
+                    "first column. Columns are separated by comma, semicolon or tab, as spreadsheets save\n"
+                    "them. If anything is wrong, the errors (the first 20) are listed with their lines, and\n"
+                    "the project stays as it was.");
+    CLI::App& output = addCommand(project, "export", "Write the tags of link --link as a tag list", parsed,
                                   parsed.projectExport, runProjectExport);
     addText(output, "FILE", parsed.projectExport.file,
-            "The CSV file, with the header and column \"address\" (default, and -: stdout)");
+            "The tag list, in CSV and UTF-8 (default, and -: stdout)");
 }
 
 void addWatch(CLI::App& app, Parsed& parsed)
@@ -207,10 +213,11 @@ void addWatch(CLI::App& app, Parsed& parsed)
                    "Read at an interval: a screen on a terminal (q ends, p pauses), else a line per sample",
                    parsed, options, runWatch);
     addTexts(command, "ADDRESS", options.items,
-             "What to read, as for driverhost read: HR100, HR102:float32, DO1:bit:8, 3-HR1..HR40")
+             "What to read, as for driverhost read: HR100, HR102:float32, DO1:bit:8, 3-HR1..HR40, \"Oven*\"")
         ->type_name("ADDRESS[:TYPE[:COUNT]]");
-    command.add_flag("--tags", options.tags,
-                     "Read the tags of link --link in the project, of its default station or --station");
+    command.add_flag(
+        "--tags", options.tags,
+        "Read the signals of link --link in the project; with --station only those of that station");
     addNumber(command, "--interval", options.interval, 1, 3600000,
               "Time from one sample to the next, in milliseconds (default 500)");
     CLI::Option* samples =

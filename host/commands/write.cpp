@@ -20,9 +20,13 @@ std::optional<Write> prepare(const WriteOptions& options, Session& session, QStr
     if (!context.options.count)
         context.options.count = options.values.size();
     const QVector<Item> items = parseItems(options.item, context, error);
-    if (items.size() > 1)
-        error = QStringLiteral("%1 is more than one command; write takes one address or signal")
-                    .arg(quoted(options.item));
+    const bool isOne = items.size() == 1 && options.item.startsWith(items.first().signal.name,
+                                                                    Qt::CaseInsensitive); // no wildcards
+    if (error.isEmpty() && !isOne)
+        error =
+            QStringLiteral("%1 can mean more than one command; write takes one address or the whole name of "
+                           "one signal")
+                .arg(quoted(options.item));
     const auto data = error.isEmpty() ? encodeValues(items.first(), options.values, error) : std::nullopt;
     if (!data)
         return std::nullopt;

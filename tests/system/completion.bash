@@ -9,6 +9,10 @@ tool=driverhost # the one under test
 source "$2"
 # shellcheck source=/dev/null
 source "$4"
+programs=$(mktemp -d)
+cp "$1" "$programs" && cp -r "$(dirname "$1")/drivers" "$programs" || exit 1
+program[driverhost]=$programs/driverhost
+"${program[driverhost]}" project create --tags <(printf 'address,name\nHR6,Oven_3') || exit 1
 cd "$(mktemp -d)" || exit 1
 touch tags.csv watch.csv
 
@@ -61,7 +65,9 @@ offers "read HR1 --format _" "text json"
 offers "read HR1 --type b" "bit bool byte block bitblock"
 offers "read HR1 --count _" ""
 offers "--trace rea" "read"
-offers "--trace read _" "DI DO FN5DO FN6HR HR IR"
+offers "--trace read _" "DI DO FN5DO FN6HR HR IR Oven_3"
+offers "watch ov" "Oven_3"
+offers "write \"O" "Oven_3"
 offers "write F" "FN5DO FN6HR"
 offers "scan --area _" "HR IR DO DI"
 offers "scan --area HR,D" "HR,DO HR,DI"

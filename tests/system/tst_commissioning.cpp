@@ -445,7 +445,9 @@ void tst_commissioning::examples()
     }
     QVERIFY2(commands.size() >= 9 && commands.contains(QLatin1String("project import")),
              qPrintable(commands.join(QLatin1Char(','))));
-    QVERIFY(m_host.write("tags.csv", "address\nDO17\nDI5\n"));
+    QVERIFY(m_host.write("tags.csv", "address,name,type,scale\nDO17\nHR6,Oven 3,int16,0.1\n"
+                                     "HR7,Setpoint oven,int16,0.5\n"));
+    QCOMPARE(m_host.run(QStringLiteral("project import tags.csv")).status, 0);
     for (const QString& command : qAsConst(commands)) {
         const QString help = m_host.run(QStringLiteral("help ") + command).out;
         const QStringList lines =

@@ -52,6 +52,19 @@ _driverhost_offer_addresses() {
         grep -oE '\b(FN[0-9])?[A-Z]{2}[0-9]' | sed 's/[0-9]$//' | sort -u)"
 }
 
+# _driverhost_offer_names: offers the signals of the project. Readline puts the quotation marks.
+_driverhost_offer_names() {
+    local typed=${current#[\"\']} name
+    typed=${typed//\\/}
+    while IFS= read -r name; do
+        if [[ ${name,,} == "${typed,,}"* ]]; then
+            COMPREPLY+=("$name")
+            compopt -o filenames 2>/dev/null
+        fi
+    done < <("$program" project show --all --format json 2>/dev/null | grep -oE '"name":"([^"\]|\\.)*"' |
+        sed -E 's/^"name":"(.*)"$/\1/; s/\\(.)/\1/g')
+}
+
 # _driverhost_offer_types: offers what may follow the colon of ADDRESS:TYPE.
 _driverhost_offer_types() {
     _driverhost_offer_values "$("$program" read --help 2>/dev/null | _driverhost_option_values --type)"
@@ -65,6 +78,7 @@ _driverhost_offer_positional() {
                 _driverhost_offer_types
             else
                 _driverhost_offer_addresses
+                _driverhost_offer_names
             fi
             ;;
         *COMMAND*)
