@@ -110,6 +110,14 @@ write_and_read FN6HR260.2 '--type bit 0' '--type bit' ' 0$'
 write_and_read DO100 '1 0 1 1' '--count 4' 'DO100 1 DO101 0 DO102 1 DO103 1$'
 write_and_read FN5DO110 '1 1' '--count 2' 'FN5DO110 1 FN5DO111 1$'
 
+say "signals by their names, in their units"
+run 0 'created' project create --replace --tags <(printf '%s\n' 'address;name;type;scale;offset;unit;decimals' \
+    'HR6;Oven 3 temp;int16;0,1;-12,9;°C;1' 'HR20;Setpoint oven;uint16;0,5;;°C;1' 'DO3;Pump;bool')
+run 0 'Oven 3 temp -12.3 °C .*Setpoint oven 10.0 °C' read 'Oven*' 'Setpoint*'
+run 0 '180.5 °C' write 'Setpoint oven' 180.5 --verify
+run 2 'in steps of 0.5' write 'Setpoint oven' 180.3
+run 0 'HR20 361$' read HR20
+
 say "what the device or the driver refuses"
 run 1 "error: read 126 word\(s\) from 1-HR1> can't read any word from HR1" read HR1 --count 126
 run 1 "error: write 1 word\(s\) to 1-IR3> can't write any word to IR3" write IR3 5

@@ -39,21 +39,20 @@ picture() {
 }
 
 cat >tags.csv <<'CSV'
-address,name
-DO1,pump
-DO2,valve 1
-DO3,valve 2
-DO17,alarm horn
-DI1,pump runs
-DI2,door
-IR2,level
-HR2,set point
+address,name,type,scale,offset,unit,decimals,comment
+IR2,Oven 3 temp,uint16,0.02,-20,°C,1,thermocouple in the door
+IR4,Oven 3 pressure,uint16,0.001,,bar,2,
+HR4,Drive torque,float32,,,Nm,2,
+HR100,Setpoint oven,uint16,0.5,,°C,1,
+DO1,Pump,bool
+DI2,Door open,bool
 CSV
 ./driverhost --device "$device" project create --replace >created
 picture scan 84x40 "" --timeout 300 scan --stations 1-4 --to 1000
 ./driverhost project import tags.csv >imported
-picture project 84x40 "" project show
-picture watch 104x24 "8\d sample" watch IR2:word:5 HR1 DI1:bit:4 HR300 --interval 250 --csv record.csv
+picture project 110x40 "" project show --all
+picture watch 104x24 "8\d sample" watch "Oven*" "Drive*" Pump "Door*" HR1 HR300 --interval 250 \
+    --csv record.csv
 step "chart"
 ./driverhost chart record.csv --title "Twenty seconds of a moving slave" --output "$pictures/chart.svg" >drawn
 ls -l "$pictures"
