@@ -1,21 +1,13 @@
 #!/usr/bin/python3
 """Types, byte orders and the names of signals, through driverhost to slavesim. What is in the registers is read and
-written by a client of its own.
-
-The programs come from the environment: DRIVERHOST, PLUGIN and SLAVESIM."""
+written by a client of its own."""
 
 import json
-import os
-import shutil
 import socket
 import struct
-import subprocess
-import sys
-import tempfile
 import unittest
 
-sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../../scripts"))
-from slave import Slave  # noqa: E402
+from host_case import HostCase
 
 # What is written and read as what, and the registers that hold it, in hexadecimal.
 VALUES = [
@@ -60,32 +52,19 @@ Pump 1 on;DO5;bool;;;;;
 """.replace("\n", "\r\n").encode("cp1252")
 
 
-class Signals(unittest.TestCase):
+class Signals(HostCase):
+    SLAVE_OPTIONS = ("--stations", "1,3")
+
     @classmethod
     def setUpClass(cls):
-        cls.folder = tempfile.TemporaryDirectory()
-        cls.host = cls.path("driverhost")
-        os.mkdir(cls.path("drivers"))
-        shutil.copy(os.environ["DRIVERHOST"], cls.host)
-        shutil.copy(os.environ["PLUGIN"], cls.path("drivers"))
-        cls.slave = Slave(os.environ["SLAVESIM"], "--stations", "1,3")
+        super().setUpClass()
         with open(cls.path("tags.csv"), "wb") as file:
             file.write(TAGS)
         cls.run_host("project", "create", "--tags", "tags.csv")
 
     @classmethod
-    def tearDownClass(cls):
-        cls.slave.stop()
-        cls.folder.cleanup()
-
-    @classmethod
-    def path(cls, name):
-        return os.path.join(cls.folder.name, name)
-
-    @classmethod
     def run_host(cls, *arguments):
-        return subprocess.run([cls.host, "--device", cls.slave.device, *arguments], capture_output=True, text=True,
-                              timeout=60, stdin=subprocess.DEVNULL, cwd=cls.folder.name)
+        return super().run_host("--device", cls.slave.device, *arguments)
 
     def text(self, *arguments):
         done = self.run_host(*arguments)

@@ -1,8 +1,7 @@
 #!/usr/bin/python3
 """watch and chart as people use them: in a terminal, in a pipe, with a slave that comes and goes.
 
-The tests compare what is on the screen, not how it got there. The programs come from the environment:
-DRIVERHOST, PLUGIN and SLAVESIM.
+The tests compare what is on the screen, not how it got there.
 """
 
 import csv
@@ -11,47 +10,26 @@ import json
 import os
 import re
 import resource
-import shutil
 import statistics
 import subprocess
 import sys
-import tempfile
 import unittest
 import xml.etree.ElementTree
 from datetime import datetime
 
-sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../../scripts"))
-from slave import Slave  # noqa: E402
-from terminal import Terminal  # noqa: E402
+from host_case import HostCase
+from slave import Slave
+from terminal import Terminal
 
 CONSTANT = ["HR100", "IR100:word:2", "DO3:bit:2"]  # cells of slavesim whose values follow from their numbers
 
 
-class Watch(unittest.TestCase):
+class Watch(HostCase):
     @classmethod
     def setUpClass(cls):
-        cls.folder = tempfile.TemporaryDirectory()
-        cls.host = cls.path("driverhost")
-        os.mkdir(cls.path("drivers"))
-        shutil.copy(os.environ["DRIVERHOST"], cls.host)
-        shutil.copy(os.environ["PLUGIN"], cls.path("drivers"))
-        cls.slave = Slave(os.environ["SLAVESIM"])
+        super().setUpClass()
         tags = ["HR7", "HR5", "HR6", "DO3", "1-DO4", "2-DO5", "HR9.3", "HR5"]
         cls.run_host("project", "create", *(word for tag in tags for word in ("--tag", tag)))
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.slave.stop()
-        cls.folder.cleanup()
-
-    @classmethod
-    def path(cls, name):
-        return os.path.join(cls.folder.name, name)
-
-    @classmethod
-    def run_host(cls, *arguments, environment=None):
-        return subprocess.run([cls.host, *arguments], capture_output=True, text=True, timeout=60,
-                              stdin=subprocess.DEVNULL, env=environment, cwd=cls.folder.name)
 
     def watch(self, *arguments, slave=None):
         return self.run_host("--device", (slave or self.slave).device, "watch", *arguments)
