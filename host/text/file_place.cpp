@@ -86,9 +86,12 @@ QString FilePlace::find(QString path, Target target)
         if (target == FileOnly)
             return QStringLiteral("%1 is a link, a device or a pipe, not a file").arg(path);
         m_isDevice = !entry.is(S_IFLNK);
+        const bool isChosenByOthers = !entry.isOursOrRoots();
+        if (isChosenByOthers && entry.is(S_IFIFO))
+            return QStringLiteral("%1 is a pipe of another user").arg(path);
         if (m_isDevice)
             return QString();
-        if (!entry.isOursOrRoots())
+        if (isChosenByOthers)
             return QStringLiteral("%1 is a symbolic link of another user").arg(path);
         if (leadsToDevice())
             return QString();

@@ -7,7 +7,8 @@
 #include <sys/stat.h>
 
 /// Where the name of a file leads, safe in folders where others may write too: the folder is opened once, and
-/// a symbolic link in the file's place is followed if this user or root owns it; any other is refused.
+/// a symbolic link in the file's place is followed if this user or root owns it; any other is refused, and so
+/// is a pipe, whose owner could keep the writer waiting.
 class FilePlace
 {
 public:

@@ -4,7 +4,7 @@
 #include <QJsonObject>
 #include <QTextStream>
 
-/// Prints an object as one line of JSON.
+/// Prints an object as one line of JSON, in which characters that shown() does not show are escaped.
 void printJsonLine(QTextStream& out, const QJsonObject& object);
 
 /// A duration as it is printed: milliseconds with three decimals.

@@ -101,8 +101,10 @@ void NewFile::limitAccess(int source)
         check(systemMessage(errno));
         return;
     }
+    // The first file gives the group; what is allowed to it is not meant for that of another.
+    const bool isFirst = m_mode == anybody;
     const bool isSameGroup =
-        ours.st_gid == theirs.st_gid || ::fchown(descriptor, gid_t(-1), theirs.st_gid) == 0;
+        ours.st_gid == theirs.st_gid || (isFirst && ::fchown(descriptor, gid_t(-1), theirs.st_gid) == 0);
     // For the old file, a new group counts as others.
     const mode_t others = theirs.st_mode & 07;
     m_mode &= isSameGroup ? theirs.st_mode & 0777 : (theirs.st_mode & 0700) | others << 3 | others;

@@ -56,6 +56,8 @@ public:
     void removeLeftovers();
 
 private:
+    static constexpr mode_t anybody = 0777;
+
     QString openDevice();
     QString create();
     QString finish();
@@ -63,8 +65,8 @@ private:
 
     const QString m_name; ///< as the caller gave it
     const FilePlace m_place;
-    QByteArray m_newBase; ///< of the new file; empty if there is none to remove
-    mode_t m_mode = 0777; ///< the most that is allowed
+    QByteArray m_newBase;    ///< of the new file; empty if there is none to remove
+    mode_t m_mode = anybody; ///< the most that is allowed
     QFile m_file;
     QString m_error;
 };

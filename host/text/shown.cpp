@@ -1,7 +1,5 @@
 #include "text/shown.h"
 
-namespace {
-
 bool mayBeShown(QChar character)
 {
     switch (character.category()) {
@@ -14,8 +12,6 @@ bool mayBeShown(QChar character)
         return true;
     }
 }
-
-} // namespace
 
 QString shown(const QString& text)
 {

@@ -7,4 +7,7 @@
 /// that move or hide the text around them, are written as \x1b or \u202e. The result is one line.
 QString shown(const QString& text);
 
+/// Whether the character stays as it is.
+bool mayBeShown(QChar character);
+
 #endif

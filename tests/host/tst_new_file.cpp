@@ -1,3 +1,4 @@
+#include "text/json_line.h"
 #include "text/new_file.h"
 #include "text/shown.h"
 
@@ -83,9 +84,12 @@ void tst_new_file::targets_data()
     QTest::newRow("our link where none may be") << QByteArray("old") << us << true << "is a link, a device";
     QTest::newRow("pipe where none may be")
         << QByteArray("|") << us << true << "is a link, a device or a pipe";
-    if (us == 0)
+    if (us == 0) {
         QTest::newRow("another's link")
             << QByteArray("old") << uint(somebody) << false << "is a symbolic link of another user";
+        QTest::newRow("another's pipe")
+            << QByteArray("|") << uint(somebody) << false << "is a pipe of another user";
+    }
 }
 
 void tst_new_file::targets()
@@ -133,13 +137,17 @@ void tst_new_file::accessStays()
 void tst_new_file::copyIsNotMoreReadable()
 {
     make("secret");
-    QCOMPARE(::chmod(name("secret").constData(), 0600), 0);
+    const gid_t group = ::geteuid() == 0 ? somebody : ::getegid();
+    QCOMPARE(::chown(name("secret").constData(), uid_t(-1), group), 0);
+    QCOMPARE(::chmod(name("secret").constData(), 0640), 0);
+    QCOMPARE(::chmod(name("old").constData(), 0666), 0);
     QFile source(QFile::decodeName(name("secret")));
     QVERIFY(source.open(QIODevice::ReadOnly));
     NewFile file(QFile::decodeName(name("old")));
     file.limitAccess(source.handle());
     QVERIFY2(file.commit(), qPrintable(file.error()));
-    QCOMPARE(statusOf(name("old")).st_mode & 0777, 0600u);
+    QCOMPARE(statusOf(name("old")).st_mode & 0777, 0640u);
+    QCOMPARE(statusOf(name("old")).st_gid, group); // not that of the file in its place
 }
 
 void tst_new_file::oldFileStays()
@@ -171,6 +179,10 @@ void tst_new_file::shownTexts()
     QCOMPARE(shown(QString::fromUtf8("a\x1b[2J\n\x7f\xc2\x9b \xe2\x80\xae"
                                      "Öfen 5 °C \\")),
              QString::fromUtf8("a\\x1b[2J\\x0a\\x7f\\x9b \\u202eÖfen 5 °C \\"));
+    QString json;
+    QTextStream out(&json);
+    printJsonLine(out, {{QStringLiteral("a"), QString::fromUtf8("\x1b\xc2\x9b°")}});
+    QCOMPARE(json, QString::fromUtf8("{\"a\":\"\\u001b\\u009b°\"}\n"));
 }
 
 QTEST_GUILESS_MAIN(tst_new_file)
