@@ -2,6 +2,7 @@
 
 #include "text/json_line.h"
 #include "text/new_file.h"
+#include "text/shown.h"
 #include "watch/gnuplot.h"
 
 #include <QFileInfo>
@@ -51,6 +52,6 @@ int runChart(const ChartOptions& options, Console& console)
         printJsonLine(console.out, {{QStringLiteral("file"), options.output},
                                     {QStringLiteral("samples"), record.samples}});
     else
-        console.out << "drew " << record.samples << " sample(s) into " << options.output << '\n';
+        console.out << "drew " << record.samples << " sample(s) into " << shown(options.output) << '\n';
     return Done;
 }

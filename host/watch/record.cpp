@@ -120,7 +120,8 @@ ExitStatus Reader::readHeadings()
     m_fieldCount = row.fields.size();
     std::vector<RecordColumn> columns;
     for (int i = 1; i < m_fieldCount - 2; ++i) {
-        const QString heading = QString::fromUtf8(row.fields.at(i));
+        const QByteArray& field = row.fields.at(i);
+        const QString heading = QString::fromUtf8(field.constData(), field.size()); // also what follows a 0
         if (hasControlCharacter(heading))
             return fail(Refused, QStringLiteral("%1: the heading of column %2 has a control character in it")
                                      .arg(m_fileName)

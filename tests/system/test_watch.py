@@ -372,11 +372,12 @@ print(watch.wait(10))
 
     def test_line_breaks_in_a_chart_run_nothing(self):
         attack = "HR1\n!touch pwned\n#"
-        heading, name = self.path("heading.csv"), self.path(f"{attack}.csv")
-        for file, column in [(heading, f'"{attack}"'), (name, "HR1")]:
+        heading, hidden, name = self.path("heading.csv"), self.path("hidden.csv"), self.path(f"{attack}.csv")
+        for file, column in [(heading, f'"{attack}"'), (hidden, '"HR1\0x"'), (name, "HR1")]:
             with open(file, "w", encoding="utf-8") as record:
                 record.write(f"time,{column},milliseconds,error\n2026-11-22T22:58:05.250Z,5,1,\n")
-        for record, status, said in [(heading, 1, "the heading of column 2 has a control character in it"), (name, 0, "")]:
+        control = "the heading of column 2 has a control character in it"
+        for record, status, said in [(heading, 1, control), (hidden, 1, control), (name, 0, "")]:
             done = self.run_host("chart", record, "--output", self.path(f"{attack}.svg"), "--title", attack)
             self.assertEqual(done.returncode, status, done.stderr)
             self.assertIn(said, done.stderr)
