@@ -2,6 +2,9 @@
 
 #include "session/data_type.h"
 #include "session/interrupt.h"
+#include "tools/project_database.h"
+
+#include <QFileInfo>
 
 #include <chrono>
 
@@ -18,6 +21,15 @@ QString driverError(DriverInterface& driver)
 {
     const QString text = driver.getLastError();
     return text.isEmpty() ? driver.name() + QStringLiteral(" failed without a reason") : text;
+}
+
+/// The driver would wait until somebody writes to a pipe.
+QString projectProblem()
+{
+    const QFileInfo project(GetDatabaseName());
+    return !project.exists() || project.isFile() || project.isDir()
+               ? QString()
+               : QStringLiteral("the project %1 is a pipe or a device, not a file").arg(project.filePath());
 }
 
 QString notServed(DriverInterface& driver, const char* verb, const CommunicatorCommand& command)
@@ -55,6 +67,9 @@ std::unique_ptr<Session> Session::start(const LinkOptions& options, QTextStream&
     DriverInterface& driver = session->driver();
     const auto port = effectivePort(driver, options, error);
     if (!port)
+        return nullptr;
+    error = projectProblem();
+    if (!error.isEmpty())
         return nullptr;
     const DriverSetting setting = effectiveSetting(driver, options);
     session->m_station = setting.stationid;

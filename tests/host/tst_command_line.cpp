@@ -45,6 +45,7 @@ private slots:
     void help();
     void info();
     void project();
+    void projectIsAPipe();
     void tagFile_data();
     void tagFile();
     void readAndWrite_data();
@@ -246,6 +247,15 @@ void tst_command_line::project()
         shown.value(QStringLiteral("links")).toArray().at(0).toObject().value(QStringLiteral("tags")).toInt(),
         2);
     QVERIFY(!shown.contains(QStringLiteral("tags")));
+}
+
+void tst_command_line::projectIsAPipe()
+{
+    QVERIFY(QFile::remove(GetDatabaseName()));
+    QCOMPARE(::mkfifo(QFile::encodeName(GetDatabaseName()).constData(), 0600), 0);
+    const Run run(QStringLiteral("read HR1"));
+    QVERIFY(QFile::remove(GetDatabaseName()));
+    QVERIFY2(run.err.endsWith(QLatin1String(" is a pipe or a device, not a file\n")), qPrintable(run.err));
 }
 
 void tst_command_line::tagFile_data()
