@@ -65,12 +65,13 @@ QString schemaProblem(const PrivateDatabase& database)
     QSqlQuery query(database.database());
     const bool found = query.exec(QStringLiteral(
         "SELECT name, tbl_name FROM sqlite_master WHERE type = 'trigger' OR (lower(name) IN ('link', 'node', "
-        "'custom_tag_table') AND (type = 'view' OR sql LIKE 'CREATE VIRTUAL%'))"));
+        "'custom_tag_table') AND (type = 'view' OR sql LIKE 'CREATE VIRTUAL%' OR EXISTS (SELECT 1 FROM "
+        "pragma_table_xinfo(tbl_name) WHERE hidden > 0)))"));
     if (!found)
         return messageOf(query.lastError());
-    return query.next()
-               ? QStringLiteral("its table %1 is a view or has a trigger").arg(query.value(1).toString())
-               : QString();
+    return query.next() ? QStringLiteral("its table %1 is a view, or has a trigger or computed columns")
+                              .arg(query.value(1).toString())
+                        : QString();
 }
 
 QString openProject(int folder, const QString& name, QFile& file, std::shared_ptr<PrivateDatabase>& database)

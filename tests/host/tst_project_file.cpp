@@ -258,13 +258,14 @@ void tst_project_file::refused_data()
     row("echo changes > database-wal", "there is database-wal");
     row("ln -s database database-journal", "there is database-journal");
     row("CREATE TRIGGER t AFTER INSERT ON custom_tag_table BEGIN DELETE FROM LINK;END",
-        "its table custom_tag_table is a view or has a trigger");
+        "its table custom_tag_table is a view, or has a trigger");
     row("DROP TABLE LINK; CREATE VIEW Link AS WITH RECURSIVE r(i, j) AS (SELECT 1, 2 UNION ALL SELECT i + 1, "
         "2 FROM "
         "r) SELECT i AS LINKID, j AS HMIPORT FROM r",
-        "its table Link is a view or has a trigger");
-    row("DROP TABLE NODE; CREATE VIRTUAL TABLE NODE USING fts4(STATIONID)",
-        "its table NODE is a view or has");
+        "its table Link is a view, or has a trigger");
+    row("DROP TABLE NODE; CREATE VIRTUAL TABLE NODE USING fts4(STATIONID)", "its table NODE is a view");
+    row("ALTER TABLE NODE ADD x AS (hex(zeroblob(400000000)))",
+        "its table NODE is a view, or has a trigger or comp");
 }
 
 void tst_project_file::refused()
