@@ -1,9 +1,11 @@
 #include "project/tag_row.h"
 
 #include "signals/address.h"
+#include "text/shown.h"
 
 #include <QLocale>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -90,6 +92,10 @@ std::optional<Signal> signalOfRow(const QStringList& row, QString& problem)
         problem = wrong(row.at(TypeColumn), TypeColumn, signalTypeNames().join(comma));
     if (!signal.order && !row.at(OrderColumn).isEmpty())
         problem = wrong(row.at(OrderColumn), OrderColumn, byteOrderNames().join(comma));
+    const QString printed = signal.name + signal.unit;
+    if (!std::all_of(printed.begin(), printed.end(), mayBeShown))
+        problem =
+            QStringLiteral("there is a control character in the name or unit of %1").arg(quoted(signal.name));
     readNumber(row, ScaleColumn, signal.scale, problem);
     readNumber(row, OffsetColumn, signal.offset, problem);
     readDecimals(row.at(DecimalsColumn), signal.decimals, problem);

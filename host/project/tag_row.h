@@ -14,8 +14,9 @@ const QStringList& tagColumns();
 QStringList rowOfSignal(const Signal& signal);
 
 /// The signal of a row with a text for each column; types and orders in any case. If a text is not what its
-/// column holds, the result is empty, and problem quotes it and says what would be right. The parts are not
-/// compared with each other, see signalProblem().
+/// column holds, or a name or unit has characters that shown() does not show, the result is empty, and
+/// problem quotes it and says what would be right. The parts are not compared with each other, see
+/// signalProblem().
 std::optional<Signal> signalOfRow(const QStringList& row, QString& problem);
 
 #endif

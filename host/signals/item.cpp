@@ -321,10 +321,6 @@ QString signalProblem(const Signal& signal, Grammar grammar)
 {
     QString problem;
     QString ignored;
-    for (const QChar character : signal.name + signal.unit) {
-        if (character.category() == QChar::Other_Control)
-            return quoted(signal.name) + QStringLiteral(" has a control character in its name or unit");
-    }
     if (grammar == Grammar::ModbusTcp &&
         parseRange(signal.name.section(QLatin1Char(':'), 0, 0), grammar, ignored))
         return quoted(signal.name) + QStringLiteral(" is an address, and can be no name");

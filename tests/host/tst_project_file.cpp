@@ -127,6 +127,9 @@ void tst_project_file::signalsOfTags()
     QVERIFY(change(m_file, QStringLiteral("UPDATE custom_tag_table SET signal_type = 'real'")));
     QVERIFY2(tagsOf(m_file).contains(QLatin1String("in its tag HR1 the type \"real\" must be bool, ")),
              qPrintable(tagsOf(m_file)));
+    QVERIFY(
+        change(m_file, QStringLiteral("UPDATE custom_tag_table SET signal_type = '', signal_unit = 'a\nb'")));
+    QVERIFY(tagsOf(m_file).contains(QLatin1String("in its tag HR1 there is a control character")));
 }
 
 void tst_project_file::names()

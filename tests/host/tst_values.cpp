@@ -463,7 +463,6 @@ void tst_values::badSignals_data()
     QTest::newRow("name ") << "";
     QTest::newRow("name HR1") << "is an address, and can be no name";
     QTest::newRow("name 3-HR1:word") << "is an address, and can be no name";
-    QTest::newRow("name a\nb") << "control character";
     QTest::newRow("address HR0") << "a number from 1 to 65536";
     QTest::newRow("address DO1") << "it is a bit, and no int16";
     QTest::newRow("address HR1SW") << "";
