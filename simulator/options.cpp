@@ -255,7 +255,7 @@ std::optional<Options> parseCommandLine(int argc, const char* const* argv, int& 
     } catch (const CLI::Success& success) {
         exitStatus = app.exit(success);
     } catch (const CLI::ParseError& error) {
-        std::cerr << "slavesim: " << sentenceOf(error) << " (slavesim --help lists the options)\n";
+        std::cerr << "slavesim: " << printable(sentenceOf(error)) << " (slavesim --help lists the options)\n";
         exitStatus = 2;
     }
     return std::nullopt;

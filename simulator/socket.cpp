@@ -1,5 +1,7 @@
 #include "socket.h"
 
+#include "text.h"
+
 #include <arpa/inet.h>
 #include <cerrno>
 #include <cstring>
@@ -58,7 +60,7 @@ static sockaddr_in addressOf(const Endpoint& endpoint)
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* found = nullptr;
     if (getaddrinfo(endpoint.host.c_str(), nullptr, &hints, &found) != 0)
-        throw std::runtime_error("--host: '" + endpoint.host +
+        throw std::runtime_error("--host: '" + printable(endpoint.host) +
                                  "' is unknown: an IPv4 address of this machine is needed, like 127.0.0.1");
     sockaddr_in address = {};
     std::memcpy(&address, found->ai_addr, sizeof address);

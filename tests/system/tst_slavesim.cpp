@@ -157,6 +157,8 @@ void TestSlavesim::saysWhatIsWrong_data()
     const auto row = [](const char* with, const char* sentence) {
         QTest::newRow(with) << QByteArray(with) << QByteArray(sentence);
     };
+    row("--host \x1b[2J", "--host: '\\x1b[2J' is unknown");
+    row("\x1b[2J", "not expected: \\x1b[2J");
     row("--port 65536", "--port: '65536' is wrong: a whole number from 0 to 65535");
     row("--port", "--port: exactly one value is needed");
     row("--host 192.0.2.1", "--host: 192.0.2.1 is not an address of this machine");
