@@ -24,7 +24,7 @@ class DriverRequester : public scan::Requester
 public:
     DriverRequester(Session& session, int delay) : m_session(session), m_delay(delay) {}
 
-    scan::Answer ask(const scan::Request& request) override
+    Answer ask(const scan::Request& request) override
     {
         Waiting(m_delay, &interrupt::flag()).forDescriptor(-1, 0);
         if (interrupt::flag())
@@ -35,18 +35,18 @@ public:
         const CommandOutcome outcome = m_session.read(
             {request.area.type, request.count, request.area.name + QString::number(request.first)},
             request.station);
-        scan::Answer answer = scan::answerFromError(outcome.error);
+        Answer answer = answerFromError(outcome.error);
         if (interrupt::flag() && !answer.isThere())
             return stopped(QStringLiteral("interrupted"));
         if (!outcome.done() && outcome.attempts == 0)
             return stopped(answer.text);
         if (!wasConnected && link.connectionsMade() == connectionsBefore)
-            answer.kind = scan::Answer::Unreachable;
+            answer.kind = Answer::Unreachable;
         return answer;
     }
 
 private:
-    static scan::Answer stopped(const QString& reason) { return {scan::Answer::Stopped, 0, reason}; }
+    static Answer stopped(const QString& reason) { return {Answer::Stopped, 0, reason}; }
 
     Session& m_session;
     const int m_delay;

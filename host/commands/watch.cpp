@@ -41,7 +41,6 @@ WatchedTags readTags(const LinkOptions& link, Session& session, QString& error)
     const ItemContext context = contextOf(session.driver(), {});
     const ProjectSignals project = readProjectSignals(link, session.link().stationId());
     WatchedTags tags;
-    QVector<Address> plain; // without anything that a person has added
     for (const Signal& signal : project.all) {
         QString problem;
         const auto item = itemOfSignal(signal, context, problem);
@@ -50,15 +49,10 @@ WatchedTags readTags(const LinkOptions& link, Session& session, QString& error)
             tags.problem = tags.problem.isEmpty() ? problem : tags.problem;
         } else if (link.station && item->address.station.value_or(*link.station) != *link.station) {
             ++tags.ofOthers;
-        } else if (signal.name.isEmpty() && !signal.type) {
-            plain += item->address;
-            if (plain.last().station == session.link().stationId())
-                plain.last().station.reset();
         } else {
             tags.items += *item;
         }
     }
-    tags.items += itemsOfTags(plain, context.blocks);
     if (!project.problem.isEmpty())
         error = QStringLiteral("--tags: ") + project.problem;
     else if (tags.items.isEmpty())
@@ -128,6 +122,7 @@ private:
     int exitStatus();
 
     const WatchOptions& m_options;
+    const BlockSizes m_blocks;
     const QString m_peer;
     const QString m_station;
     CsvRecorder* const m_recorder;
@@ -148,7 +143,7 @@ private:
 
 Watch::Watch(const WatchOptions& options, const QVector<Item>& items, Session& session, CsvRecorder* recorder,
              Console& console)
-    : m_options(options), m_peer(session.link().peer()),
+    : m_options(options), m_blocks(contextOf(session.driver(), {}).blocks), m_peer(session.link().peer()),
       m_station(QString::number(session.link().stationId())), m_recorder(recorder), m_console(console),
       m_state(items), m_poller(session, plan())
 {
@@ -161,6 +156,7 @@ PollPlan Watch::plan() const
 {
     PollPlan plan;
     plan.items = m_state.items();
+    plan.blocks = m_blocks;
     plan.interval = milliseconds(m_options.interval);
     if (m_options.samples)
         plan.samples = static_cast<quint64>(*m_options.samples);
@@ -220,6 +216,8 @@ void Watch::takeReadings()
 
 void Watch::finishSample()
 {
+    std::sort(m_sample.begin(), m_sample.end(),
+              [](const Reading& left, const Reading& right) { return left.index < right.index; });
     if (m_options.link.format == OutputFormat::Json)
         printJsonLine(m_console.out, sampleObject(m_state.items(), m_sample));
     else if (!m_screen)
@@ -310,8 +308,8 @@ void Watch::end()
 void Watch::printSummary()
 {
     QTextStream& out = m_console.out;
-    out << m_state.link().samples << " sample(s), " << m_state.commandCount() << " command(s), "
-        << m_state.failureCount() << " failed, " << m_state.link().missed << " slot(s) missed\n";
+    out << m_state.link().samples << " sample(s), " << m_state.link().commands << " command(s), "
+        << m_state.link().failures << " failed, " << m_state.link().missed << " slot(s) missed\n";
     if (m_recorder)
         out << m_recorder->fileName() << ": " << m_recorder->rowsWritten() << " row(s) written, "
             << m_recorder->rowsLost() << " lost\n";
@@ -330,7 +328,7 @@ int Watch::exitStatus()
                                .arg(m_recorder->fileName(), m_recorder->problem()));
     if (m_interrupted)
         return Interrupted;
-    if (m_state.commandCount() > 0 && m_state.failureCount() == m_state.commandCount())
+    if (m_state.link().commands > 0 && m_state.link().failures == m_state.link().commands)
         return reportError(m_console, Refused, m_state.link().lastError);
     return Done;
 }

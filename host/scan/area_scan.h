@@ -1,7 +1,7 @@
 #ifndef SCAN_AREA_SCAN_H
 #define SCAN_AREA_SCAN_H
 
-#include "scan/answer.h"
+#include "session/answer.h"
 
 #include <QVector>
 

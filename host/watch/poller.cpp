@@ -15,7 +15,12 @@ constexpr int mostReadings = 4096;
 } // namespace
 
 Poller::Poller(Session& session, const PollPlan& plan)
-    : m_session(session), m_plan(plan), m_event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    : m_session(session), m_plan(plan),
+      m_reader(plan.items, plan.blocks,
+               [this](const CommunicatorCommand& command, std::optional<int> station) {
+                   return m_session.read(command, station);
+               }),
+      m_event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
     m_thread = std::thread([this] { run(); });
 }
@@ -31,12 +36,14 @@ void Poller::run()
 {
     std::exception_ptr failure;
     m_session.link().setStopFlag(&m_stopping);
+    m_session.link().setOnSilence([this](int attempt) { noteSilence(Silence{m_reader.current(), attempt}); });
     try {
         poll();
     } catch (...) {
         failure = std::current_exception();
     }
     m_session.link().setStopFlag(&interrupt::flag());
+    m_session.link().setOnSilence({});
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_failure = failure;
     m_ended = true;
@@ -81,29 +88,48 @@ bool Poller::waitForSlot(PollSchedule& schedule)
 
 void Poller::pollAll(quint64 sample, quint64 missed)
 {
-    const qint64 time = QDateTime::currentMSecsSinceEpoch();
-    for (int i = 0; i < m_plan.items.size() && !m_stopping; ++i) {
-        Reading reading;
-        reading.index = i;
-        reading.sample = sample;
-        reading.sampleTime = time;
-        reading.endsSample = i + 1 == m_plan.items.size();
-        const Item& item = m_plan.items.at(i);
-        reading.outcome = m_session.read(item.command(), item.address.station);
+    Reading reading;
+    reading.sample = sample;
+    reading.sampleTime = QDateTime::currentMSecsSinceEpoch();
+    reading.missed = missed;
+    int left = m_plan.items.size();
+    const auto report = [&](int index, const CommandOutcome& outcome, bool isFirst) {
+        reading.index = index;
+        reading.endsSample = --left == 0;
+        reading.beginsCommand = isFirst;
+        reading.outcome = outcome;
         reading.time = QDateTime::currentMSecsSinceEpoch();
         reading.doneAt = PollSchedule::Clock::now();
         reading.connected = m_session.link().isConnected();
         reading.connectionsMade = m_session.link().connectionsMade();
-        reading.missed = missed;
-        if (reading.outcome.done() || !m_stopping)
-            publish(std::move(reading));
-    }
+        if (outcome.done() || !m_stopping)
+            publish(reading);
+    };
+    m_reader.readAll(report, [this] {
+        noteSilence(std::nullopt);
+        return m_stopping.load();
+    });
+    noteSilence(std::nullopt);
 }
 
-void Poller::publish(Reading&& reading)
+void Poller::noteSilence(std::optional<Silence> silence)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_readings.append(std::move(reading));
+    m_silence = std::move(silence);
+    if (m_silence)
+        ::eventfd_write(m_event, 1);
+}
+
+std::optional<Silence> Poller::silence()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_silence;
+}
+
+void Poller::publish(const Reading& reading)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_readings.append(reading);
     ::eventfd_write(m_event, 1);
 }
 

@@ -3,6 +3,7 @@
 
 #include "session/session.h"
 #include "signals/item.h"
+#include "watch/block_reader.h"
 #include "watch/poll_schedule.h"
 
 #include <QVector>
@@ -17,26 +18,35 @@
 /// What a poller has to do.
 struct PollPlan
 {
-    QVector<Item> items; ///< of one sample, in this order; one or more
+    QVector<Item> items; ///< of one sample; one or more
+    BlockSizes blocks;
     std::chrono::milliseconds interval{
         0};                         ///< from the beginning of one sample to that of the next, 1 or more
     std::optional<quint64> samples; ///< ends after this many
     std::optional<std::chrono::seconds> duration; ///< no sample begins later than this after the start
 };
 
-/// The outcome of one command of a sample.
+/// The outcome of one item of a sample. Items that are read together have the same outcome but for the data.
 struct Reading
 {
-    int index = 0;           ///< of the command in the plan
-    quint64 sample = 0;      ///< counts from 1
-    qint64 sampleTime = 0;   ///< when the sample began, in milliseconds since 1970 UTC
-    bool endsSample = false; ///< it is the sample's last
+    int index = 0;             ///< of the item in the plan; the items of a sample come in any order
+    quint64 sample = 0;        ///< counts from 1
+    qint64 sampleTime = 0;     ///< when the sample began, in milliseconds since 1970 UTC
+    bool endsSample = false;   ///< it is the sample's last
+    bool beginsCommand = true; ///< it is the first one of its command
     CommandOutcome outcome;
     qint64 time = 0;                              ///< when it was made, in milliseconds since 1970 UTC
     std::chrono::steady_clock::time_point doneAt; ///< the same
     bool connected = false;                       ///< whether the link was up after the command
     int connectionsMade = 0;                      ///< by the link so far
     quint64 missed = 0;                           ///< slots missed before the sample
+};
+
+/// A command that is waiting for its second or a later attempt.
+struct Silence
+{
+    QVector<int> items; ///< that it reads
+    int attempt = 0;
 };
 
 /// Runs read commands at an interval on a thread of its own, so that a slow device does not hold up the
@@ -66,6 +76,9 @@ public:
     /// as std::bad_alloc.
     bool finished();
 
+    /// The command that has not been answered so far; nothing while all is well.
+    std::optional<Silence> silence();
+
     /// While paused, no sample begins; a running one is completed.
     void setPaused(bool paused);
 
@@ -78,14 +91,17 @@ private:
     void poll();
     bool waitForSlot(PollSchedule& schedule);
     void pollAll(quint64 sample, quint64 missed);
-    void publish(Reading&& reading);
+    void noteSilence(std::optional<Silence> silence);
+    void publish(const Reading& reading);
 
     Session& m_session;
     const PollPlan m_plan;
+    BlockReader m_reader;
     const int m_event;
     std::mutex m_mutex;
     std::condition_variable m_changed;
     QVector<Reading> m_readings;
+    std::optional<Silence> m_silence;
     bool m_paused = false;
     std::atomic<bool> m_stopping{false}; ///< the link's waits check it too
     bool m_ended = false;

@@ -132,7 +132,8 @@ void RecordWriter::noteGap(qint64 time)
 void RecordWriter::put(const Reading& reading)
 {
     const Item& item = m_items.at(reading.index);
-    m_milliseconds += reading.outcome.milliseconds;
+    if (reading.beginsCommand)
+        m_milliseconds += reading.outcome.milliseconds;
     if (!reading.outcome.done()) {
         m_errors += QStringLiteral("%1: %2").arg(item.signal.address, reading.outcome.error);
         return;

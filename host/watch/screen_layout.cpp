@@ -19,18 +19,18 @@ enum Column
     LargestColumn,
     TrendColumn,
     AgeColumn,
-    CommandsColumn,
+    ReadsColumn,
     FailedColumn,
     ErrorColumn,
     ColumnCount
 };
 
-const char* const headings[ColumnCount] = {"ADDRESS", "VALUE",    "MIN",    "MAX",       "TREND",
-                                           "AGE",     "COMMANDS", "FAILED", "LAST ERROR"};
+const char* const headings[ColumnCount] = {"ADDRESS", "VALUE", "MIN",    "MAX",       "TREND",
+                                           "AGE",     "READS", "FAILED", "LAST ERROR"};
 
 /// Columns in the order in which they get room.
-const Column byImportance[] = {AddressColumn, ValueColumn,   AgeColumn,      FailedColumn,  TrendColumn,
-                               ErrorColumn,   LargestColumn, SmallestColumn, CommandsColumn};
+const Column byImportance[] = {AddressColumn, ValueColumn,   AgeColumn,      FailedColumn, TrendColumn,
+                               ErrorColumn,   LargestColumn, SmallestColumn, ReadsColumn};
 
 bool isFlexible(Column column)
 {
@@ -42,11 +42,11 @@ bool isLeftAligned(Column column)
     return column == AddressColumn || isFlexible(column);
 }
 
-/// A row of the table: the element and its command; isFirst says that the row shows the command's cells too.
+/// A row of the table: the element and its item; isFirst says that the row shows the item's cells too.
 struct Row
 {
     const WatchedElement* element;
-    const WatchedCommand* command;
+    const WatchedItem* item;
     bool isFirst;
 };
 
@@ -87,7 +87,7 @@ private:
     ScreenLine keysLine() const;
     QString cell(const Row& row, Column column) const;
     ScreenStyle styleOf(const Row& row, Column column) const;
-    QString ageOf(const WatchedCommand& command) const;
+    QString ageOf(const WatchedItem& item) const;
     void measure();
     void giveRoom();
     QString padded(const QString& text, Column column) const;
@@ -113,22 +113,22 @@ QVector<Row> Layout::visibleRows() const
     QVector<Row> rows;
     const WatchState& state = m_contents.state;
     const int end = m_contents.firstRow + tableRows();
-    for (const WatchedCommand& command : state.commands()) {
-        for (int i = 0; i < command.elementCount; ++i) {
-            const int element = command.firstElement + i;
+    for (const WatchedItem& item : state.watched()) {
+        for (int i = 0; i < item.elementCount; ++i) {
+            const int element = item.firstElement + i;
             if (element >= m_contents.firstRow && element < end)
-                rows += {&state.elements()[static_cast<std::size_t>(element)], &command,
+                rows += {&state.elements()[static_cast<std::size_t>(element)], &item,
                          i == 0 || element == m_contents.firstRow};
         }
     }
     return rows;
 }
 
-QString Layout::ageOf(const WatchedCommand& command) const
+QString Layout::ageOf(const WatchedItem& item) const
 {
-    if (!command.lastGood)
+    if (!item.lastGood)
         return QStringLiteral("-");
-    return ageText(std::chrono::duration_cast<std::chrono::milliseconds>(m_contents.now - *command.lastGood));
+    return ageText(std::chrono::duration_cast<std::chrono::milliseconds>(m_contents.now - *item.lastGood));
 }
 
 QString Layout::cell(const Row& row, Column column) const
@@ -146,13 +146,13 @@ QString Layout::cell(const Row& row, Column column) const
     case TrendColumn:
         return trendText(history.samples(), m_width[TrendColumn], row.element->isBit, m_contents.symbols);
     case AgeColumn:
-        return row.isFirst ? ageOf(*row.command) : QString();
-    case CommandsColumn:
-        return row.isFirst ? QString::number(row.command->commands) : QString();
+        return row.isFirst ? ageOf(*row.item) : QString();
+    case ReadsColumn:
+        return row.isFirst ? QString::number(row.item->reads) : QString();
     case FailedColumn:
-        return row.isFirst ? QString::number(row.command->failures) : QString();
+        return row.isFirst ? QString::number(row.item->failures) : QString();
     case ErrorColumn:
-        return row.isFirst ? reasonOf(row.command->lastError) : QString();
+        return row.isFirst ? reasonOf(row.item->lastError) : QString();
     case ColumnCount:
         break;
     }
@@ -161,7 +161,7 @@ QString Layout::cell(const Row& row, Column column) const
 
 ScreenStyle Layout::styleOf(const Row& row, Column column) const
 {
-    const bool failing = row.command->failing;
+    const bool failing = row.item->failing;
     if (column == TrendColumn)
         return ScreenStyle::Trend;
     if (column == ErrorColumn)

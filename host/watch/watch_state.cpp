@@ -2,15 +2,13 @@
 
 #include "signals/values.h"
 
-#include <numeric>
-
 WatchState::WatchState(const QVector<Item>& items) : m_items(items)
 {
     for (const Item& item : items) {
-        WatchedCommand command;
-        command.firstElement = static_cast<int>(m_elements.size());
-        command.elementCount = item.count;
-        m_commands.push_back(command);
+        WatchedItem watched;
+        watched.firstElement = static_cast<int>(m_elements.size());
+        watched.elementCount = item.count;
+        m_watched.push_back(watched);
         for (const QString& name : item.elementNames()) {
             WatchedElement element;
             element.address = name;
@@ -22,48 +20,48 @@ WatchState::WatchState(const QVector<Item>& items) : m_items(items)
 
 void WatchState::add(const Reading& reading)
 {
-    WatchedCommand& command = m_commands[static_cast<std::size_t>(reading.index)];
-    const CommandOutcome& outcome = reading.outcome;
+    WatchedItem& watched = m_watched[static_cast<std::size_t>(reading.index)];
+    ++watched.reads;
+    watched.failing = !reading.outcome.done();
+    if (watched.failing) {
+        ++watched.failures;
+        watched.lastError = reading.outcome.error;
+    } else {
+        watched.lastGood = reading.doneAt;
+    }
+    addToLink(reading);
+    addValues(watched, m_items.at(reading.index), reading.outcome.data);
+}
+
+void WatchState::addToLink(const Reading& reading)
+{
     m_link.asked = true;
     m_link.connected = reading.connected;
     m_link.connectionsMade = reading.connectionsMade;
     m_link.missed = reading.missed;
     m_link.samples = reading.sample;
-    ++command.commands;
-    command.failing = !outcome.done();
-    if (outcome.done()) {
-        command.lastGood = reading.doneAt;
-        m_link.roundTrips.add(outcome.milliseconds);
-    } else {
-        ++command.failures;
-        command.lastError = m_link.lastError = outcome.error;
-        m_link.lastErrorTime = reading.sampleTime;
+    if (!reading.beginsCommand)
+        return;
+    ++m_link.commands;
+    if (reading.outcome.done()) {
+        m_link.roundTrips.add(reading.outcome.milliseconds);
+        return;
     }
-    addValues(command, m_items.at(reading.index), outcome.data);
+    ++m_link.failures;
+    m_link.lastError = reading.outcome.error;
+    m_link.lastErrorTime = reading.sampleTime;
 }
 
-void WatchState::addValues(const WatchedCommand& command, const Item& item, const QByteArray& data)
+void WatchState::addValues(const WatchedItem& watched, const Item& item, const QByteArray& data)
 {
-    const QStringList texts = command.failing ? QStringList() : valueTexts(item, data);
-    const QStringList numbers = command.failing ? QStringList() : decimalTexts(item, data);
-    for (int i = 0; i < command.elementCount; ++i) {
-        const int element = command.firstElement + i;
+    const QStringList texts = watched.failing ? QStringList() : valueTexts(item, data);
+    const QStringList numbers = watched.failing ? QStringList() : decimalTexts(item, data);
+    for (int i = 0; i < watched.elementCount; ++i) {
+        const int element = watched.firstElement + i;
         ValueHistory& history = m_elements[static_cast<std::size_t>(element)].history;
-        if (command.failing)
+        if (watched.failing)
             history.addGap();
         else
             history.add(numbers.at(i).toDouble(), texts.at(i));
     }
-}
-
-quint64 WatchState::commandCount() const
-{
-    return std::accumulate(m_commands.begin(), m_commands.end(), quint64(0),
-                           [](quint64 sum, const WatchedCommand& command) { return sum + command.commands; });
-}
-
-quint64 WatchState::failureCount() const
-{
-    return std::accumulate(m_commands.begin(), m_commands.end(), quint64(0),
-                           [](quint64 sum, const WatchedCommand& command) { return sum + command.failures; });
 }

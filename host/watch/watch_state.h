@@ -13,15 +13,15 @@ struct WatchedElement
     ValueHistory history;
 };
 
-/// What is known about one command; its elements are next to each other.
-struct WatchedCommand
+/// What is known about one item; its elements are next to each other.
+struct WatchedItem
 {
     int firstElement = 0;
     int elementCount = 0;
-    quint64 commands = 0;
+    quint64 reads = 0;
     quint64 failures = 0;
-    bool failing = false; ///< the last command failed
-    QString lastError;    ///< the driver's text; stays when commands succeed again
+    bool failing = false; ///< the last read failed
+    QString lastError;    ///< the driver's text; stays when reads succeed again
     std::optional<PollSchedule::Clock::time_point> lastGood;
 };
 
@@ -33,6 +33,8 @@ struct WatchedLink
     int connectionsMade = 0;
     quint64 samples = 0;
     quint64 missed = 0;
+    quint64 commands = 0;  ///< each for one item or more
+    quint64 failures = 0;  ///< of these
     RoundTrips roundTrips; ///< of the commands that succeeded
     QString lastError;     ///< of any command, the driver's text
     qint64 lastErrorTime = 0;
@@ -47,19 +49,16 @@ public:
     void add(const Reading& reading);
 
     const QVector<Item>& items() const { return m_items; }
-    const std::vector<WatchedCommand>& commands() const { return m_commands; }
+    const std::vector<WatchedItem>& watched() const { return m_watched; }
     const std::vector<WatchedElement>& elements() const { return m_elements; }
     const WatchedLink& link() const { return m_link; }
 
-    /// Sum over all commands.
-    quint64 commandCount() const;
-    quint64 failureCount() const;
-
 private:
-    void addValues(const WatchedCommand& command, const Item& item, const QByteArray& data);
+    void addToLink(const Reading& reading);
+    void addValues(const WatchedItem& watched, const Item& item, const QByteArray& data);
 
     const QVector<Item> m_items;
-    std::vector<WatchedCommand> m_commands;
+    std::vector<WatchedItem> m_watched;
     std::vector<WatchedElement> m_elements;
     WatchedLink m_link;
 };

@@ -9,8 +9,4 @@ constexpr int mostWatchedElements = 10000;
 /// Each value in decimal, whatever its notation in print, for use by programs.
 QStringList decimalTexts(const Item& item, const QByteArray& data);
 
-/// Items that cover these addresses and nothing else, each address once, ordered by area and number, with
-/// neighbours in one item.
-QVector<Item> itemsOfTags(QVector<Address> addresses, const BlockSizes& blocks);
-
 #endif

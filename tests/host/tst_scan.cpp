@@ -4,8 +4,6 @@
 
 #include <QtTest>
 
-using scan::Answer;
-
 namespace {
 
 bool holds(const QVector<int>& numbers, int first, int count)
@@ -178,7 +176,7 @@ void tst_scan::silentArea()
 void tst_scan::illegalFunction()
 {
     Device device;
-    device.exceptionCode = scan::illegalFunction;
+    device.exceptionCode = ::illegalFunction;
     const auto findings = scan::scanArea(
         {1, 65536, 125, 1}, [&](int first, int count) { return device.read(first, count); }, [](int) {});
     QCOMPARE(textOf(findings), QStringLiteral("1-65536 01"));
@@ -219,7 +217,7 @@ struct TwoStations : scan::Requester
             return {Answer::Silence, 0, QStringLiteral("no answer")};
         return request.area.name == QLatin1String("HR")
                    ? Answer()
-                   : Answer{Answer::Exception, scan::illegalFunction, QStringLiteral("01")};
+                   : Answer{Answer::Exception, illegalFunction, QStringLiteral("01")};
     }
 };
 
@@ -310,11 +308,11 @@ void tst_scan::answers_data()
 void tst_scan::answers()
 {
     const QString text = QString::fromUtf8(QTest::currentDataTag());
-    const Answer answer = scan::answerFromError(QStringLiteral("read 1 word(s) from 1-HR1> ") + text);
+    const Answer answer = answerFromError(QStringLiteral("read 1 word(s) from 1-HR1> ") + text);
     QTEST(answer.code, "code");
     QCOMPARE(int(answer.kind), int(answer.code > 0 ? Answer::Exception : Answer::Silence));
     QCOMPARE(answer.text, text);
-    QVERIFY(scan::answerFromError(QString()).kind == Answer::Data);
+    QVERIFY(answerFromError(QString()).kind == Answer::Data);
 }
 
 void tst_scan::numberLists_data()

@@ -1,7 +1,7 @@
+#include "watch/block_reader.h"
 #include "watch/poll_schedule.h"
 #include "watch/screen_layout.h"
 #include "watch/statistics.h"
-#include "watch/watched_items.h"
 
 #include <QtTest>
 
@@ -46,8 +46,8 @@ private slots:
     void trends();
     void history();
     void roundTrips();
-    void tags_data();
-    void tags();
+    void blocks_data();
+    void blocks();
     void everyScreenSize();
     void ages_data();
     void ages();
@@ -158,28 +158,68 @@ void tst_watch::roundTrips()
     QCOMPARE(times.quantile(1), 2000.0);
 }
 
-void tst_watch::tags_data()
+// The commands of two rounds to a device that refuses what has the register 66 in it, does not answer as
+// station 9, and takes 4 registers or 5 bits at once.
+void tst_watch::blocks_data()
 {
     QTest::addColumn<QString>("commands");
-    QTest::newRow("HR3 HR1 HR2 HR2 hr1") << "HR1*3";
-    QTest::newRow("HR1 HR3") << "HR1*1 HR3*1";
-    QTest::newRow("HR1 HR2 HR3 HR4 HR5") << "HR1*4 HR5*1"; // the limit of registers in the test is 4
-    QTest::newRow("DO1 DO2 DO3 DO4 DO5 DO6 DI1") << "DI1*1 DO1*5 DO6*1";
-    QTest::newRow("HR9 HR10 HR9.1 HR11SW") << "HR9*1 HR9.1*1 HR10*1 HR11SW*1";
-    QTest::newRow("FN6HR1 HR2 FN6HR2") << "HR2*1 FN6HR1*2";
-    QTest::newRow("3-HR1 HR2 3-HR2") << "HR2*1 HR1*2";
+    QTest::addColumn<QString>("failed"); ///< indexes of items in the second round
+    const auto row = [](const char* items, const char* commands, const char* failed = "") {
+        QTest::newRow(items) << QString::fromLatin1(commands) << QString::fromLatin1(failed);
+    };
+    row("HR3 HR1 HR2 HR2 hr1", "HR1*3; HR1*3");
+    row("HR1 HR3", "HR1*1 HR3*1; HR1*1 HR3*1");
+    row("HR1 HR2 HR3 HR4 HR5", "HR1*4 HR5*1; HR1*4 HR5*1");
+    row("HR2:float32 HR4:int16 HR1 HR1.3 HR3.9:bit:8", "HR1*4; HR1*4");
+    row("HR1SW:dword HR3SW:dword", "HR1*4; HR1*4");
+    row("HR3 HR1:qword HR2", "HR2*2 HR1*1; HR2*2 HR1*1");
+    row("HR1:word:6 HR7", "HR1*6 HR7*1; HR1*6 HR7*1");
+    row("DO1:bit:4 DO5 DO6 DI1 DI2", "DO1*5 DO6*1 DI1*2; DO1*5 DO6*1 DI1*2");
+    row("DO1 DO2 DO1:byte", "DO1*2 DO1*1; DO1*2 DO1*1");
+    row("FN6HR1 HR2 FN6HR2", "FN6HR1*2 HR2*1; FN6HR1*2 HR2*1");
+    row("3-HR1 HR2 3-HR2", "3-HR1*2 HR2*1; 3-HR1*2 HR2*1");
+    row("HR65535 HR65536:word:2", "HR65535*1 HR65536*2; HR65535*1 HR65536*2");
+    row("HR64 HR65 HR66 HR67", "HR64*4 HR64*2 HR66*2 HR66*1 HR67*1; HR64*2 HR66*1 HR67*1", "2");
+    row("HR65:word:2 HR67", "HR65*3 HR65*2 HR67*1; HR65*2 HR67*1", "0");
+    row("9-HR1 9-HR5 HR1", "9-HR1*1 HR1*1; 9-HR1*1 HR1*1", "0 1");
 }
 
-void tst_watch::tags()
+void tst_watch::blocks()
 {
-    QVector<Address> addresses;
-    QString error;
+    QVector<Item> items;
     for (const QString& text : words(QString::fromLatin1(QTest::currentDataTag())))
-        addresses += *parseAddress(text, Grammar::ModbusTcp, error);
+        items += itemIn(text.toLatin1());
     QStringList commands;
-    for (const Item& item : itemsOfTags(addresses, {4, 5}))
-        commands += QStringLiteral("%1*%2").arg(item.command().address).arg(item.command().count);
-    QTEST(commands.join(QLatin1Char(' ')), "commands");
+    const auto read = [&](const CommunicatorCommand& command, std::optional<int> station) {
+        const int first = command.address.mid(2).toInt();
+        CommandOutcome outcome;
+        outcome.data = QByteArray(8 * command.count, '\0');
+        if (first <= 66 && first + command.count > 66)
+            outcome.error = QStringLiteral("read it> exception code:02");
+        if (station == 9)
+            outcome.error = QStringLiteral("read it> no answer from 127.0.0.1:502 within 100 ms");
+        commands += (station ? QStringLiteral("%1-").arg(*station) : QString()) +
+                    QStringLiteral("%1*%2").arg(command.address).arg(command.count);
+        return outcome;
+    };
+    QStringList failed;
+    QVector<int> reported(items.size());
+    BlockReader reader(items, {4, 5}, read);
+    for (int round = 0; round < 2; ++round) {
+        failed.clear();
+        commands += QStringLiteral(";");
+        reader.readAll(
+            [&](int index, const CommandOutcome& outcome, bool) {
+                ++reported[index];
+                if (!outcome.done())
+                    failed += QString::number(index);
+            },
+            [] { return false; });
+    }
+    QTEST(commands.join(QLatin1Char(' ')).mid(2).replace(QLatin1String(" ; "), QLatin1String("; ")),
+          "commands");
+    QTEST(failed.join(QLatin1Char(' ')), "failed");
+    QCOMPARE(reported, QVector<int>(items.size(), 2));
 }
 
 // Whatever the window's size, nothing goes past its edges, and the title is there as soon as there is a line.

@@ -69,7 +69,7 @@ class Watch(HostCase):
         self.wait_samples(terminal, 30)
         self.assertRegex(terminal.lines()[0], rf"driverhost watch +{self.slave.device} +station 1 +every 20 ms")
         self.assertEqual(terminal.lines()[1].split(),
-                         "ADDRESS VALUE MIN MAX TREND AGE COMMANDS FAILED LAST ERROR".split())
+                         "ADDRESS VALUE MIN MAX TREND AGE READS FAILED LAST ERROR".split())
         for address, value, trend in [("HR100", "100", "▅"), ("IR101", "65434", "▅"), ("DO3", "1", "█"),
                                       ("DO4", "0", "▁")]:
             cells = self.row(terminal, address)
@@ -113,7 +113,7 @@ class Watch(HostCase):
     def test_resize_and_scroll(self):
         terminal = self.screen("HR1:word:40", "HR65536:word:2", "--interval", "20", columns=100, lines=24)
         terminal.wait_for("of 42")
-        for columns, lines, gone in [(60, 12, "COMMANDS"), (30, 8, "TREND"), (130, 30, None), (12, 3, "VALUE")]:
+        for columns, lines, gone in [(60, 12, "READS"), (30, 8, "TREND"), (130, 30, None), (12, 3, "VALUE")]:
             terminal.resize(columns, lines)
             terminal.wait_until(lambda t: t.lines()[1].startswith("ADDRESS") and self.row(t, "HR1"), "the table")
             terminal.wait_until(lambda t: gone is None or gone not in t.text(), f"{gone} to go")
@@ -309,6 +309,19 @@ print(watch.wait(10))
             self.assertGreaterEqual(times[-1] - times[0], 7 * 0.150 - 0.025)  # every third slot
             self.assertIn("slavesim: 8 requests, ", slave.stop())
 
+    def test_neighbours_are_read_together(self):
+        items = ["HR9:byte:3", "HR1", "HR2:float32", "HR4SW:dword", "HR5.14:bit:20", "HR7:string(4):ABCD", "HR11:int64:BADC",
+                 "HR6:hex", "HR15:dword", "DO3", "DO4:bit:9", "DI5:bit:3", "DI8"]
+        with Slave(os.environ["SLAVESIM"], "--stats") as slave:
+            done = self.watch(*items, "--samples", "1", "--format", "json", slave=slave)
+            together = json.loads(done.stdout)["readings"]
+            self.assertIn("slavesim: 3 requests, ", slave.stop())
+        done = self.run_host("--device", self.slave.device, "--format", "json", "read", *items)
+        alone = [json.loads(line) for line in done.stdout.splitlines()]
+        for reading in together + alone:
+            del reading["milliseconds"]
+        self.assertEqual(together, alone)
+
     # JSON, tags, wrong command lines
 
     def test_json_and_tags(self):
@@ -317,7 +330,8 @@ print(watch.wait(10))
         samples = [json.loads(line) for line in done.stdout.splitlines()]
         self.assertEqual([sample["sample"] for sample in samples], [1, 2])
         self.assertEqual([(r["address"], r["type"], r["values"]) for r in samples[1]["readings"]],
-                         [("DO3", "bit", [1, 0]), ("HR5", "word", [5, 6, 7]), ("HR9.3", "bit", [1])])
+                         [("HR7", "word", [7]), ("HR5", "word", [5]), ("HR6", "word", [6]), ("DO3", "bit", [1]),
+                          ("1-DO4", "bit", [0]), ("HR9.3", "bit", [1]), ("HR5", "word", [5])])
 
     def test_refused(self):
         for arguments, status, error in [

@@ -1,6 +1,5 @@
-#include "scan/answer.h"
+#include "session/answer.h"
 
-namespace scan {
 namespace {
 
 bool saysNothingOfTheElements(int code)
@@ -30,5 +29,3 @@ Answer answerFromError(const QString& error)
     }
     return answer;
 }
-
-} // namespace scan

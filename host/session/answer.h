@@ -1,9 +1,7 @@
-#ifndef SCAN_ANSWER_H
-#define SCAN_ANSWER_H
+#ifndef SESSION_ANSWER_H
+#define SESSION_ANSWER_H
 
 #include <QString>
-
-namespace scan {
 
 /// The outcome of one request to the device.
 struct Answer
@@ -31,7 +29,5 @@ constexpr int illegalFunction = 1;
 /// and those by which a gateway reports that the station behind it does not answer (0A, 0B), count as
 /// Silence. An empty text is Data.
 Answer answerFromError(const QString& error);
-
-} // namespace scan
 
 #endif

@@ -1,0 +1,184 @@
+#include "watch/block_reader.h"
+
+#include "session/answer.h"
+
+#include <QSet>
+
+#include <algorithm>
+#include <tuple>
+
+namespace {
+
+/// Bits that the Modbus standard lets one request ask for.
+constexpr int mostBits = 2000;
+
+/// Where an item lies in its area, in bits as Address::position().
+int beginOf(const Item& item)
+{
+    return item.address.position();
+}
+
+int endOf(const Item& item)
+{
+    return beginOf(item) + item.count * layoutOf(item.type()).width;
+}
+
+int roundedDown(const Item& item, int position)
+{
+    return item.address.isInBitArea() ? position : position / bitsOfRegister * bitsOfRegister;
+}
+
+int roundedUp(const Item& item, int position)
+{
+    return item.address.isInBitArea() ? position : roundedDown(item, position + bitsOfRegister - 1);
+}
+
+/// Not what the driver refuses, and not bytes of bits, which depend on the tags of the project.
+bool mayHaveNeighbours(const Item& item)
+{
+    const int endOfArea = largestNumber * (item.address.isInBitArea() ? 1 : bitsOfRegister);
+    return !item.address.isForeign() && endOf(item) <= endOfArea &&
+           item.type().kind != SignalType::DriverQuadWord &&
+           !(item.address.isInBitArea() && layoutOf(item.type()).width > 1);
+}
+
+auto areaOf(const Item& item)
+{
+    return std::make_tuple(item.address.station, item.address.area);
+}
+
+/// Orders neighbours next to each other, and behind them the items that have none.
+auto placeOf(const Item& item)
+{
+    const bool isAlone = !mayHaveNeighbours(item);
+    return std::make_tuple(isAlone, areaOf(item), isAlone ? 0 : beginOf(item));
+}
+
+/// count bits of data from the one at offset.
+QByteArray bitsOf(const QByteArray& data, int offset, int count)
+{
+    QByteArray bits((count + 7) / 8, '\0');
+    for (int i = 0; i < count; ++i) {
+        const int bit = static_cast<unsigned char>(data.at((offset + i) / 8)) >> ((offset + i) % 8) & 1;
+        bits[i / 8] = static_cast<char>(static_cast<unsigned char>(bits.at(i / 8)) | bit << (i % 8));
+    }
+    return bits;
+}
+
+/// The driver gives a double word with the mark SW from two registers in the other order.
+void exchangeWords(QByteArray& data)
+{
+    for (int i = 0; i + 3 < data.size(); i += 4)
+        std::swap_ranges(data.begin() + i, data.begin() + i + 2, data.begin() + i + 2);
+}
+
+bool isRefusalOfBlock(const CommandOutcome& outcome)
+{
+    constexpr int illegalAddress = 2;
+    constexpr int illegalValue = 3;
+    const Answer answer = answerFromError(outcome.error);
+    return answer.kind == Answer::Exception && (answer.code == illegalAddress || answer.code == illegalValue);
+}
+
+/// The link's own words, see docs/errors.md.
+bool isSilence(const CommandOutcome& outcome)
+{
+    return outcome.error.contains(QLatin1String("no answer from ")) ||
+           outcome.error.contains(QLatin1String("no connection to "));
+}
+
+} // namespace
+
+BlockReader::BlockReader(const QVector<Item>& items, const BlockSizes& sizes, const ReadCommand& read)
+    : m_items(items), m_read(read)
+{
+    makeBlocks(sizes);
+}
+
+void BlockReader::makeBlocks(const BlockSizes& sizes)
+{
+    QVector<int> sorted;
+    for (int i = 0; i < m_items.size(); ++i)
+        sorted += i;
+    std::stable_sort(sorted.begin(), sorted.end(), [this](int left, int right) {
+        return placeOf(m_items.at(left)) < placeOf(m_items.at(right));
+    });
+    int begin = 0;
+    int end = 0;
+    for (const int index : sorted) {
+        const Item& item = m_items.at(index);
+        const bool isAlone = !mayHaveNeighbours(item);
+        const int most =
+            item.address.isInBitArea() ? std::min(sizes.bits, mostBits) : sizes.registers * bitsOfRegister;
+        const int itemBegin = isAlone ? 0 : roundedDown(item, beginOf(item));
+        const int itemEnd = isAlone ? 0 : roundedUp(item, endOf(item));
+        const bool continues = !isAlone && !m_blocks.isEmpty() &&
+                               areaOf(item) == areaOf(m_items.at(m_blocks.last().first())) &&
+                               itemBegin <= end && std::max(end, itemEnd) - begin <= most;
+        if (!continues) {
+            m_blocks += Block();
+            begin = end = itemBegin;
+        }
+        m_blocks.last() += index;
+        end = std::max(end, itemEnd);
+    }
+    const auto first = [](const Block& block) { return *std::min_element(block.begin(), block.end()); };
+    std::sort(m_blocks.begin(), m_blocks.end(),
+              [&](const Block& left, const Block& right) { return first(left) < first(right); });
+}
+
+void BlockReader::readAll(const Report& report, const std::function<bool()>& isOver)
+{
+    QSet<int> silent; // stations; -1: that of the link
+    for (int i = 0; i < m_blocks.size() && !isOver();) {
+        const Block block = m_current = m_blocks.at(i);
+        const auto station = m_items.at(block.first()).address.station;
+        CommandOutcome outcome;
+        if (silent.contains(station.value_or(-1)))
+            outcome.error = QStringLiteral("not asked, because the station has not answered just before");
+        else
+            outcome = m_read(commandOf(block), station);
+        if (isRefusalOfBlock(outcome) && block.size() > 1) {
+            const int half = block.size() / 2;
+            m_blocks[i] = block.mid(0, half);
+            m_blocks.insert(i + 1, block.mid(half));
+            continue;
+        }
+        if (isSilence(outcome))
+            silent += station.value_or(-1);
+        for (const int index : block)
+            report(index, outcomeOf(index, block, outcome), index == block.first());
+        ++i;
+    }
+    m_current.clear();
+}
+
+CommunicatorCommand BlockReader::commandOf(const Block& block) const
+{
+    const Item& first = m_items.at(block.first());
+    if (block.size() == 1)
+        return first.command();
+    const int begin = roundedDown(first, beginOf(first));
+    int end = begin;
+    for (const int index : block)
+        end = std::max(end, roundedUp(first, endOf(m_items.at(index))));
+    Address address = first.address;
+    address.highWordFirst = false;
+    const bool inBits = address.isInBitArea();
+    return CommunicatorCommand(inBits ? Bit : Word, (end - begin) / (inBits ? 1 : bitsOfRegister),
+                               address.at(begin, false).text);
+}
+
+CommandOutcome BlockReader::outcomeOf(int index, const Block& block, const CommandOutcome& outcome) const
+{
+    if (block.size() == 1 || !outcome.done())
+        return outcome;
+    const Item& item = m_items.at(index);
+    const Item& first = m_items.at(block.first());
+    CommandOutcome own = outcome;
+    own.data =
+        bitsOf(outcome.data, beginOf(item) - roundedDown(first, beginOf(first)), endOf(item) - beginOf(item));
+    if (item.type().kind == SignalType::DriverDoubleWord && item.address.highWordFirst)
+        exchangeWords(own.data);
+    return own;
+}
