@@ -1,5 +1,6 @@
 #include "cli/command_line.h"
 #include "peer.h"
+#include "project/project_file.h"
 #include "session/driver_plugin.h"
 #include "tools/project_database.h"
 
@@ -45,6 +46,7 @@ private slots:
     void help();
     void info();
     void project();
+    void hostileTags();
     void projectIsAPipe();
     void tagFile_data();
     void tagFile();
@@ -247,6 +249,16 @@ void tst_command_line::project()
         shown.value(QStringLiteral("links")).toArray().at(0).toObject().value(QStringLiteral("tags")).toInt(),
         2);
     QVERIFY(!shown.contains(QStringLiteral("tags")));
+}
+
+void tst_command_line::hostileTags()
+{
+    {
+        ProjectWriter writer(GetDatabaseName(), ProjectWriter::FromOldProject);
+        QVERIFY(writer.addTag({1, signalAt(QStringLiteral("DO\x1b[2J"))}) && writer.commit());
+    }
+    const QString shown = Run(QStringLiteral("project show --all")).out;
+    QVERIFY2(shown.contains(QLatin1String("DO\\x1b[2J\n")), qPrintable(shown));
 }
 
 void tst_command_line::projectIsAPipe()

@@ -3,6 +3,8 @@
 #include "session/tcp_link.h"
 
 #include <csignal>
+#include <dlfcn.h>
+#include <netdb.h>
 #include <pthread.h>
 
 namespace {
@@ -98,7 +100,28 @@ private:
     std::thread m_sender;
 };
 
+bool isNameServerSilent = false;
+int questions = 0; ///< to the name server
+
+template<typename Function>
+Function systemsOwn(const char* name)
+{
+    return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
+}
+
 } // namespace
+
+/// This and the next function stand in for those of the system.
+int getaddrinfo_a(int mode, gaicb** list, int count, sigevent* event)
+{
+    ++questions;
+    return isNameServerSilent ? 0 : systemsOwn<decltype(&getaddrinfo_a)>(__func__)(mode, list, count, event);
+}
+
+int gai_error(gaicb* request) noexcept
+{
+    return isNameServerSilent ? EAI_INPROGRESS : systemsOwn<decltype(&gai_error)>(__func__)(request);
+}
 
 class tst_tcp_link : public QObject
 {
@@ -116,6 +139,7 @@ private slots:
     void connectFailures_data();
     void connectFailures();
     void everyAddressOfANameIsTried();
+    void silentNameServerIsAskedOnce();
     void partlyTakenRequest();
     void waitsEnd_data();
     void waitsEnd();
@@ -345,6 +369,19 @@ void tst_tcp_link::everyAddressOfANameIsTried()
     Peer peer; // listens on IPv4 only; localhost can be ::1 first
     TcpLink link(QStringLiteral("localhost"), peer.port(), settingOf(2000), 1);
     QVERIFY2(link.open(), qPrintable(link.errorString()));
+}
+
+void tst_tcp_link::silentNameServerIsAskedOnce()
+{
+    questions = 0;
+    isNameServerSilent = true;
+    TcpLink link(QStringLiteral("plc7"), 502, settingOf(20), 1);
+    for (int i = 0; i < 5; ++i) {
+        QVERIFY(!link.open());
+        QCOMPARE(link.errorString(), QStringLiteral("host name \"plc7\" was not resolved in time"));
+    }
+    isNameServerSilent = false;
+    QCOMPARE(questions, 1);
 }
 
 /// Clients that fill the queue of a listener, so that further connections get no answer.
