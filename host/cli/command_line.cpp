@@ -339,18 +339,27 @@ void addScan(CLI::App& app, Parsed& parsed)
         command, "--area", [&options](const QString& text) { takeAreas(text, options.areas); },
         "Areas to scan, separated by commas (default: all)")
         ->type_name(scanAreaNames().join(QLatin1Char(',')).toStdString());
-    addNumber(command, "--from", options.first, 1, scan::largestNumber, "First number (default 1)");
-    addNumber(command, "--to", options.last, 1, scan::largestNumber, "Last number (default 65536)");
-    addNumber(command, "--finest", options.finest, 1, scan::largestNumber,
-              "Do not split refused ranges of this many elements or fewer (default 1)");
+    addNumber(command, "--from", options.first, 1, largestNumber, "First number (default 1)");
+    addNumber(command, "--to", options.last, 1, largestNumber, "Last number (default 65536)");
+    addNumber(command, "--finest", options.finest, 1, largestNumber,
+              "Do not divide refused ranges of this many elements or fewer (default 1)");
+    CLI::Option* values =
+        command.add_flag("--values", "Write the values that are read into the file of --output");
+    values->needs(addText(command, "--output", options.output,
+                          "Image for slavesim --image; its tag list goes to FILE.csv")
+                      ->type_name("FILE")
+                      ->needs(values));
     explain(
         command,
         "Sends one request at a time, with --delay before each, for as many elements as a request carries.\n"
-        "Ranges that the device refuses are split down to single elements, or to --finest: 16 is ten times\n"
+        "Ranges that the device refuses are divided down to single elements, or to --finest: 16 is ten "
+        "times\n"
         "as fast where little can be read, but misses shorter islands. A range without an answer is asked\n"
         "for again --retry times. Two such ranges end the area, two silent areas end the station. A scan\n"
-        "for several stations asks each of them only once, unless --retry is given. Ctrl-C prints what was\n"
-        "found so far. Drivers need a project: see driverhost help project create.");
+        "for several stations asks each of them only once, unless --retry is given. Ctrl-C prints and\n"
+        "writes what was found so far. Drivers need a project: see driverhost help project create.\n"
+        "--values --output FILE takes the device home: slavesim --image FILE serves what was read, and\n"
+        "driverhost project import FILE.csv makes tags of it.");
 }
 
 QStringList commandsBelow(const CLI::App& command)

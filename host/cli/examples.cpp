@@ -27,6 +27,7 @@ const Example examples[] = {
     {"project import", "driverhost project import tags.csv"},
     {"project export", "driverhost project export tags.csv"},
     {"scan", "driverhost --device 127.0.0.1:1502 scan --area HR,DO --to 1000"},
+    {"scan", "driverhost --device 127.0.0.1:1502 scan --to 100 --values --output plc"},
     {"scan", "driverhost --device 127.0.0.1:1502 --timeout 200 scan --stations 1-5 --area HR --to 10"},
     {"help", "driverhost help project import"},
 };

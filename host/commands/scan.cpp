@@ -1,11 +1,14 @@
 #include "commands/scan.h"
 
+#include "scan/device_copy.h"
 #include "scan/device_scan.h"
 #include "scan/number_list.h"
 #include "session/interrupt.h"
 #include "session/session.h"
 #include "text/json_line.h"
+#include "text/new_file.h"
 #include "text/progress_bar.h"
+#include "text/shown.h"
 #include "text/text_table.h"
 
 #include <QElapsedTimer>
@@ -22,7 +25,10 @@ constexpr int mostBitsOfAnyDevice = 2000;
 class DriverRequester : public scan::Requester
 {
 public:
-    DriverRequester(Session& session, int delay) : m_session(session), m_delay(delay) {}
+    DriverRequester(Session& session, int delay, scan::DeviceCopy& copy)
+        : m_session(session), m_delay(delay), m_copy(copy)
+    {
+    }
 
     Answer ask(const scan::Request& request) override
     {
@@ -36,6 +42,8 @@ public:
             {request.area.type, request.count, request.area.name + QString::number(request.first)},
             request.station);
         Answer answer = answerFromError(outcome.error);
+        if (outcome.done())
+            m_copy.add(request, outcome.data);
         if (interrupt::flag() && !answer.isThere())
             return stopped(QStringLiteral("interrupted"));
         if (!outcome.done() && outcome.attempts == 0)
@@ -50,6 +58,7 @@ private:
 
     Session& m_session;
     const int m_delay;
+    scan::DeviceCopy& m_copy;
 };
 
 scan::Area areaNamed(const QString& name, DriverInterface& driver)
@@ -93,6 +102,8 @@ QString stateText(const scan::Range& range)
         return QStringLiteral("readable");
     case scan::Range::Refused:
         return QStringLiteral("refused");
+    case scan::Range::NotDivided:
+        return QStringLiteral("not divided");
     case scan::Range::NoAnswer:
         return QStringLiteral("no answer");
     case scan::Range::NotAsked:
@@ -202,6 +213,23 @@ void printJson(const scan::DeviceFindings& findings, qint64 milliseconds, QTextS
                         {QStringLiteral("complete"), findings.stopped.isEmpty()}});
 }
 
+/// The files for the values, opened before the scan, which may take hours.
+struct CopyFiles
+{
+    explicit CopyFiles(const QString& name) : image(name), tagList(name + QStringLiteral(".csv")) {}
+
+    QString problem() const { return image.error().isEmpty() ? tagList.error() : image.error(); }
+
+    bool commit(const scan::DeviceCopy& copy, int ownStation)
+    {
+        return image.write(copy.image()) && tagList.write(copy.tagList(ownStation)) && image.commit() &&
+               tagList.commit();
+    }
+
+    NewFile image;
+    NewFile tagList;
+};
+
 int exitStatus(const scan::DeviceFindings& findings, Console& console)
 {
     const bool somebodyAnswers =
@@ -237,11 +265,19 @@ int runScan(const ScanOptions& options, Console& console)
     if (!session)
         return reportError(console, WrongCommandLine, error);
 
+    std::optional<CopyFiles> files;
+    if (!options.output.isEmpty())
+        files.emplace(options.output);
+    if (files && !files->problem().isEmpty())
+        return reportError(console, Refused, files->problem());
+
     interrupt::endInOwnTime();
     QElapsedTimer timer;
     timer.start();
     ProgressBar bar(console.err, options.link.trace ? 0 : terminalWidth());
-    DriverRequester requester(*session, effectiveSetting(session->driver(), options.link).delay);
+    const DriverSetting setting = effectiveSetting(session->driver(), options.link);
+    scan::DeviceCopy copy;
+    DriverRequester requester(*session, setting.delay, copy);
     const scan::DeviceFindings findings = scan::scanDevice(
         planFor(options, session->driver()), requester,
         [&bar](const QString& label, qint64 done, qint64 total) { bar.show(label, done, total); });
@@ -250,5 +286,9 @@ int runScan(const ScanOptions& options, Console& console)
         printJson(findings, timer.elapsed(), console.out);
     else if (!findings.stations.isEmpty())
         printText(findings, timer.elapsed(), console.out);
+    if (files && copy.isEmpty())
+        console.err << "note: no value was read; " << shown(options.output) << " is not written\n";
+    else if (files && !files->commit(copy, setting.stationid))
+        return reportError(console, Refused, files->problem());
     return exitStatus(findings, console);
 }

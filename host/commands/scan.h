@@ -13,14 +13,16 @@ struct ScanOptions
     QStringList areas;     ///< from scanAreaNames(); empty: all
     int first = 1;
     int last = 65536;
-    int finest = 1; ///< a refused range of this many elements or fewer is not split
+    int finest = 1; ///< a refused range of this many elements or fewer is not divided
+    QString
+        output; ///< image of the values that were read; with ".csv" behind it, their tag list; empty: none
 };
 
 /// The areas that can be scanned, one for each kind of data that a device holds.
 const QStringList& scanAreaNames();
 
-/// Finds out which stations answer and which elements of their areas can be read. After Ctrl-C it prints what
-/// it has found so far.
+/// Finds out which stations answer and which elements of their areas can be read. After Ctrl-C it prints and
+/// writes what it has found so far.
 int runScan(const ScanOptions& options, Console& console);
 
 #endif

@@ -60,8 +60,10 @@ private:
     {
         if (answer.code == illegalFunction && m_findings.ranges.isEmpty())
             giveUp(Range::Refused, answer.text);
-        if (m_givenUp || count <= m_plan.finest)
-            return mark(first, count, Range::Refused, answer.text);
+        // Most devices have something at the beginning of an area.
+        const int finest = first == m_plan.first ? 1 : m_plan.finest;
+        if (m_givenUp || count <= finest)
+            return mark(first, count, m_givenUp ? Range::Refused : m_refusal, answer.text);
         const int part = m_plan.finest == 1 && count <= fewElements ? 1 : (count + 1) / 2;
         bool isReadable = true;
         for (int done = 0; done < count; done += part)
@@ -80,12 +82,12 @@ private:
             Range& left = ranges[i];
             Range& right = ranges[i + 1];
             const int span = std::min(m_plan.finest, m_findings.mostInRequest);
-            if (left.state == Range::Readable && right.state == Range::Refused) {
+            if (left.state == Range::Readable && right.state == m_refusal) {
                 const int first = right.first;
                 right.first +=
                     mostReadable(std::min(span, right.last - first + 1), [first](int) { return first; });
                 left.last = right.first - 1;
-            } else if (left.state == Range::Refused && right.state == Range::Readable) {
+            } else if (left.state == m_refusal && right.state == Range::Readable) {
                 const int last = left.last;
                 left.last -= mostReadable(std::min(span, last - left.first + 1),
                                           [last](int count) { return last - count + 1; });
@@ -135,6 +137,7 @@ private:
     const AreaPlan m_plan;
     const ReadRange& m_read;
     const Settled& m_settled;
+    const Range::State m_refusal = m_plan.finest == 1 ? Range::Refused : Range::NotDivided;
     AreaFindings m_findings;
     int m_silences = 0;
     bool m_givenUp = false;

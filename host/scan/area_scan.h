@@ -2,6 +2,7 @@
 #define SCAN_AREA_SCAN_H
 
 #include "session/answer.h"
+#include "signals/address.h"
 
 #include <QVector>
 
@@ -9,17 +10,16 @@
 
 namespace scan {
 
-constexpr int largestNumber = 65536; ///< of an element; the first one has the number 1
-
 /// Consecutive elements of one area with the same findings.
 struct Range
 {
     enum State
     {
         Readable,
-        Refused,  ///< answered with an exception
-        NoAnswer, ///< asked for, but no answer
-        NotAsked  ///< given up before they were asked for
+        Refused,    ///< answered with an exception
+        NotDivided, ///< refused as a whole; single elements may be readable
+        NoAnswer,   ///< asked for, but no answer
+        NotAsked    ///< given up before they were asked for
     };
 
     int first;
@@ -34,8 +34,8 @@ struct AreaPlan
     int first = 1;
     int last = largestNumber;
     int mostInRequest = 1; ///< most elements in one request
-    int finest = 1;        ///< a refused range of this many elements or fewer is not split
-                           ///< (readable elements at its ends are still found)
+    int finest = 1;        ///< a refused range of this many elements or fewer is not divided, unless it
+                           ///< begins with first (readable elements at its ends are still found)
 };
 
 struct AreaFindings
@@ -54,9 +54,9 @@ using Settled = std::function<void(int elements)>;
 constexpr int silencesOfAnArea = 2;
 
 /// Finds out which elements of an area can be read. It asks for as many as a request carries; a refused range
-/// is halved until its parts can be read or are as small as the plan allows. The border between readable and
-/// refused elements is always exact. If both halves of a refused range are readable, the station carries less
-/// in a request; from then on requests ask for no more than that.
+/// is halved until its parts can be read or are as small as the plan allows, which are then NotDivided. The
+/// border between readable and other elements is always exact. If both halves of a refused range are
+/// readable, the station carries less in a request; from then on requests ask for no more than that.
 ///
 /// Exception code 01 is about the function code, not about the elements: as the first answer it settles the
 /// whole area. A range without an answer is not split, and the area is given up after silencesOfAnArea of

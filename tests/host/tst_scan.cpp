@@ -20,7 +20,7 @@ struct Device
 {
     QVector<int> served;
     QVector<int> silent;
-    int mostInRequest = scan::largestNumber;
+    int mostInRequest = largestNumber;
     int exceptionCode = 2;
     int stopAfter = -1; ///< requests until the user stops the scan
     int requests = 0;
@@ -49,7 +49,7 @@ QString textOf(const scan::AreaFindings& findings)
 {
     QStringList texts;
     for (const scan::Range& range : findings.ranges) {
-        const char* const states[] = {"ok", nullptr, "silent", "unasked"};
+        const char* const states[] = {"ok", nullptr, "not divided", "silent", "unasked"};
         QVector<int> numbers;
         for (int number = range.first; number <= range.last; ++number)
             numbers += number;
@@ -61,7 +61,7 @@ QString textOf(const scan::AreaFindings& findings)
 
 QVector<int> numbers(const char* list)
 {
-    return *list ? scan::parseNumberList(QLatin1String(list), 1, scan::largestNumber) : QVector<int>();
+    return *list ? scan::parseNumberList(QLatin1String(list), 1, largestNumber) : QVector<int>();
 }
 
 } // namespace
@@ -113,10 +113,11 @@ void tst_scan::area_data()
     row("65536", {65530, 65536, 125, 1}, "65530-65535 02, 65536 ok", 8);
     row("9", {9, 9, 2000, 1}, "9 ok", 1);
     // Coarse: borders are still exact, islands may be missed.
-    row("1-200", {1, 1000, 125, 16}, "1-200 ok, 201-1000 02", 130);
-    row("300-777", {1, 1000, 125, 16}, "1-299 02, 300-777 ok, 778-1000 02", 90);
-    row("500", {1, 1000, 125, 16}, "1-1000 02", 120);
-    row("", {1, 2000, 2000, 2000}, "1-2000 02", 1);
+    row("1-200", {1, 1000, 125, 16}, "1-200 ok, 201-1000 not divided", 130);
+    row("1-10", {1, 1000, 125, 16}, "1-10 ok, 11-1000 not divided", 130);
+    row("300-777", {1, 1000, 125, 16}, "1-299 not divided, 300-777 ok, 778-1000 not divided", 95);
+    row("500", {1, 1000, 125, 16}, "1-1000 not divided", 128);
+    row("", {1, 2000, 2000, 2000}, "1-2000 not divided", 23);
 }
 
 void tst_scan::area()
