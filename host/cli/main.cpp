@@ -37,6 +37,6 @@ int main(int argc, char** argv)
     const int status = run(console);
     out.flush();
     if (out.status() != QTextStream::Ok && status == Done)
-        return reportError(console, Refused, QStringLiteral("the output can not be written"));
+        return reportError(console, Refused, QStringLiteral("the output cannot be written"));
     return status;
 }

@@ -239,7 +239,7 @@ void Watch::reportRecorder()
         m_console.err << "note: " << shown(m_recorder->fileName()) << " goes on, " << m_recorder->rowsLost()
                       << " row(s) are missing\n";
     else
-        m_console.err << "error: can not write " << shown(m_recorder->fileName()) << ": " << problem
+        m_console.err << "error: cannot write " << shown(m_recorder->fileName()) << ": " << problem
                       << "; polling goes on\n";
     m_console.err.flush();
 }

@@ -91,7 +91,7 @@ std::vector<SocketAddress> HostLookup::addresses(const Waiting& waiting, QString
         return {};
     }
     if (result != 0)
-        error = QStringLiteral("host name \"%1\" can not be resolved (%2)")
+        error = QStringLiteral("host name \"%1\" cannot be resolved (%2)")
                     .arg(m_host, QString::fromLocal8Bit(::gai_strerror(result)));
     const std::unique_ptr<Question> answered = std::move(m_question);
     return answered->addresses();

@@ -42,7 +42,7 @@ QString connectFailure(int reason, const QString& peer)
     case ENETUNREACH:
         return QStringLiteral("no route to %1").arg(peer);
     default:
-        return QStringLiteral("can not connect to %1: %2")
+        return QStringLiteral("cannot connect to %1: %2")
             .arg(peer, QString::fromLocal8Bit(std::strerror(reason)));
     }
 }

@@ -41,7 +41,7 @@ NewFile::~NewFile()
 bool NewFile::check(const QString& reason)
 {
     if (m_error.isEmpty() && !reason.isEmpty())
-        m_error = QStringLiteral("can not write %1: %2").arg(m_name, reason);
+        m_error = QStringLiteral("cannot write %1: %2").arg(m_name, reason);
     return m_error.isEmpty();
 }
 

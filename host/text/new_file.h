@@ -44,7 +44,7 @@ public:
     /// Returns false if the old file is still in place; error() says why.
     bool commit();
 
-    /// "can not write NAME: REASON" after the first failure, empty before.
+    /// "cannot write NAME: REASON" after the first failure, empty before.
     const QString& error() const { return m_error; }
 
     /// Descriptor of the file's folder, for openat() and flock(); -1 if it could not be opened. Owned by this

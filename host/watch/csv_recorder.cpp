@@ -59,7 +59,7 @@ std::unique_ptr<CsvRecorder> CsvRecorder::open(const QString& fileName, const QB
     if (recorder)
         problem = recorder->begin();
     if (!problem.isEmpty()) {
-        error = QStringLiteral("can not write %1: %2").arg(fileName, problem);
+        error = QStringLiteral("cannot write %1: %2").arg(fileName, problem);
         return nullptr;
     }
     ::fsync(place.folder()); // a new file survives a power cut only with its folder

@@ -273,7 +273,7 @@ ExitStatus readRecord(const QString& fileName, const RecordSelection& selection,
 {
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly)) {
-        error = QStringLiteral("can not read %1: %2").arg(fileName, file.errorString());
+        error = QStringLiteral("cannot read %1: %2").arg(fileName, file.errorString());
         return Refused;
     }
     Reader reader(fileName, file, selection, record);

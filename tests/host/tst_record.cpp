@@ -219,7 +219,7 @@ void tst_record::recorderRefuses()
     const WithoutPrivileges plain;
     const QString file = folder.filePath(QLatin1String(QTest::currentDataTag()));
     QVERIFY(!CsvRecorder::open(file, "time\n", error));
-    QVERIFY2(error.startsWith(QStringLiteral("can not write %1: ").arg(file)) && error.endsWith(reason),
+    QVERIFY2(error.startsWith(QStringLiteral("cannot write %1: ").arg(file)) && error.endsWith(reason),
              qPrintable(error));
 }
 

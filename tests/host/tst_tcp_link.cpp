@@ -345,7 +345,7 @@ void tst_tcp_link::connectFailures_data()
 {
     QTest::addColumn<QString>("error");
     QTest::newRow("127.0.0.1") << "connection refused by 127.0.0.1:%1";
-    QTest::newRow("no such host") << "host name \"no such host\" can not be resolved (";
+    QTest::newRow("no such host") << "host name \"no such host\" cannot be resolved (";
     QTest::newRow("255.255.255.255") << " 255.255.255.255:%1";
     QTest::newRow("::1") << " [::1]:%1";
 }

@@ -343,7 +343,7 @@ print(watch.wait(10))
                 (["HR1", "--as", "float"], 2, "float needs --type float32, float64 or dword, not word"),
                 (["HR1", "--interval", "0"], 2, "--interval"),
                 (["HR1", "--samples", "1", "--for", "1"], 2, "--for"),
-                (["HR1", "--csv", "/nonexistent/x.csv"], 2, "can not write /nonexistent/x.csv"),
+                (["HR1", "--csv", "/nonexistent/x.csv"], 2, "cannot write /nonexistent/x.csv"),
                 (["--tags", "--link", "7"], 1, "link 7 has no tags"),
                 (["HR1:qword", "--samples", "1"], 1, "does not read qword")]:
             with self.subTest(arguments):

@@ -229,7 +229,7 @@ void tst_driverhost::outputThatCanNotBeWritten()
 {
     const ProgramRun run = m_host.run(QStringLiteral("info >/dev/full"));
     QCOMPARE(run.status, 1);
-    QCOMPARE(run.err, QStringLiteral("error: the output can not be written\n"));
+    QCOMPARE(run.err, QStringLiteral("error: the output cannot be written\n"));
 }
 
 void tst_driverhost::interruptEndsAWait_data()
