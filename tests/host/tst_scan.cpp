@@ -294,8 +294,9 @@ void tst_scan::answers_data()
                                   QStringLiteral("exception code:03"), QStringLiteral("exception code:04")};
     QFile page(QStringLiteral(ERRORS_PAGE));
     QVERIFY(page.open(QIODevice::ReadOnly));
+    const QString ofCommands = QString::fromUtf8(page.readAll()).section(QLatin1String("\n## Records"), 0, 0);
     int found = 0;
-    for (const QString& line : QString::fromUtf8(page.readAll()).split(QLatin1Char('\n'))) {
+    for (const QString& line : ofCommands.split(QLatin1Char('\n'))) {
         const QStringList texts = line.section(QLatin1Char('|'), 1, 1).split(QLatin1Char('`'));
         for (int i = 1; i < texts.size(); i += 2) {
             const int code = refusals.indexOf(texts.at(i)) + 1;
