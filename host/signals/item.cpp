@@ -166,8 +166,7 @@ QVector<Item> dividedRange(const Range& range, const ItemContext& context, const
     const int width = layoutOf(item.type()).width;
     const int end = range.last.position() + (range.last.isBit() ? 1 : bitsOfRegister);
     const bool inBits = range.first.isInBitArea();
-    const int block = inBits ? std::min(context.blocks.bits, mostBitsOfAnyDevice)
-                             : context.blocks.registers * bitsOfRegister;
+    const int block = inBits ? context.blocks.bits : context.blocks.registers * bitsOfRegister;
     const QString text = quoted(range.first.fullText() + QLatin1String("..") + range.last.text);
     error = problemOf(item);
     if (error.isEmpty() && options.count)
@@ -271,7 +270,7 @@ QStringList Item::elementNames() const
 ItemContext contextOf(DriverInterface& driver, const ItemOptions& options, const FindSignals& findSignals)
 {
     return {grammarOfDriver(driver.name()),
-            {driver.getBlockAccessSize(), driver.getBitBlockAccessSize()},
+            {driver.getBlockAccessSize(), std::min(driver.getBitBlockAccessSize(), mostBitsOfAnyDevice)},
             options,
             findSignals};
 }

@@ -32,7 +32,7 @@ struct Item
     QStringList elementNames() const;
 };
 
-/// The largest commands of a driver.
+/// The largest commands that driver and devices take.
 struct BlockSizes
 {
     int registers = 1;

@@ -9,9 +9,6 @@
 
 namespace {
 
-/// Bits that the Modbus standard lets one request ask for.
-constexpr int mostBits = 2000;
-
 /// Where an item lies in its area, in bits as Address::position().
 int beginOf(const Item& item)
 {
@@ -108,8 +105,7 @@ void BlockReader::makeBlocks(const BlockSizes& sizes)
     for (const int index : sorted) {
         const Item& item = m_items.at(index);
         const bool isAlone = !mayHaveNeighbours(item);
-        const int most =
-            item.address.isInBitArea() ? std::min(sizes.bits, mostBits) : sizes.registers * bitsOfRegister;
+        const int most = item.address.isInBitArea() ? sizes.bits : sizes.registers * bitsOfRegister;
         const int itemBegin = isAlone ? 0 : roundedDown(item, beginOf(item));
         const int itemEnd = isAlone ? 0 : roundedUp(item, endOf(item));
         const bool continues = !isAlone && !m_blocks.isEmpty() &&

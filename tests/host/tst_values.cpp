@@ -430,7 +430,7 @@ void tst_values::items()
 // What is not an address is a name; a range takes as many commands as the driver's blocks need.
 void tst_values::names()
 {
-    ItemContext context{Grammar::ModbusTcp, {125, 2008}, {}, {}};
+    ItemContext context{Grammar::ModbusTcp, {125, 2000}, {}, {}};
     context.findSignals = [](const QString& name, QString& problem) {
         problem = QStringLiteral("no signal has this name");
         const QVector<Signal> both = {ovenTemperature(), ovenTemperature()};
