@@ -52,12 +52,13 @@ _driverhost_offer_addresses() {
         grep -oE '\b(FN[0-9])?[A-Z]{2}[0-9]' | sed 's/[0-9]$//' | sort -u)"
 }
 
-# _driverhost_offer_names: offers the signals of the project. Readline puts the quotation marks.
+# _driverhost_offer_names: offers the signals of the project. Readline quotes them, but for characters by which the shell
+# would run a part of the name as a command; names with those are left out.
 _driverhost_offer_names() {
     local typed=${current#[\"\']} name
     typed=${typed//\\/}
     while IFS= read -r name; do
-        if [[ ${name,,} == "${typed,,}"* ]]; then
+        if [[ ${name,,} == "${typed,,}"* && $name != *[\`\$\!]* ]]; then
             COMPREPLY+=("$name")
             compopt -o filenames 2>/dev/null
         fi
