@@ -13,7 +13,7 @@ programs=$(mktemp -d)
 cp "$1" "$programs" && cp -r "$(dirname "$1")/drivers" "$programs" || exit 1
 program[driverhost]=$programs/driverhost
 # shellcheck disable=SC2016 # what the shell would run stays as it is
-tags=(HR6,Oven_3 'HR7,Oven`reboot`' 'HR8,Oven$(reboot)')
+tags=('HR6,Oven_3' 'HR7,Oven`reboot`' 'HR8,Oven$(reboot)')
 "${program[driverhost]}" project create --tags <(printf 'address,name\n' && printf '%s\n' "${tags[@]}") || exit 1
 cd "$(mktemp -d)" || exit 1
 touch tags.csv watch.csv
