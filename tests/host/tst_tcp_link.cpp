@@ -118,9 +118,9 @@ int getaddrinfo_a(int mode, gaicb** list, int count, sigevent* event)
     return isNameServerSilent ? 0 : systemsOwn<decltype(&getaddrinfo_a)>(__func__)(mode, list, count, event);
 }
 
-int gai_error(gaicb* request) noexcept
+int gai_error(gaicb* question) noexcept
 {
-    return isNameServerSilent ? EAI_INPROGRESS : systemsOwn<decltype(&gai_error)>(__func__)(request);
+    return isNameServerSilent ? EAI_INPROGRESS : systemsOwn<decltype(&gai_error)>(__func__)(question);
 }
 
 class tst_tcp_link : public QObject
