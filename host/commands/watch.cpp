@@ -1,10 +1,8 @@
 #include "commands/watch.h"
 
-#include "project/project_signals.h"
 #include "session/interrupt.h"
 #include "session/session.h"
 #include "text/json_line.h"
-#include "tools/project_database.h"
 #include "watch/record_writer.h"
 #include "watch/sample_text.h"
 #include "watch/screen.h"
@@ -26,54 +24,6 @@ constexpr milliseconds shortestRedraw{100};
 constexpr milliseconds longestWait{250};
 /// How long to wait for a driver to return from an interrupted command.
 constexpr milliseconds stopPatience{600};
-
-/// What the tags of a link give to watch.
-struct WatchedTags
-{
-    QVector<Item> items;
-    int ofOthers = 0; ///< tags of other stations than the one that was asked for
-    int unknown = 0;  ///< tags that are not addresses of the driver, or signals that contradict themselves
-    QString problem;  ///< of the first unknown one
-};
-
-WatchedTags readTags(const LinkOptions& link, Session& session, QString& error)
-{
-    const ItemContext context = contextOf(session.driver(), {});
-    const ProjectSignals project = readProjectSignals(link, session.link().stationId());
-    WatchedTags tags;
-    for (const Signal& signal : project.all) {
-        QString problem;
-        const auto item = itemOfSignal(signal, context, problem);
-        if (!item) {
-            ++tags.unknown;
-            tags.problem = tags.problem.isEmpty() ? problem : tags.problem;
-        } else if (link.station && item->address.station.value_or(*link.station) != *link.station) {
-            ++tags.ofOthers;
-        } else {
-            tags.items += *item;
-        }
-    }
-    if (!project.problem.isEmpty())
-        error = QStringLiteral("--tags: ") + project.problem;
-    else if (tags.items.isEmpty())
-        error = QStringLiteral("--tags: link %1 has no tags that can be read in %2")
-                    .arg(link.linkId)
-                    .arg(GetDatabaseName());
-    return tags;
-}
-
-QVector<Item> parseItems(const WatchOptions& options, Session& session, QString& error)
-{
-    const ItemContext context =
-        contextOf(session.driver(), {}, findProjectSignals(options.link, session.link().stationId()));
-    QVector<Item> items;
-    for (const QString& text : options.items) {
-        items += parseItems(text, context, error);
-        if (!error.isEmpty())
-            return {};
-    }
-    return items;
-}
 
 /// Gives the items the notation if their type has it. Returns why none has it; empty if one has.
 QString takeNotation(QVector<Item>& items, Notation notation)
@@ -114,7 +64,8 @@ private:
     void finishSample();
     void reportRecorder();
     void takeKeys();
-    void scroll(ScreenKey key);
+    void follow(WatchControl::Wish wish);
+    void finishWrite();
     void draw();
     ScreenContents contents() const;
     void end();
@@ -129,6 +80,8 @@ private:
     std::optional<RecordWriter> m_writer;
     Console& m_console;
     WatchState m_state;
+    WatchControl m_control{m_state};
+    const int m_attempts;      ///< of a command
     QVector<Reading> m_sample; ///< the readings of the current sample so far
     QString m_reportedProblem; ///< the recorder's problem, as last reported
     std::unique_ptr<Screen> m_screen;
@@ -138,14 +91,14 @@ private:
     bool m_paused = false;
     bool m_quit = false;
     bool m_interrupted = false;
-    int m_firstRow = 0;
 };
 
 Watch::Watch(const WatchOptions& options, const QVector<Item>& items, Session& session, CsvRecorder* recorder,
              Console& console)
     : m_options(options), m_blocks(contextOf(session.driver(), {}).blocks), m_peer(session.link().peer()),
       m_station(QString::number(session.link().stationId())), m_recorder(recorder), m_console(console),
-      m_state(items), m_poller(session, plan())
+      m_state(items), m_attempts(effectiveSetting(session.driver(), options.link).retry + 1),
+      m_poller(session, plan())
 {
     if (recorder)
         m_writer.emplace(*recorder, items, milliseconds(options.interval));
@@ -180,8 +133,10 @@ int Watch::run()
         takeReadings();
         if (m_recorder)
             m_recorder->syncWhenDue();
-        if (m_screen)
+        if (m_screen) {
+            finishWrite();
             takeKeys();
+        }
         if (m_screen && Clock::now() - m_lastDraw >= shortestRedraw)
             draw();
     }
@@ -248,40 +203,40 @@ void Watch::takeKeys()
 {
     while (const auto key = m_screen->key()) {
         m_lastDraw = Clock::time_point(); // at once
-        if (*key == ScreenKey::Interrupt)
-            m_interrupted = true;
-        else if (*key == ScreenKey::Quit)
-            m_quit = true;
-        else if (*key == ScreenKey::Pause)
-            m_poller.setPaused(m_paused = !m_paused);
-        else
-            scroll(*key);
+        follow(m_control.press(*key, tableRows(contents(), m_screen->size())));
     }
 }
 
-void Watch::scroll(ScreenKey key)
+void Watch::follow(WatchControl::Wish wish)
 {
-    const int page = std::max(tableRows(contents(), m_screen->size()), 1);
-    const int last = std::max(static_cast<int>(m_state.elements().size()) - page, 0);
-    int row = m_firstRow;
-    if (key == ScreenKey::Up || key == ScreenKey::Down)
-        row += key == ScreenKey::Up ? -1 : 1;
-    else if (key == ScreenKey::PageUp || key == ScreenKey::PageDown)
-        row += key == ScreenKey::PageUp ? -page : page;
-    else if (key == ScreenKey::Home || key == ScreenKey::End)
-        row = key == ScreenKey::Home ? 0 : last;
-    m_firstRow = std::clamp(row, 0, last); // even if the window has grown
+    using Wish = WatchControl::Wish;
+    m_interrupted = m_interrupted || wish == Wish::Interrupt;
+    m_quit = m_quit || wish == Wish::Quit;
+    if (wish == Wish::Pause)
+        m_poller.setPaused(m_paused = !m_paused);
+    else if (wish == Wish::Write)
+        m_poller.write(m_control.itemToWrite(), m_control.dataToWrite());
+}
+
+void Watch::finishWrite()
+{
+    const auto outcome = m_poller.takeWritten();
+    if (!outcome)
+        return;
+    m_control.finishWrite(*outcome);
+    m_lastDraw = Clock::time_point();
 }
 
 ScreenContents Watch::contents() const
 {
-    return {m_state,     m_peer,   m_station,  milliseconds(m_options.interval),
-            m_recorder,  m_paused, m_firstRow, m_screen->symbols(),
+    return {m_state,     m_peer,   m_station, milliseconds(m_options.interval),
+            m_recorder,  m_paused, m_control, m_screen->symbols(),
             Clock::now()};
 }
 
 void Watch::draw()
 {
+    m_state.setSilence(m_poller.silence(), m_attempts);
     m_screen->draw(layOutScreen(contents(), m_screen->size()));
     m_lastDraw = Clock::now();
 }
@@ -293,6 +248,7 @@ void Watch::end()
     takeReadings();
     if (m_recorder)
         m_recorder->sync();
+    finishWrite();
     if (m_screen) {
         m_screen.reset();
         printSummary();
@@ -308,6 +264,8 @@ void Watch::end()
 void Watch::printSummary()
 {
     QTextStream& out = m_console.out;
+    if (m_control.isWriting())
+        out << "it is not known whether " << m_control.itemToWrite().signal.address << " was written\n";
     out << m_state.link().samples << " sample(s), " << m_state.link().commands << " command(s), "
         << m_state.link().failures << " failed, " << m_state.link().missed << " slot(s) missed\n";
     if (m_recorder)
@@ -360,7 +318,7 @@ int watchItems(const WatchOptions& options, QVector<Item> items, Session& sessio
 int watchTags(const WatchOptions& options, Session& session, Console& console)
 {
     QString error;
-    const WatchedTags tags = readTags(options.link, session, error);
+    const WatchedTags tags = itemsOfTags(options.link, session, error);
     if (tags.ofOthers > 0)
         console.err << "note: " << tags.ofOthers << " tag(s) of other stations than " << *options.link.station
                     << " are left out\n";
@@ -386,7 +344,7 @@ int runWatch(const WatchOptions& options, Console& console)
         return reportError(console, WrongCommandLine, error);
     if (options.tags)
         return watchTags(options, *session, console);
-    const QVector<Item> items = parseItems(options, *session, error);
+    const QVector<Item> items = itemsOfTexts(options.items, options.link, *session, error);
     if (!error.isEmpty())
         return reportError(console, WrongCommandLine, error);
     return watchItems(options, items, *session, console);

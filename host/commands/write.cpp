@@ -3,6 +3,7 @@
 #include "commands/missing_project.h"
 #include "project/project_signals.h"
 #include "signals/item_report.h"
+#include "signals/verified_write.h"
 
 namespace {
 
@@ -40,25 +41,6 @@ std::optional<Write> prepare(const WriteOptions& options, Session& session, QStr
     return write;
 }
 
-/// Writes, and reads back if that is wanted. What the device has not kept is an error.
-CommandOutcome run(Session& session, const Write& write, bool verify)
-{
-    const CommunicatorCommand command = write.item.command();
-    const QByteArray& bytes = write.data.bytes;
-    CommandOutcome outcome = session.write(command, bytes, write.item.address.station);
-    if (!outcome.done() || !verify)
-        return outcome;
-    const CommandOutcome back = session.read(command, write.item.address.station);
-    if (!back.done())
-        outcome.error = QStringLiteral("written, but cannot be read back: ") + back.error;
-    else if (back.data.left(bytes.size()) != bytes)
-        outcome.error =
-            QStringLiteral("%1 holds %2 after %3 was written")
-                .arg(write.item.signal.address, valueTexts(write.item, back.data).join(QLatin1Char(' ')),
-                     valueTexts(write.item, bytes).join(QLatin1Char(' ')));
-    return outcome;
-}
-
 } // namespace
 
 int runWrite(const WriteOptions& options, Console& console)
@@ -70,7 +52,9 @@ int runWrite(const WriteOptions& options, Console& console)
     const auto write = prepare(options, *session, error);
     if (!write)
         return reportError(console, WrongCommandLine, error);
-    const CommandOutcome outcome = run(*session, *write, options.verify);
+    const CommandOutcome outcome = options.verify ? writeAndVerify(*session, write->item, write->data.bytes)
+                                                  : session->write(write->item.command(), write->data.bytes,
+                                                                   write->item.address.station);
     ItemReport report(options.link.format, console);
     report.add(write->item, write->data.bytes, outcome);
     explainMissingProject(outcome, console);

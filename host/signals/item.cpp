@@ -267,6 +267,20 @@ QStringList Item::elementNames() const
     return names;
 }
 
+std::optional<Item> Item::element(int index) const
+{
+    Item item = *this;
+    item.count = 1;
+    if (index == 0)
+        return item;
+    if (address.isForeign())
+        return std::nullopt;
+    const TypeLayout layout = layoutOf(type());
+    item.address = address.at(address.position() + index * layout.width, layout.isBit());
+    item.signal.address = item.address.fullText();
+    return item;
+}
+
 ItemContext contextOf(DriverInterface& driver, const ItemOptions& options, const FindSignals& findSignals)
 {
     return {grammarOfDriver(driver.name()),

@@ -30,6 +30,10 @@ struct Item
     /// of bits, and ADDRESS, "ADDRESS +1", ... with a foreign address. A signal has its name instead, and
     /// bytes that form one text have one address.
     QStringList elementNames() const;
+
+    /// The value with this index, 0 to count-1, as an item of its own. Nothing if it has no address: with a
+    /// foreign one only the first value has.
+    std::optional<Item> element(int index) const;
 };
 
 /// The largest commands that driver and devices take.

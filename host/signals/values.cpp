@@ -487,6 +487,16 @@ QJsonArray valueNumbers(const Item& item, const QByteArray& data)
     return numbers;
 }
 
+QVector<QByteArray> valueData(const Item& item, const QByteArray& data)
+{
+    const int width = layoutOf(item.type()).width;
+    QVector<QByteArray> values;
+    for (int i = 0; i < item.count; ++i)
+        values += width == 1 ? QByteArray(1, static_cast<char>(getElement(data, i, 1)))
+                             : data.mid(i * width / 8, width / 8);
+    return values;
+}
+
 QString withUnit(const Item& item, const QString& text)
 {
     return item.notation || item.signal.unit.isEmpty() ? text : text + QLatin1Char(' ') + item.signal.unit;

@@ -38,6 +38,9 @@ QStringList valueTexts(const Item& item, const QByteArray& data);
 /// null; whole numbers beyond 2^53 are rounded to a double.
 QJsonArray valueNumbers(const Item& item, const QByteArray& data);
 
+/// The data of each value alone.
+QVector<QByteArray> valueData(const Item& item, const QByteArray& data);
+
 /// "-12.3 °C": a text of valueTexts with the unit of the signal. A value in a notation has no unit.
 QString withUnit(const Item& item, const QString& text);
 

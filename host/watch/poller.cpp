@@ -1,6 +1,7 @@
 #include "watch/poller.h"
 
 #include "session/interrupt.h"
+#include "signals/verified_write.h"
 
 #include <QDateTime>
 
@@ -70,6 +71,12 @@ bool Poller::waitForSlot(PollSchedule& schedule)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     while (!m_stopping) {
+        if (m_toWrite) {
+            lock.unlock();
+            writeIfWanted();
+            lock.lock();
+            continue;
+        }
         if (m_paused) {
             m_changed.wait(lock);
             schedule.resume(PollSchedule::Clock::now());
@@ -107,9 +114,38 @@ void Poller::pollAll(quint64 sample, quint64 missed)
     };
     m_reader.readAll(report, [this] {
         noteSilence(std::nullopt);
+        writeIfWanted();
         return m_stopping.load();
     });
     noteSilence(std::nullopt);
+}
+
+void Poller::writeIfWanted()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    if (!m_toWrite || m_stopping)
+        return;
+    const auto [item, data] = *m_toWrite;
+    lock.unlock();
+    const CommandOutcome outcome = writeAndVerify(m_session, item, data);
+    noteSilence(std::nullopt);
+    lock.lock();
+    m_toWrite.reset();
+    m_written = outcome;
+    ::eventfd_write(m_event, 1);
+}
+
+void Poller::write(const Item& item, const QByteArray& data)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_toWrite.emplace(item, data);
+    m_changed.notify_all();
+}
+
+std::optional<CommandOutcome> Poller::takeWritten()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return std::exchange(m_written, std::nullopt);
 }
 
 void Poller::noteSilence(std::optional<Silence> silence)

@@ -79,6 +79,13 @@ public:
     /// The command that has not been answered so far; nothing while all is well.
     std::optional<Silence> silence();
 
+    /// Writes the data of an item, reads it back and compares as soon as the current command is over, even
+    /// while paused. The item must be one command. One at a time: not before takeWritten() gave the last one.
+    void write(const Item& item, const QByteArray& data);
+
+    /// The outcome of write(), once, when it is there.
+    std::optional<CommandOutcome> takeWritten();
+
     /// While paused, no sample begins; a running one is completed.
     void setPaused(bool paused);
 
@@ -91,6 +98,7 @@ private:
     void poll();
     bool waitForSlot(PollSchedule& schedule);
     void pollAll(quint64 sample, quint64 missed);
+    void writeIfWanted();
     void noteSilence(std::optional<Silence> silence);
     void publish(const Reading& reading);
 
@@ -102,6 +110,8 @@ private:
     std::condition_variable m_changed;
     QVector<Reading> m_readings;
     std::optional<Silence> m_silence;
+    std::optional<std::pair<Item, QByteArray>> m_toWrite;
+    std::optional<CommandOutcome> m_written;
     bool m_paused = false;
     std::atomic<bool> m_stopping{false}; ///< the link's waits check it too
     bool m_ended = false;

@@ -1,9 +1,12 @@
 #include "watch/screen.h"
 
+#include "text/shown.h"
+
 #include <clocale>
 #include <csignal>
 #include <cstring>
 #include <langinfo.h>
+#include <termios.h>
 #include <unistd.h>
 
 #define NCURSES_NOMACROS 1
@@ -16,11 +19,15 @@ enum ColourPair : short
 {
     TrendPair = 1,
     GoodPair,
-    BadPair
+    BadPair,
+    ChangedPair
 };
 
 constexpr int controlC = 3;
 constexpr int controlZ = 26;
+constexpr int escape = 27;
+constexpr int rubout = 127;
+constexpr int escapePatience = 50; ///< milliseconds until it is known to be the key and no sequence
 
 bool coloursAllowed()
 {
@@ -35,6 +42,7 @@ bool startColours()
     init_pair(TrendPair, COLOR_CYAN, -1);
     init_pair(GoodPair, COLOR_GREEN, -1);
     init_pair(BadPair, COLOR_RED, -1);
+    init_pair(ChangedPair, COLOR_MAGENTA, -1); // to be seen on black and on white
     return true;
 }
 
@@ -42,8 +50,10 @@ attr_t attributesOf(ScreenStyle style)
 {
     switch (style) {
     case ScreenStyle::Title:
+    case ScreenStyle::Selected:
         return A_REVERSE;
     case ScreenStyle::Heading:
+    case ScreenStyle::Changed:
     case ScreenStyle::Bad:
         return A_BOLD;
     case ScreenStyle::Quiet:
@@ -59,6 +69,8 @@ attr_t attributesOf(ScreenStyle style)
 short colourOf(ScreenStyle style)
 {
     switch (style) {
+    case ScreenStyle::Changed:
+        return ChangedPair;
     case ScreenStyle::Trend:
         return TrendPair;
     case ScreenStyle::Good:
@@ -70,32 +82,76 @@ short colourOf(ScreenStyle style)
     }
 }
 
-ScreenKey meaningOf(int code)
+KeyPress::Kind kindOf(wint_t code)
 {
     switch (code) {
-    case 'q':
-    case 'Q':
-        return ScreenKey::Quit;
-    case controlC:
-        return ScreenKey::Interrupt;
-    case 'p':
-    case 'P':
-    case ' ':
-        return ScreenKey::Pause;
     case KEY_UP:
-        return ScreenKey::Up;
+        return KeyPress::Up;
     case KEY_DOWN:
-        return ScreenKey::Down;
+        return KeyPress::Down;
     case KEY_PPAGE:
-        return ScreenKey::PageUp;
+        return KeyPress::PageUp;
     case KEY_NPAGE:
-        return ScreenKey::PageDown;
+        return KeyPress::PageDown;
     case KEY_HOME:
-        return ScreenKey::Home;
+        return KeyPress::Home;
     case KEY_END:
-        return ScreenKey::End;
+        return KeyPress::End;
+    case KEY_BACKSPACE:
+        return KeyPress::Backspace;
+    case KEY_ENTER:
+        return KeyPress::Enter;
     default:
-        return ScreenKey::Other;
+        return KeyPress::Other;
+    }
+}
+
+KeyPress pressOf(wint_t character)
+{
+    const uint code = character;
+    switch (code) {
+    case controlC:
+        return {KeyPress::Interrupt, QString()};
+    case '\n':
+    case '\r':
+        return {KeyPress::Enter, QString()};
+    case escape:
+        return {KeyPress::Escape, QString()};
+    case '\b':
+    case rubout:
+        return {KeyPress::Backspace, QString()};
+    default:
+        break;
+    }
+    const QString text = QString::fromUcs4(&code, 1);
+    return mayBeShown(text.at(0)) ? KeyPress{KeyPress::Character, text} : KeyPress();
+}
+
+// For the signals that end the program without destroying anything. Set before they can come.
+termios terminalBefore;
+char leaveScreen[128];
+
+/// Only calls that a signal handler may make.
+void restoreAndDie(int signalNumber)
+{
+    const ssize_t ignored = ::write(STDOUT_FILENO, leaveScreen, std::strlen(leaveScreen));
+    static_cast<void>(ignored);
+    ::tcsetattr(STDIN_FILENO, TCSANOW, &terminalBefore);
+    ::raise(signalNumber); // SA_RESETHAND: this time it kills
+}
+
+void restoreAtDeath()
+{
+    for (const char* const name : {"sgr0", "cnorm", "rmcup"}) {
+        const char* const sequence = tigetstr(name);
+        if (sequence && sequence != reinterpret_cast<char*>(-1))
+            std::strncat(leaveScreen, sequence, sizeof leaveScreen - std::strlen(leaveScreen) - 1);
+    }
+    for (const int signalNumber : {SIGHUP, SIGQUIT, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL}) {
+        struct sigaction action = {};
+        action.sa_handler = restoreAndDie;
+        action.sa_flags = static_cast<int>(SA_RESETHAND);
+        ::sigaction(signalNumber, &action, nullptr);
     }
 }
 
@@ -109,6 +165,7 @@ bool Screen::isPossible()
 std::unique_ptr<Screen> Screen::open()
 {
     std::setlocale(LC_CTYPE, "");
+    ::tcgetattr(STDIN_FILENO, &terminalBefore);
     SCREEN* const terminal = newterm(nullptr, stdout, stdin);
     if (!terminal)
         return nullptr;
@@ -129,6 +186,8 @@ Screen::Screen(void* terminal)
     keypad(stdscr, TRUE);
     nodelay(stdscr, TRUE);
     curs_set(0);
+    set_escdelay(escapePatience);
+    restoreAtDeath();
 }
 
 Screen::~Screen()
@@ -157,12 +216,13 @@ void Screen::draw(const QVector<ScreenLine>& lines)
     wrefresh(stdscr);
 }
 
-std::optional<ScreenKey> Screen::key()
+std::optional<KeyPress> Screen::key()
 {
-    const int code = wgetch(stdscr);
-    if (code == ERR)
+    wint_t code = 0;
+    const int status = wget_wch(stdscr, &code);
+    if (status == ERR)
         return std::nullopt;
-    if (code == controlZ)
+    if (status == OK && code == controlZ)
         ::raise(SIGTSTP); // the library restores the terminal until the program continues
-    return meaningOf(code);
+    return status == KEY_CODE_YES ? KeyPress{kindOf(code), QString()} : pressOf(code);
 }

@@ -6,22 +6,8 @@
 #include <memory>
 #include <optional>
 
-enum class ScreenKey
-{
-    Quit,
-    Interrupt, ///< Ctrl-C
-    Pause,
-    Up,
-    Down,
-    PageUp,
-    PageDown,
-    Home,
-    End,
-    Other ///< any other key, or the window has changed its size
-};
-
-/// The terminal as a screen, from open() until this object is destroyed, which restores the terminal. One at
-/// a time.
+/// The terminal as a screen, from open() until this object is destroyed, which restores the terminal; so does
+/// a signal that ends the program, a crash included. One at a time.
 ///
 /// There are no colours if NO_COLOR is set and not empty, or if the terminal has none.
 class Screen
@@ -44,7 +30,7 @@ public:
     void draw(const QVector<ScreenLine>& lines);
 
     /// The next key that was pressed; nothing if there is none. Does not wait.
-    std::optional<ScreenKey> key();
+    std::optional<KeyPress> key();
 
 private:
     explicit Screen(void* terminal);

@@ -1,68 +1,33 @@
 #include "watch/screen_layout.h"
 
+#include "text/shown.h"
 #include "watch/sample_text.h"
+#include "watch/table_layout.h"
 
 #include <algorithm>
-#include <functional>
 
 namespace {
 
-constexpr int gap = 2;
-constexpr int widestTrend = 60;
+/// The keys, with what they do.
+const char* const help[][2] = {{"arrows", "select a row; Page up and down, Home and End too"},
+                               {"w", "write the selected value: asks for it and for a y, reads it back"},
+                               {"x", "show the selected value as hexadecimal, or no more; X all values"},
+                               {"r", "smallest and largest count from now on"},
+                               {"/", "show only rows with a text in their name or address"},
+                               {"p", "pause, or go on"},
+                               {"q", "end"}};
 
-/// The columns in their order on the screen.
-enum Column
+/// The text in lines of at most this width, divided at blanks.
+QStringList wrapped(const QString& text, int width)
 {
-    AddressColumn,
-    ValueColumn,
-    SmallestColumn,
-    LargestColumn,
-    TrendColumn,
-    AgeColumn,
-    ReadsColumn,
-    FailedColumn,
-    ErrorColumn,
-    ColumnCount
-};
-
-const char* const headings[ColumnCount] = {"ADDRESS", "VALUE", "MIN",    "MAX",       "TREND",
-                                           "AGE",     "READS", "FAILED", "LAST ERROR"};
-
-/// Columns in the order in which they get room.
-const Column byImportance[] = {AddressColumn, ValueColumn,   AgeColumn,      FailedColumn, TrendColumn,
-                               ErrorColumn,   LargestColumn, SmallestColumn, ReadsColumn};
-
-bool isFlexible(Column column)
-{
-    return column == TrendColumn || column == ErrorColumn;
-}
-
-bool isLeftAligned(Column column)
-{
-    return column == AddressColumn || isFlexible(column);
-}
-
-/// A row of the table: the element and its item; isFirst says that the row shows the item's cells too.
-struct Row
-{
-    const WatchedElement* element;
-    const WatchedItem* item;
-    bool isFirst;
-};
-
-QString shortened(const QString& text, int width, TrendSymbols symbols)
-{
-    if (text.size() <= width)
-        return text;
-    const QString mark = symbols == TrendSymbols::Blocks ? QString(QChar(0x2026)) : QStringLiteral("~");
-    return text.left(std::max(width - mark.size(), 0)) + mark.left(width);
-}
-
-/// The driver's text without the description of the command, which the row already gives.
-QString reasonOf(const QString& error)
-{
-    const int end = error.indexOf(QLatin1String("> "));
-    return end < 0 ? error : error.mid(end + 2);
+    QStringList lines;
+    for (const QString& word : text.split(QLatin1Char(' '))) {
+        if (lines.isEmpty() || lines.last().size() + 1 + word.size() > width)
+            lines += word;
+        else
+            lines.last() += QLatin1Char(' ') + word;
+    }
+    return lines;
 }
 
 /// Lays out one screen; exists only while it does so.
@@ -71,187 +36,60 @@ class Layout
 public:
     Layout(const ScreenContents& contents, const ScreenSize& size) : m_contents(contents), m_size(size) {}
 
-    QVector<ScreenLine> lines();
+    QVector<ScreenLine> lines() const;
     int tableRows() const { return std::max(m_size.height - 2 - belowTable(), 0); }
 
 private:
     int belowTable() const;
     QVector<ScreenLine> status() const;
+    QString position() const;
     ScreenLine title() const;
-    ScreenLine heading() const;
-    ScreenLine row(const Row& row) const;
     ScreenLine linkLine() const;
     ScreenLine timesLine() const;
     ScreenLine recordLine() const;
     ScreenLine errorLine() const;
     ScreenLine keysLine() const;
-    QString cell(const Row& row, Column column) const;
-    ScreenStyle styleOf(const Row& row, Column column) const;
-    QString ageOf(const WatchedItem& item) const;
-    void measure();
-    void giveRoom();
-    QString padded(const QString& text, Column column) const;
-    QVector<Row> visibleRows() const;
+    QVector<ScreenLine> lastLines() const;
+    QVector<ScreenLine> helpLines() const;
 
     const ScreenContents& m_contents;
     const ScreenSize m_size;
-    QVector<Row> m_rows;
-    int m_natural[ColumnCount] = {};
-    int m_width[ColumnCount] = {}; ///< 0: not shown
 };
 
-/// Number of lines below the table, if there is room for three rows of it, or for all.
+/// Number of lines below the table: all if there is room for three rows of it, and at least the last one,
+/// which asks questions.
 int Layout::belowTable() const
 {
-    const int elements = static_cast<int>(m_contents.state.elements().size());
-    const int room = m_size.height - 2 - std::min(elements, 3);
-    return std::clamp(room, 0, status().size() + 1);
+    const int rows = std::max(m_contents.control.rows().size(), 1);
+    const int room = m_size.height - 2 - std::min(rows, 3);
+    const ScreenMessage& message = m_contents.control.message();
+    const bool isQuiet = message.text.isEmpty() && message.problem.isEmpty();
+    return std::max(std::min(room, status().size() + 1), isQuiet ? 0 : lastLines().size());
 }
 
-QVector<Row> Layout::visibleRows() const
+/// "paused", the filter, and which of the rows are shown, if not all are.
+QString Layout::position() const
 {
-    QVector<Row> rows;
-    const WatchState& state = m_contents.state;
-    const int end = m_contents.firstRow + tableRows();
-    for (const WatchedItem& item : state.watched()) {
-        for (int i = 0; i < item.elementCount; ++i) {
-            const int element = item.firstElement + i;
-            if (element >= m_contents.firstRow && element < end)
-                rows += {&state.elements()[static_cast<std::size_t>(element)], &item,
-                         i == 0 || element == m_contents.firstRow};
-        }
-    }
-    return rows;
-}
-
-QString Layout::ageOf(const WatchedItem& item) const
-{
-    if (!item.lastGood)
-        return QStringLiteral("-");
-    return ageText(std::chrono::duration_cast<std::chrono::milliseconds>(m_contents.now - *item.lastGood));
-}
-
-QString Layout::cell(const Row& row, Column column) const
-{
-    const ValueHistory& history = row.element->history;
-    switch (column) {
-    case AddressColumn:
-        return row.element->address;
-    case ValueColumn:
-        return history.latest().isEmpty() ? QStringLiteral("-") : history.latest();
-    case SmallestColumn:
-        return history.smallest();
-    case LargestColumn:
-        return history.largest();
-    case TrendColumn:
-        return trendText(history.samples(), m_width[TrendColumn], row.element->isBit, m_contents.symbols);
-    case AgeColumn:
-        return row.isFirst ? ageOf(*row.item) : QString();
-    case ReadsColumn:
-        return row.isFirst ? QString::number(row.item->reads) : QString();
-    case FailedColumn:
-        return row.isFirst ? QString::number(row.item->failures) : QString();
-    case ErrorColumn:
-        return row.isFirst ? reasonOf(row.item->lastError) : QString();
-    case ColumnCount:
-        break;
-    }
-    return QString();
-}
-
-ScreenStyle Layout::styleOf(const Row& row, Column column) const
-{
-    const bool failing = row.item->failing;
-    if (column == TrendColumn)
-        return ScreenStyle::Trend;
-    if (column == ErrorColumn)
-        return failing ? ScreenStyle::Bad : ScreenStyle::Quiet;
-    if (failing && (column == ValueColumn || column == AgeColumn || column == FailedColumn))
-        return ScreenStyle::Bad;
-    return column == SmallestColumn || column == LargestColumn ? ScreenStyle::Quiet : ScreenStyle::Plain;
-}
-
-/// Widths that the contents need, plus a few characters where numbers grow.
-void Layout::measure()
-{
-    for (int column = 0; column < ColumnCount; ++column)
-        m_natural[column] = QString(QLatin1String(headings[column])).size();
-    for (const Row& row : qAsConst(m_rows)) {
-        for (const Column column : {AddressColumn, ValueColumn, SmallestColumn, LargestColumn})
-            m_natural[column] = std::max(m_natural[column], cell(row, column).size());
-    }
-    const int values =
-        std::max({m_natural[ValueColumn], m_natural[SmallestColumn], m_natural[LargestColumn]});
-    m_natural[ValueColumn] = m_natural[SmallestColumn] = m_natural[LargestColumn] = values;
-    m_natural[AgeColumn] = 6;
-}
-
-/// Columns get their room in order of importance; the rest goes to the trend and the errors.
-void Layout::giveRoom()
-{
-    int left = m_size.width;
-    for (const Column column : byImportance) {
-        const int needed = m_natural[column] + (left == m_size.width ? 0 : gap);
-        if (needed > left && column != AddressColumn)
-            continue;
-        m_width[column] = std::min(m_natural[column], left);
-        left -= std::min(needed, left);
-    }
-    if (m_width[TrendColumn] == 0)
-        return;
-    const int forTrend = m_width[ErrorColumn] == 0 ? left : left / 2;
-    const int trend = std::min(m_width[TrendColumn] + forTrend, widestTrend);
-    left -= trend - m_width[TrendColumn];
-    m_width[TrendColumn] = trend;
-    if (m_width[ErrorColumn] > 0)
-        m_width[ErrorColumn] += left;
-}
-
-QString Layout::padded(const QString& text, Column column) const
-{
-    const int width = m_width[column];
-    const QString fitting = shortened(text, width, m_contents.symbols);
-    return isLeftAligned(column) ? fitting.leftJustified(width) : fitting.rightJustified(width);
-}
-
-ScreenLine Layout::heading() const
-{
+    const WatchControl& control = m_contents.control;
+    const int rows = control.rows().size();
+    const int page = tableRows();
+    const int first = control.firstRow(page);
     QString text;
-    for (int column = 0; column < ColumnCount; ++column) {
-        if (m_width[column] > 0)
-            text += (text.isEmpty() ? QString() : QString(gap, QLatin1Char(' '))) +
-                    padded(QLatin1String(headings[column]), static_cast<Column>(column));
-    }
-    return {{text, ScreenStyle::Heading}};
-}
-
-ScreenLine Layout::row(const Row& row) const
-{
-    ScreenLine line;
-    for (int index = 0; index < ColumnCount; ++index) {
-        const auto column = static_cast<Column>(index);
-        if (m_width[column] == 0)
-            continue;
-        if (!line.isEmpty())
-            line += {QString(gap, QLatin1Char(' ')), ScreenStyle::Plain};
-        line += {padded(cell(row, column), column), styleOf(row, column)};
-    }
-    return line;
+    if (!control.filter().isEmpty())
+        text += QStringLiteral("\"%1\"  ").arg(control.filter());
+    if (rows > page)
+        text += QStringLiteral("%1-%2 of %3  ").arg(first + 1).arg(std::min(first + page, rows)).arg(rows);
+    else if (!control.filter().isEmpty())
+        text += QStringLiteral("%1 of %2  ").arg(rows).arg(m_contents.state.elements().size());
+    return text + (m_contents.paused ? QStringLiteral("PAUSED ") : QString());
 }
 
 ScreenLine Layout::title() const
 {
+    const QString right = shortened(position(), m_size.width, m_contents.symbols);
     QString left = QStringLiteral(" driverhost watch  %1  station %2  every %3 ms")
                        .arg(m_contents.device, m_contents.station)
                        .arg(m_contents.interval.count());
-    const int elements = static_cast<int>(m_contents.state.elements().size());
-    QString right = m_contents.paused ? QStringLiteral("PAUSED ") : QString();
-    if (m_rows.size() < elements)
-        right = QStringLiteral("%1-%2 of %3  ")
-                    .arg(m_contents.firstRow + 1)
-                    .arg(m_contents.firstRow + m_rows.size())
-                    .arg(elements) +
-                right;
     left = shortened(left, std::max(m_size.width - right.size() - 1, 0), m_contents.symbols);
     return {
         {(left.leftJustified(m_size.width - right.size()) + right).left(m_size.width), ScreenStyle::Title}};
@@ -272,6 +110,8 @@ ScreenLine Layout::linkLine() const
                  .arg(link.samples)
                  .arg(link.missed),
              ScreenStyle::Plain};
+    if (!m_contents.state.silence().isEmpty())
+        line += {QStringLiteral("  ") + m_contents.state.silence(), ScreenStyle::Bad};
     return line;
 }
 
@@ -308,9 +148,23 @@ ScreenLine Layout::errorLine() const
 
 ScreenLine Layout::keysLine() const
 {
-    return {{QStringLiteral("q end  p %1  arrows scroll")
+    return {{QStringLiteral("q end  p %1  arrows select  w write  x hex  r reset min/max  / filter  ? help")
                  .arg(m_contents.paused ? QStringLiteral("go on") : QStringLiteral("pause")),
              ScreenStyle::Quiet}};
+}
+
+/// A question or its result; otherwise the keys.
+QVector<ScreenLine> Layout::lastLines() const
+{
+    const ScreenMessage& message = m_contents.control.message();
+    QVector<ScreenLine> lines;
+    const auto add = [&](const QString& text, ScreenStyle style) {
+        for (const QString& line : text.isEmpty() ? QStringList() : wrapped(text, m_size.width))
+            lines += ScreenLine{{line, style}};
+    };
+    add(message.problem, ScreenStyle::Bad);
+    add(message.text, ScreenStyle::Heading);
+    return lines.isEmpty() ? QVector<ScreenLine>{keysLine()} : lines;
 }
 
 QVector<ScreenLine> Layout::status() const
@@ -320,28 +174,46 @@ QVector<ScreenLine> Layout::status() const
         lines += recordLine();
     if (!m_contents.state.link().lastError.isEmpty())
         lines += errorLine();
-    lines += keysLine();
+    return lines + lastLines();
+}
+
+QVector<ScreenLine> Layout::helpLines() const
+{
+    QVector<ScreenLine> lines = {ScreenLine()};
+    for (const auto& [keys, meaning] : help)
+        lines += {{QStringLiteral("  %1  ").arg(QLatin1String(keys), -6), ScreenStyle::Heading},
+                  {QLatin1String(meaning), ScreenStyle::Plain}};
+    lines += ScreenLine();
+    lines += {{QStringLiteral("  Any key goes back to the table; the reading goes on."), ScreenStyle::Quiet}};
     return lines;
 }
 
+/// Control characters, of an error text for example, become visible.
 void cut(ScreenLine& line, int width, TrendSymbols symbols)
 {
     for (ScreenSpan& span : line) {
-        span.text = shortened(span.text, std::max(width, 0), symbols);
+        span.text = shortened(shown(span.text), std::max(width, 0), symbols);
         width -= span.text.size();
     }
 }
 
-QVector<ScreenLine> Layout::lines()
+QVector<ScreenLine> Layout::lines() const
 {
-    m_rows = visibleRows();
-    measure();
-    giveRoom();
-    QVector<ScreenLine> lines = {title(), heading()};
-    for (const Row& row : qAsConst(m_rows))
-        lines += this->row(row);
-    lines += ScreenLine();
-    lines += status();
+    QVector<ScreenLine> lines = {title()};
+    if (m_contents.control.showsHelp()) {
+        lines += helpLines();
+    } else {
+        const int rows = tableRows();
+        lines += layOutTable(m_contents, m_size.width, rows);
+        if (m_contents.control.rows().isEmpty())
+            lines += {{QStringLiteral("no row has \"%1\" in it").arg(m_contents.control.filter()),
+                       ScreenStyle::Quiet}};
+        const QVector<ScreenLine> below = status();
+        const int room = belowTable();
+        if (room > below.size())
+            lines += ScreenLine();
+        lines += below.mid(std::max(below.size() - room, 0));
+    }
     lines.resize(std::min(lines.size(), m_size.height));
     for (ScreenLine& line : lines)
         cut(line, m_size.width, m_contents.symbols);
@@ -349,6 +221,14 @@ QVector<ScreenLine> Layout::lines()
 }
 
 } // namespace
+
+QString shortened(const QString& text, int width, TrendSymbols symbols)
+{
+    if (text.size() <= width)
+        return text;
+    const QString mark = symbols == TrendSymbols::Blocks ? QString(QChar(0x2026)) : QStringLiteral("~");
+    return text.left(std::max(width - mark.size(), 0)) + mark.left(std::max(width, 0));
+}
 
 int tableRows(const ScreenContents& contents, const ScreenSize& size)
 {

@@ -25,20 +25,20 @@ void append(Samples& samples, double number, std::size_t most)
 
 } // namespace
 
-void ValueHistory::add(double number, const QString& text)
+void ValueHistory::add(double number, const QByteArray& data)
 {
-    m_latest = text;
+    m_latest = data;
     if (!std::isfinite(number)) {
         addGap();
         return;
     }
-    if (m_smallestText.isEmpty() || number < m_smallest) {
+    if (m_smallestData.isEmpty() || number < m_smallest) {
         m_smallest = number;
-        m_smallestText = text;
+        m_smallestData = data;
     }
-    if (m_largestText.isEmpty() || number > m_largest) {
+    if (m_largestData.isEmpty() || number > m_largest) {
         m_largest = number;
-        m_largestText = text;
+        m_largestData = data;
     }
     append(m_samples, number, width);
 }
@@ -46,6 +46,12 @@ void ValueHistory::add(double number, const QString& text)
 void ValueHistory::addGap()
 {
     append(m_samples, std::numeric_limits<double>::quiet_NaN(), width);
+}
+
+void ValueHistory::resetExtremes()
+{
+    m_smallestData.clear();
+    m_largestData.clear();
 }
 
 void RoundTrips::add(double milliseconds)

@@ -1,6 +1,7 @@
 #ifndef WATCH_STATISTICS_H
 #define WATCH_STATISTICS_H
 
+#include <QByteArray>
 #include <QString>
 
 #include <deque>
@@ -15,24 +16,27 @@ public:
     /// Number of samples kept: the widest trend that is ever shown.
     static constexpr std::size_t width = 160;
 
-    /// Adds a sample: its number, which need not be finite, and its printed text.
-    void add(double number, const QString& text);
+    /// Adds a sample: its number, which need not be finite, and its data, which is not empty.
+    void add(double number, const QByteArray& data);
 
     /// Adds a failed sample.
     void addGap();
 
-    /// Text of the last, the smallest and the largest sample; empty before the first sample.
-    const QString& latest() const { return m_latest; }
-    const QString& smallest() const { return m_smallestText; }
-    const QString& largest() const { return m_largestText; }
+    /// The smallest and the largest count from the next sample on.
+    void resetExtremes();
+
+    /// Data of the last, the smallest and the largest sample; empty before the first sample.
+    const QByteArray& latest() const { return m_latest; }
+    const QByteArray& smallest() const { return m_smallestData; }
+    const QByteArray& largest() const { return m_largestData; }
 
     /// The last samples; a failed one is NaN.
     const Samples& samples() const { return m_samples; }
 
 private:
-    QString m_latest;
-    QString m_smallestText;
-    QString m_largestText;
+    QByteArray m_latest;
+    QByteArray m_smallestData;
+    QByteArray m_largestData;
     double m_smallest = 0;
     double m_largest = 0;
     Samples m_samples;

@@ -2,6 +2,8 @@
 
 #include "signals/values.h"
 
+#include <limits>
+
 WatchState::WatchState(const QVector<Item>& items) : m_items(items)
 {
     for (const Item& item : items) {
@@ -11,7 +13,10 @@ WatchState::WatchState(const QVector<Item>& items) : m_items(items)
         m_watched.push_back(watched);
         for (const QString& name : item.elementNames()) {
             WatchedElement element;
-            element.address = name;
+            element.name = name;
+            element.item = static_cast<int>(m_watched.size()) - 1;
+            element.index = static_cast<int>(m_elements.size()) - watched.firstElement;
+            element.isHex = item.notation == Notation::Hex;
             element.isBit = layoutOf(item.type()).isBit();
             m_elements.push_back(element);
         }
@@ -30,7 +35,7 @@ void WatchState::add(const Reading& reading)
         watched.lastGood = reading.doneAt;
     }
     addToLink(reading);
-    addValues(watched, m_items.at(reading.index), reading.outcome.data);
+    addValues(watched, m_items.at(reading.index), reading);
 }
 
 void WatchState::addToLink(const Reading& reading)
@@ -52,16 +57,79 @@ void WatchState::addToLink(const Reading& reading)
     m_link.lastErrorTime = reading.sampleTime;
 }
 
-void WatchState::addValues(const WatchedItem& watched, const Item& item, const QByteArray& data)
+void WatchState::addValues(const WatchedItem& watched, const Item& item, const Reading& reading)
 {
-    const QStringList texts = watched.failing ? QStringList() : valueTexts(item, data);
+    const QByteArray& data = reading.outcome.data;
+    const QVector<QByteArray> values = watched.failing ? QVector<QByteArray>() : valueData(item, data);
     const QStringList numbers = watched.failing ? QStringList() : decimalTexts(item, data);
     for (int i = 0; i < watched.elementCount; ++i) {
-        const int element = watched.firstElement + i;
-        ValueHistory& history = m_elements[static_cast<std::size_t>(element)].history;
-        if (watched.failing)
-            history.addGap();
-        else
-            history.add(numbers.at(i).toDouble(), texts.at(i));
+        WatchedElement& element = m_elements[static_cast<std::size_t>(watched.firstElement + i)];
+        if (watched.failing) {
+            element.history.addGap();
+            continue;
+        }
+        if (!element.history.latest().isEmpty() && element.history.latest() != values.at(i))
+            element.changed = reading.doneAt;
+        bool isNumber = false;
+        const double number = numbers.at(i).toDouble(&isNumber);
+        element.history.add(isNumber ? number : std::numeric_limits<double>::quiet_NaN(), values.at(i));
     }
+}
+
+void WatchState::setSilence(const std::optional<Silence>& silence, int attempts)
+{
+    m_silence = silence;
+    m_attempts = attempts;
+}
+
+QString WatchState::silenceOf(int item) const
+{
+    if (!m_silence || m_silence->items.isEmpty() ||
+        m_items.at(m_silence->items.first()).address.station != m_items.at(item).address.station)
+        return QString();
+    return QStringLiteral("no answer, attempt %1 of %2").arg(m_silence->attempt).arg(m_attempts);
+}
+
+QString WatchState::silence() const
+{
+    const int item = m_silence ? m_silence->items.value(0, -1) : -1;
+    if (item < 0)
+        return QString();
+    const auto station = m_items.at(item).address.station;
+    return (station ? QStringLiteral("station %1: ").arg(*station) : QString()) + silenceOf(item);
+}
+
+/// The element's item with one value, in the notation in which it is shown.
+Item WatchState::shownItem(const WatchedElement& element) const
+{
+    Item item = m_items.at(element.item);
+    item.count = 1;
+    if (element.isHex)
+        item.notation = Notation::Hex;
+    else if (item.notation == Notation::Hex)
+        item.notation.reset();
+    return item;
+}
+
+QString WatchState::text(const WatchedElement& element, const QByteArray& data) const
+{
+    return data.isEmpty() ? QString() : valueTexts(shownItem(element), data).first();
+}
+
+QString WatchState::unit(const WatchedElement& element) const
+{
+    const Item item = shownItem(element);
+    return item.notation ? QString() : item.signal.unit;
+}
+
+void WatchState::setHex(int element, bool isHex)
+{
+    WatchedElement& changed = m_elements[static_cast<std::size_t>(element)];
+    changed.isHex = isHex && notationProblem(m_items.at(changed.item).type(), Notation::Hex).isEmpty();
+}
+
+void WatchState::resetExtremes()
+{
+    for (WatchedElement& element : m_elements)
+        element.history.resetExtremes();
 }

@@ -35,6 +35,7 @@ class tst_watch : public QObject
         QString error;
         return parseItems(QLatin1String(text), ItemContext(), error).value(0);
     }
+    void fitsEverySize(const ScreenContents& contents);
 
     Q_OBJECT
 
@@ -48,6 +49,8 @@ private slots:
     void roundTrips();
     void blocks_data();
     void blocks();
+    void keys_data();
+    void keys();
     void everyScreenSize();
     void ages_data();
     void ages();
@@ -134,14 +137,17 @@ void tst_watch::history()
 {
     ValueHistory history;
     QVERIFY(history.latest().isEmpty() && history.smallest().isEmpty());
-    history.add(10, QStringLiteral("0x000a"));
-    history.add(9, QStringLiteral("0x0009"));
+    history.add(10, "10");
+    history.add(9, "9");
     history.addGap();
-    history.add(gap, QStringLiteral("nan"));
-    QCOMPARE(history.latest(), QStringLiteral("nan"));
-    QCOMPARE(history.smallest(), QStringLiteral("0x0009"));
-    QCOMPARE(history.largest(), QStringLiteral("0x000a"));
+    history.add(gap, "nan");
+    QCOMPARE(history.latest(), QByteArray("nan"));
+    QCOMPARE(history.smallest(), QByteArray("9"));
+    QCOMPARE(history.largest(), QByteArray("10"));
     QCOMPARE(history.samples().size(), std::size_t(4));
+    history.resetExtremes();
+    history.add(10, "ten");
+    QCOMPARE(history.smallest() + history.largest(), QByteArray("tenten"));
 }
 
 void tst_watch::roundTrips()
@@ -222,6 +228,88 @@ void tst_watch::blocks()
     QCOMPARE(reported, QVector<int>(items.size(), 2));
 }
 
+// The rows and the message after these keys; > marks the selected row. In the keys < is Enter, ^ Esc, \b
+// Backspace and v the arrow down.
+void tst_watch::keys_data()
+{
+    QTest::addColumn<QString>("rows");
+    QTest::addColumn<QString>("message");
+    const auto row = [](const char* keys, const char* rows, const char* message = "") {
+        QTest::newRow(keys) << QString::fromUtf8(rows) << QString::fromUtf8(message);
+    };
+    const char* const all = ">Oven 181.0 °C|HR4 2|HR5 3|3-HR9 |DO1 1";
+    row("", all);
+    row("vx", "Oven 181.0 °C|>HR4 0x0002|HR5 3|3-HR9 |DO1 1");
+    row("vxx", "Oven 181.0 °C|>HR4 2|HR5 3|3-HR9 |DO1 1");
+    row("vvX", "Oven 0x016a|HR4 0x0002|>HR5 0x0003|3-HR9 |DO1 1");
+    row("vvvvv", "Oven 181.0 °C|HR4 2|HR5 3|3-HR9 |>DO1 1");
+    row("/hR", ">Oven 181.0 °C|HR4 2|HR5 3|3-HR9 ", "show rows with (Enter keeps it, Esc shows all): hR_");
+    row("vv/hr4\b5<", ">HR5 3");
+    row("/VEN<w", ">Oven 181.0 °C", "new value for Oven in °C (Enter takes it, Esc ends): _");
+    row("/nothing<wxXv", "");
+    row("/nothing^", all);
+    row("w180.5<", all, "write 180.5 °C to Oven (HR2)? y writes, any other key does not");
+    row("w180.5<n", all, "nothing was written");
+    row("w180.5<<", all, "nothing was written");
+    row("w180.5<y", all, "writing 180.5 °C to Oven ...; HR2 1 6901");
+    row("w180.5<yw/?", all, "writing 180.5 °C to Oven ...");
+    row("w180.3<\b5<", all, "write 180.5 °C to Oven (HR2)? y writes, any other key does not");
+    row("w180.3<", all,
+        "value 1, \"180.3\", does not fit a uint16: it must be a number from 0 to 32767.5 °C in steps of "
+        "0.5: "
+        "new value for Oven in °C (Enter takes it, Esc ends): 180.3_");
+    row("w1^", all, "nothing was written");
+    row("w<", all, "nothing was written");
+    row("vvxw10<y", "Oven 181.0 °C|HR4 2|>HR5 0x0003|3-HR9 |DO1 1", "writing 10 to HR5 ...; HR5 1 0a00");
+    row("vvvw-1<y", "Oven 181.0 °C|HR4 2|HR5 3|>3-HR9 |DO1 1", "writing -1 to 3-HR9 ...; HR9 1 ffff");
+}
+
+void tst_watch::keys()
+{
+    Signal oven = signalAt(QStringLiteral("HR2"));
+    oven.name = QStringLiteral("Oven");
+    oven.unit = QStringLiteral("°C");
+    oven.type = SignalType{SignalType::UInt16};
+    oven.scale = 0.5;
+    oven.decimals = 1;
+    QString text;
+    WatchState state({*itemOfSignal(oven, ItemContext(), text), itemIn("HR4:word:2"), itemIn("3-HR9:int16"),
+                      itemIn("DO1")});
+    const QByteArray data[] = {QByteArray("\x6a\x01", 2), QByteArray("\2\0\3\0", 4), "", "\1"};
+    for (int i = 0; i < 4; ++i) {
+        Reading reading;
+        reading.index = i;
+        reading.outcome.data = data[i];
+        reading.outcome.error = data[i].isEmpty() ? QStringLiteral("no") : QString();
+        state.add(reading);
+    }
+    WatchControl control(state);
+    auto wish = WatchControl::Wish::Nothing;
+    const std::map<char, KeyPress::Kind> named = {
+        {'<', KeyPress::Enter}, {'^', KeyPress::Escape}, {'\b', KeyPress::Backspace}, {'v', KeyPress::Down}};
+    for (const char* key = QTest::currentDataTag(); *key != '\0'; ++key)
+        wish = control.press(named.count(*key) ? KeyPress{named.at(*key), QString()}
+                                               : KeyPress{KeyPress::Character, QString(QLatin1Char(*key))},
+                             9);
+    QStringList rows;
+    for (const int row : control.rows()) {
+        const WatchedElement& element = state.elements()[static_cast<std::size_t>(row)];
+        const QString unit = state.unit(element);
+        rows += (rows.size() == control.selected() ? QStringLiteral(">") : QString()) + element.name +
+                QLatin1Char(' ') + state.text(element, element.history.latest()) +
+                (unit.isEmpty() ? unit : QLatin1Char(' ') + unit);
+    }
+    QTEST(rows.join(QLatin1Char('|')), "rows");
+    const ScreenMessage& message = control.message();
+    text = message.problem.isEmpty() ? message.text : message.problem + QLatin1String(": ") + message.text;
+    if (wish == WatchControl::Wish::Write)
+        text += QStringLiteral("; %1 %2 %3")
+                    .arg(control.itemToWrite().command().address)
+                    .arg(control.itemToWrite().count)
+                    .arg(QString::fromLatin1(control.dataToWrite().toHex()));
+    QTEST(text, "message");
+}
+
 // Whatever the window's size, nothing goes past its edges, and the title is there as soon as there is a line.
 void tst_watch::everyScreenSize()
 {
@@ -233,17 +321,26 @@ void tst_watch::everyScreenSize()
     bad.index = 1;
     bad.outcome.error = QStringLiteral("read 1 bit(s) from 1-DO1> ") + QString(300, QLatin1Char('e'));
     state.add(bad);
+    WatchControl control(state);
+    const ScreenContents contents = {state,
+                                     QStringLiteral("127.0.0.1:502"),
+                                     QStringLiteral("1"),
+                                     milliseconds(500),
+                                     nullptr,
+                                     true,
+                                     control,
+                                     TrendSymbols::Blocks,
+                                     PollSchedule::Clock::now()};
+    for (const char key : {'r', '/', '1', 'w', '?'}) { // each in the place to which those before it lead
+        control.press({key == 'w' ? KeyPress::Enter : KeyPress::Character, QString(QLatin1Char(key))}, 9);
+        fitsEverySize(contents);
+    }
+}
+
+void tst_watch::fitsEverySize(const ScreenContents& contents)
+{
     for (int width = 1; width < 200; width += 7) {
         for (int height = 1; height < 50; ++height) {
-            const ScreenContents contents = {state,
-                                             QStringLiteral("127.0.0.1:502"),
-                                             QStringLiteral("1"),
-                                             milliseconds(500),
-                                             nullptr,
-                                             true,
-                                             0,
-                                             TrendSymbols::Blocks,
-                                             PollSchedule::Clock::now()};
             const QVector<ScreenLine> lines = layOutScreen(contents, {width, height});
             QVERIFY(!lines.isEmpty() && lines.size() <= height);
             for (const ScreenLine& line : lines) {

@@ -10,9 +10,11 @@ import json
 import os
 import re
 import resource
+import signal
 import statistics
 import subprocess
 import sys
+import termios
 import unittest
 import xml.etree.ElementTree
 from datetime import datetime
@@ -61,6 +63,12 @@ class Watch(HostCase):
     def row(self, terminal, address):
         """The cells of a line of the table, by its address."""
         return next((line.split() for line in terminal.lines() if line.split()[:1] == [address]), [])
+
+    @staticmethod
+    def selected(terminal):
+        """The name that stands out below the title."""
+        lines = [terminal.screen.buffer[y] for y in range(1, terminal.screen.lines)]
+        return "".join(line[x].data for line in lines for x in range(terminal.screen.columns) if line[x].reverse).strip()
 
     # The screen
 
@@ -119,10 +127,107 @@ class Watch(HostCase):
             terminal.wait_until(lambda t: gone is None or gone not in t.text(), f"{gone} to go")
         terminal.resize(80, 24)
         terminal.send("\x1b[B\x1b[B")
-        terminal.wait_until(lambda t: t.lines()[2].startswith("HR3 "), "two lines down")
+        terminal.wait_until(lambda t: self.selected(t) == "HR3", "two lines down")
         terminal.send("\x1b[4~")
-        terminal.wait_for("HR65537")
+        terminal.wait_until(lambda t: self.selected(t) == "HR65537", "the last line")
         terminal.wait_for("-42 of 42")
+        terminal.send("\x1b[5~")
+        terminal.wait_until(lambda t: self.selected(t) == "HR25", "a page up")
+
+    def test_write(self):
+        with Slave(os.environ["SLAVESIM"], "--stations", "1") as slave:
+            terminal = self.screen("HR5", "HR6:int16:2", "9-HR5", "IR7", "--interval", "20", "--timeout", "100",
+                                   "--retry", "0", slave=slave)
+            self.wait_samples(terminal, 3)
+            for keys, said in [("\x1b[B\x1b[Bw", "new value for HR7 (Enter takes it, Esc ends): _"),
+                               ("-40000\r", 'value 1, "-40000", does not fit a int16'),
+                               ("\x7f\r", "write -4000 to HR7? y writes, any other key does not"),
+                               ("\r", "nothing was written"), ("w-4\r", "write -4 to HR7?"),
+                               ("y", "-4 is written to HR7 and read back"),
+                               ("\x1b[Bw1\ry", "write 1 word(s) to 9-HR5> no answer from"), ("\x1b[Bw1\ry", "can't write any word to IR7")]:
+                terminal.send(keys)
+                terminal.wait_for(said)
+            terminal.wait_until(lambda t: self.row(t, "HR7")[1] == "-4", "the new value")
+            done = self.run_host("--device", slave.device, "read", "HR5..HR8:int16")
+            self.assertEqual(done.stdout.split(), ["HR5", "5", "HR6", "6", "HR7", "-4", "HR8", "8"])
+
+    def test_what_changes_stands_out(self):
+        with Slave(os.environ["SLAVESIM"]) as slave:
+            terminal = self.screen("HR5", "HR6", "--interval", "20", slave=slave)
+            self.wait_samples(terminal, 3)
+            self.run_host("--device", slave.device, "write", "HR6", "42")
+            def changed(line):
+                cells = terminal.screen.buffer[line]
+                return "".join(cells[x].data for x in range(100) if cells[x].fg == "magenta" and cells[x].bold).strip()
+
+            terminal.wait_until(lambda t: changed(3) == "42", "the new value to stand out")
+            self.assertEqual(changed(2), "")
+            terminal.wait_until(lambda t: changed(3) == "", "its end")
+
+    def test_filter_notation_extremes_and_help(self):
+        terminal = self.screen("HR5:word:30", "DO3", "--interval", "20")
+        self.wait_samples(terminal, 3)
+        terminal.send("/R1")
+        terminal.wait_for("show rows with (Enter keeps it, Esc shows all): R1_")
+        terminal.wait_until(lambda t: [line.split()[0] for line in t.lines()[2:12]] == [f"HR1{i}" for i in range(10)],
+                            "ten rows")
+        terminal.send("\rxr")
+        terminal.wait_until(lambda t: self.row(t, "HR10")[1:4] == ["0x000a"] * 3, "hexadecimal")
+        self.assertIn('"R1"  10 of 31', terminal.lines()[0])
+        terminal.send("?")
+        terminal.wait_for("w       write the selected value")
+        terminal.send("?/\x1b")
+        terminal.wait_until(lambda t: self.row(t, "HR5") and "of 31" in t.lines()[0], "all rows")
+
+    def test_bad_tag_among_a_hundred(self):
+        with Slave(os.environ["SLAVESIM"], "--serve", "HR=1-60", "--serve", "HR=62-100", "--stats") as slave:
+            done = self.watch(*(f"HR{number}" for number in range(1, 101)), "--interval", "20", "--samples", "9",
+                              "--retry", "0", "--format", "json", slave=slave)
+            requests = int(re.search(r"(\d+) requests", slave.stop())[1])
+        for sample in map(json.loads, done.stdout.splitlines()):
+            bad = [reading for reading in sample["readings"] if "error" in reading]
+            self.assertEqual([(reading["address"], reading["error"]) for reading in bad],
+                             [("HR61", "read 1 word(s) from 1-HR61> exception code:02")])
+        self.assertLess(requests, 9 * 10 + 20)
+
+    def test_silent_station(self):
+        with Slave(os.environ["SLAVESIM"], "--stations", "1") as slave:
+            terminal = self.screen("9-HR5:word:2", "HR5", "9-DO3", "--interval", "50", "--timeout", "400", columns=120,
+                                   slave=slave)
+            silent = r"9-HR5 +- .*no answer, attempt 2 of 4\n9-HR6(.*\n)+9-DO3 +- .*no answer, attempt 2 of 4"
+            terminal.wait_until(lambda t: re.search(silent, t.text()), "the silence")
+            terminal.wait_for("station 9: no answer, attempt")
+            self.wait_samples(terminal, 3)
+            self.assertEqual(self.row(terminal, "HR5")[1], "5")
+            self.assertRegex(terminal.text(), "9-HR5 .*no answer from")
+
+    def test_terminal_is_left_as_it_was(self):
+        for end, status in [("q", 0), ("\x03", 130), (signal.SIGTERM, 130), (signal.SIGHUP, -signal.SIGHUP),
+                            (signal.SIGSEGV, -signal.SIGSEGV)]:
+            with self.subTest(end):
+                terminal = self.screen("HR5", "--interval", "20")
+                before = termios.tcgetattr(terminal.descriptor)
+                self.wait_samples(terminal, 3)
+                self.assertNotEqual(termios.tcgetattr(terminal.descriptor), before)
+                self.assertTrue(terminal.screen.cursor.hidden)
+                if end in ("q", "\x03"):
+                    terminal.send(end)
+                else:
+                    os.kill(terminal.pid, end)
+                self.assertEqual(terminal.wait_end(), status)
+                self.assertEqual(termios.tcgetattr(terminal.descriptor), before)
+                self.assertFalse(terminal.screen.cursor.hidden)
+
+    def test_waits_without_work(self):
+        def seconds():
+            with open(f"/proc/{terminal.pid}/stat", encoding="ascii") as file:
+                return sum(map(int, file.read().rpartition(")")[2].split()[11:13])) / os.sysconf("SC_CLK_TCK")
+
+        terminal = self.screen("HR1:word:100", "--interval", "250")
+        self.wait_samples(terminal, 2)
+        before, count = seconds(), self.number(terminal, "sample(s)")
+        self.wait_samples(terminal, count + 8)
+        self.assertLess(seconds() - before, 0.5)  # of two seconds
 
     def test_slave_goes_and_comes_back(self):
         with Slave(os.environ["SLAVESIM"]) as slave:
