@@ -13,6 +13,10 @@ namespace {
 /// Most readings that wait to be taken: minutes of polling at the usual intervals.
 constexpr int mostReadings = 4096;
 
+/// Bytes that a driver's first command may take, with the database that it opens. Qt would end the program
+/// without a word if it ran out of memory there.
+constexpr std::size_t memoryOfFirstCommand = 16u << 20;
+
 } // namespace
 
 Poller::Poller(Session& session, const PollPlan& plan)
@@ -37,8 +41,10 @@ void Poller::run()
 {
     std::exception_ptr failure;
     m_session.link().setStopFlag(&m_stopping);
-    m_session.link().setOnSilence([this](int attempt) { noteSilence(Silence{m_reader.current(), attempt}); });
     try {
+        m_session.link().setOnSilence([this](int attempt) {
+            noteSilence(Silence{m_isWriting ? QVector<int>() : m_reader.current(), attempt});
+        });
         poll();
     } catch (...) {
         failure = std::current_exception();
@@ -54,6 +60,7 @@ void Poller::run()
 
 void Poller::poll()
 {
+    ::operator delete(::operator new(memoryOfFirstCommand));
     const auto begin = PollSchedule::Clock::now();
     PollSchedule schedule(begin, m_plan.interval);
     for (quint64 sample = 1; !m_plan.samples || sample <= *m_plan.samples; ++sample) {
@@ -127,7 +134,9 @@ void Poller::writeIfWanted()
         return;
     const auto [item, data] = *m_toWrite;
     lock.unlock();
+    m_isWriting = true;
     const CommandOutcome outcome = writeAndVerify(m_session, item, data);
+    m_isWriting = false;
     noteSilence(std::nullopt);
     lock.lock();
     m_toWrite.reset();

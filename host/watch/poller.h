@@ -45,7 +45,7 @@ struct Reading
 /// A command that is waiting for its second or a later attempt.
 struct Silence
 {
-    QVector<int> items; ///< that it reads
+    QVector<int> items; ///< that it reads; none for a write
     int attempt = 0;
 };
 
@@ -112,6 +112,7 @@ private:
     std::optional<Silence> m_silence;
     std::optional<std::pair<Item, QByteArray>> m_toWrite;
     std::optional<CommandOutcome> m_written;
+    bool m_isWriting = false; ///< of the poller's thread
     bool m_paused = false;
     std::atomic<bool> m_stopping{false}; ///< the link's waits check it too
     bool m_ended = false;
