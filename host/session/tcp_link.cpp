@@ -112,7 +112,7 @@ void TcpLink::beginAttempt()
 int TcpLink::retryCount()
 {
     m_inAttempt = false;
-    return startWaiting().stopped() ? 0 : m_setting.retry;
+    return startWaiting().stopped() || m_isOnce ? 0 : m_setting.retry;
 }
 
 int TcpLink::commandDelay()

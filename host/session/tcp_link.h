@@ -75,7 +75,7 @@ public:
     /// closes the link and returns false. Drops unread bytes.
     bool isConnected() override;
 
-    /// The driver setting's retries; 0 once the stop flag is raised.
+    /// The driver setting's retries; 0 once the stop flag is raised, and after setOnce(true).
     int retryCount() override;
     int stationId() override { return m_setting.stationid; }
 
@@ -103,6 +103,9 @@ public:
 
     /// Called when an attempt begins because the one before it got no answer, with the number of the new one.
     void setOnSilence(std::function<void(int attempt)> onSilence) { m_onSilence = std::move(onSilence); }
+
+    /// Whether a command has one attempt only, whatever the driver setting says. At first it is not so.
+    void setOnce(bool isOnce) { m_isOnce = isOnce; }
 
     /// When the flag becomes true, every wait ends within a fifth of a second, and nothing is opened any
     /// more. The flag is not owned and may be null.
@@ -142,6 +145,7 @@ private:
     QString m_error;
     LinkObserver* m_observer = nullptr;
     std::function<void(int)> m_onSilence;
+    bool m_isOnce = false;
     bool m_isUnanswered = false; ///< nothing has come since the last request
     const std::atomic<bool>* m_stopFlag = nullptr;
     int m_socket = -1;

@@ -2,9 +2,8 @@
 
 #include "session/answer.h"
 
-#include <QSet>
-
 #include <algorithm>
+#include <set>
 #include <tuple>
 
 namespace {
@@ -77,11 +76,21 @@ bool isRefusalOfBlock(const CommandOutcome& outcome)
     return answer.kind == Answer::Exception && (answer.code == illegalAddress || answer.code == illegalValue);
 }
 
-/// The link's own words, see docs/errors.md.
+/// What a whole station says, or does not say: the link's own words, see docs/errors.md, or an exception that
+/// means "later".
 bool isSilence(const CommandOutcome& outcome)
 {
     return outcome.error.contains(QLatin1String("no answer from ")) ||
-           outcome.error.contains(QLatin1String("no connection to "));
+           outcome.error.contains(QLatin1String("no connection to ")) ||
+           (outcome.error.contains(QLatin1String("exception code:")) &&
+            answerFromError(outcome.error).kind == Answer::Silence);
+}
+
+CommandOutcome unasked()
+{
+    CommandOutcome outcome;
+    outcome.error = QStringLiteral("not asked, because the station has not answered just before");
+    return outcome;
 }
 
 } // namespace
@@ -125,28 +134,53 @@ void BlockReader::makeBlocks(const BlockSizes& sizes)
 
 void BlockReader::readAll(const Report& report, const std::function<bool()>& isOver)
 {
-    QSet<int> silent; // stations; -1: that of the link
-    for (int i = 0; i < m_blocks.size() && !isOver();) {
-        const Block block = m_current = m_blocks.at(i);
-        const auto station = m_items.at(block.first()).address.station;
-        CommandOutcome outcome;
-        if (silent.contains(station.value_or(-1)))
-            outcome.error = QStringLiteral("not asked, because the station has not answered just before");
-        else
-            outcome = m_read(commandOf(block), station);
+    QVector<Block> left;
+    QVector<Block> silent; // come last the next time
+    left.swap(m_blocks);
+    QSet<int> failed;
+    std::set<Station> notAsked;
+    bool isAnswered = false;
+    while (!left.isEmpty() && !isOver()) {
+        const Block block = m_current = left.takeFirst();
+        const Station station = m_items.at(block.first()).address.station;
+        const bool isAsked = notAsked.count(station) == 0 && isToBeAsked(station);
+        const CommandOutcome outcome = isAsked ? read(block, station) : unasked();
         if (isRefusalOfBlock(outcome) && block.size() > 1) {
-            const int half = block.size() / 2;
-            m_blocks[i] = block.mid(0, half);
-            m_blocks.insert(i + 1, block.mid(half));
+            left = QVector<Block>{block.mid(0, block.size() / 2), block.mid(block.size() / 2)} + left;
+            m_failed += QSet<int>(block.begin(), block.end());
             continue;
         }
-        if (isSilence(outcome))
-            silent += station.value_or(-1);
+        const bool isSilent = isAsked && isSilence(outcome);
+        if (isSilent)
+            notAsked.insert(station);
+        isAnswered = isAnswered || (isAsked && !isSilent);
+        (isSilent ? silent : m_blocks) += block;
+        if (!outcome.done())
+            failed += QSet<int>(block.begin(), block.end());
         for (const int index : block)
-            report(index, outcomeOf(index, block, outcome), index == block.first());
-        ++i;
+            report(index, outcomeOf(index, block, outcome), isAsked && index == block.first());
     }
     m_current.clear();
+    m_blocks += left + silent;
+    m_failed = failed;
+    m_isAnswered = isAnswered;
+}
+
+bool BlockReader::isToBeAsked(const Station& station) const
+{
+    const auto silent = m_silent.find(station);
+    return silent == m_silent.end() || !m_isAnswered || Clock::now() >= silent->second;
+}
+
+CommandOutcome BlockReader::read(const Block& block, const Station& station)
+{
+    constexpr int pauses = 3; // as long as the silence
+    const CommandOutcome outcome = m_read(commandOf(block), station, m_failed.contains(block.first()));
+    m_silent.erase(station);
+    if (isSilence(outcome))
+        m_silent[station] =
+            Clock::now() + std::chrono::milliseconds(static_cast<qint64>(pauses * outcome.milliseconds));
+    return outcome;
 }
 
 CommunicatorCommand BlockReader::commandOf(const Block& block) const

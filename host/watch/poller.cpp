@@ -22,8 +22,11 @@ constexpr std::size_t memoryOfFirstCommand = 16u << 20;
 Poller::Poller(Session& session, const PollPlan& plan)
     : m_session(session), m_plan(plan),
       m_reader(plan.items, plan.blocks,
-               [this](const CommunicatorCommand& command, std::optional<int> station) {
-                   return m_session.read(command, station);
+               [this](const CommunicatorCommand& command, std::optional<int> station, bool isOnce) {
+                   m_session.link().setOnce(isOnce);
+                   const CommandOutcome outcome = m_session.read(command, station);
+                   m_session.link().setOnce(false);
+                   return outcome;
                }),
       m_event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {

@@ -109,7 +109,7 @@ void WatchControl::pressInFilter(const KeyPress& key)
 void WatchControl::askForFilter()
 {
     m_mode = Mode::Filter;
-    m_message.text = QStringLiteral("show rows with (Enter keeps it, Esc shows all): %1_").arg(m_filter);
+    m_message = {QStringLiteral("show rows with (Enter keeps it, Esc shows all): %1_").arg(m_filter), {}};
 }
 
 /// The selected row stays selected if it is still there.

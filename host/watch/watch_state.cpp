@@ -26,10 +26,11 @@ WatchState::WatchState(const QVector<Item>& items) : m_items(items)
 void WatchState::add(const Reading& reading)
 {
     WatchedItem& watched = m_watched[static_cast<std::size_t>(reading.index)];
-    ++watched.reads;
+    const bool isAsked = reading.beginsCommand || reading.outcome.attempts > 0;
+    watched.reads += isAsked ? 1 : 0;
     watched.failing = !reading.outcome.done();
     if (watched.failing) {
-        ++watched.failures;
+        watched.failures += isAsked ? 1 : 0;
         watched.lastError = reading.outcome.error;
     } else {
         watched.lastGood = reading.doneAt;
