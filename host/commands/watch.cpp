@@ -306,6 +306,8 @@ int watchItems(const WatchOptions& options, QVector<Item> items, Session& sessio
             console, WrongCommandLine,
             QStringLiteral("watch takes at most %1 elements at once").arg(mostWatchedElements));
     error.clear();
+    if (options.link.format == OutputFormat::Text)
+        items = eachValue(items);
     std::unique_ptr<CsvRecorder> recorder;
     if (!options.csvFile.isEmpty())
         recorder = CsvRecorder::open(options.csvFile, recordHeader(items, stationsOf(session)), error);

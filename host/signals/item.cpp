@@ -276,7 +276,10 @@ std::optional<Item> Item::element(int index) const
     if (address.isForeign())
         return std::nullopt;
     const TypeLayout layout = layoutOf(type());
-    item.address = address.at(address.position() + index * layout.width, layout.isBit());
+    const int position = address.position() + index * layout.width;
+    if (!address.isInBitArea() && !layout.isBit() && position % bitsOfRegister != 0)
+        return std::nullopt;
+    item.address = address.at(position, layout.isBit());
     item.signal.address = item.address.fullText();
     return item;
 }

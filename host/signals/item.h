@@ -32,7 +32,7 @@ struct Item
     QStringList elementNames() const;
 
     /// The value with this index, 0 to count-1, as an item of its own. Nothing if it has no address: with a
-    /// foreign one only the first value has.
+    /// foreign one only the first value has, of bytes in registers only the low ones.
     std::optional<Item> element(int index) const;
 };
 

@@ -109,16 +109,19 @@ void Poller::pollAll(quint64 sample, quint64 missed)
     reading.sample = sample;
     reading.sampleTime = QDateTime::currentMSecsSinceEpoch();
     reading.missed = missed;
+    reading.time = reading.sampleTime;
     int left = m_plan.items.size();
     const auto report = [&](int index, const CommandOutcome& outcome, bool isFirst) {
         reading.index = index;
         reading.endsSample = --left == 0;
         reading.beginsCommand = isFirst;
         reading.outcome = outcome;
-        reading.time = QDateTime::currentMSecsSinceEpoch();
-        reading.doneAt = PollSchedule::Clock::now();
-        reading.connected = m_session.link().isConnected();
-        reading.connectionsMade = m_session.link().connectionsMade();
+        if (isFirst) {
+            reading.time = QDateTime::currentMSecsSinceEpoch();
+            reading.doneAt = PollSchedule::Clock::now();
+            reading.connected = m_session.link().isConnected();
+            reading.connectionsMade = m_session.link().connectionsMade();
+        }
         if (outcome.done() || !m_stopping)
             publish(reading);
     };

@@ -135,7 +135,8 @@ void RecordWriter::put(const Reading& reading)
     if (reading.beginsCommand)
         m_milliseconds += reading.outcome.milliseconds;
     if (!reading.outcome.done()) {
-        m_errors += QStringLiteral("%1: %2").arg(item.signal.address, reading.outcome.error);
+        if (m_errors.isEmpty() || !m_errors.last().endsWith(reading.outcome.error))
+            m_errors += QStringLiteral("%1: %2").arg(item.signal.address, reading.outcome.error);
         return;
     }
     int field = m_firstFields.at(reading.index);

@@ -29,8 +29,14 @@ QString utcText(qint64 time)
 QString sampleLine(const QVector<Item>& items, const QVector<Reading>& readings)
 {
     QString line = utcText(readings.first().sampleTime);
-    for (const Reading& reading : readings)
-        line += QLatin1String("  ") + readingText(items.at(reading.index), reading);
+    QString error;
+    for (const Reading& reading : readings) {
+        const bool isSame = !reading.outcome.done() && reading.outcome.error == error;
+        line +=
+            QLatin1String("  ") + (isSame ? items.at(reading.index).signal.address + QLatin1String(" error")
+                                          : readingText(items.at(reading.index), reading));
+        error = reading.outcome.error;
+    }
     return line;
 }
 

@@ -13,7 +13,7 @@
 QString utcText(qint64 time);
 
 /// For people: the time, then each element with its value; for a failed command, its error instead of the
-/// values.
+/// values, in full where it is another one than that before.
 QString sampleLine(const QVector<Item>& items, const QVector<Reading>& readings);
 
 /// For programs: time, sample (counted from 1) and readings, an array of what "read" prints for each command.

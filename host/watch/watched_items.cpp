@@ -55,3 +55,20 @@ QVector<Item> itemsOfTexts(const QStringList& texts, const LinkOptions& link, Se
     }
     return items;
 }
+
+QVector<Item> eachValue(const QVector<Item>& items)
+{
+    QVector<Item> values;
+    for (const Item& item : items) {
+        const int width = layoutOf(item.type()).width;
+        const int endOfArea = largestNumber * (item.address.isInBitArea() ? 1 : bitsOfRegister);
+        const bool isPlain = !item.address.isForeign() && width != 8 &&
+                             item.address.isBit() == (width == 1) &&
+                             item.address.position() + item.count * width <= endOfArea;
+        if (!isPlain)
+            values += item;
+        for (int i = 0; isPlain && i < item.count; ++i)
+            values += *item.element(i);
+    }
+    return values;
+}

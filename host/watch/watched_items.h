@@ -27,4 +27,9 @@ WatchedTags itemsOfTags(const LinkOptions& link, Session& session, QString& erro
 QVector<Item> itemsOfTexts(const QStringList& texts, const LinkOptions& link, Session& session,
                            QString& error);
 
+/// The same values as items with one value each, so that one that cannot be read does not take the others of
+/// its item with it. Items whose values have other addresses or headings then, or that end behind their area,
+/// stay as they are.
+QVector<Item> eachValue(const QVector<Item>& items);
+
 #endif

@@ -183,12 +183,14 @@ class Watch(HostCase):
         with Slave(os.environ["SLAVESIM"], "--serve", "HR=1-60", "--serve", "HR=62-100", "--stats") as slave:
             done = self.watch(*(f"HR{number}" for number in range(1, 101)), "--interval", "20", "--samples", "9",
                               "--retry", "0", "--format", "json", slave=slave)
+            line = self.watch("HR1..HR100", "--interval", "20", "--samples", "1", slave=slave).stdout
             requests = int(re.search(r"(\d+) requests", slave.stop())[1])
         for sample in map(json.loads, done.stdout.splitlines()):
             bad = [reading for reading in sample["readings"] if "error" in reading]
             self.assertEqual([(reading["address"], reading["error"]) for reading in bad],
                              [("HR61", "read 1 word(s) from 1-HR61> exception code:02")])
-        self.assertLess(requests, 9 * 10 + 20)
+        self.assertLess(requests, 10 * 10 + 2 * 20)
+        self.assertRegex(line, r"HR60=60  HR61 error: read 1 word\(s\) from 1-HR61> exception code:02  HR62=62  .*=100$")
 
     def test_silent_station(self):
         with Slave(os.environ["SLAVESIM"], "--stations", "1") as slave:
