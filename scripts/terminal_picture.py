@@ -15,7 +15,8 @@ from terminal import Terminal
 
 CELL_WIDTH, CELL_HEIGHT, MARGIN, BAR = 8, 17, 14, 30
 BACKGROUND, FOREGROUND = "#1d2329", "#d6dde4"
-COLOURS = {"default": FOREGROUND, "cyan": "#56c8d8", "green": "#7ccf7c", "red": "#f07178", "yellow": "#e6c35c"}
+COLOURS = {"default": FOREGROUND, "cyan": "#56c8d8", "green": "#7ccf7c", "red": "#f07178", "magenta": "#d58ee0",
+           "yellow": "#e6c35c"}
 BLOCKS = "▁▂▃▄▅▆▇█"
 
 

@@ -208,10 +208,9 @@ void addProjectTags(CLI::App& project, Parsed& parsed)
 void addWatch(CLI::App& app, Parsed& parsed)
 {
     WatchOptions& options = parsed.watch;
-    CLI::App& command =
-        addCommand(app, "watch",
-                   "Read at an interval: a screen on a terminal (q ends, p pauses), else a line per sample",
-                   parsed, options, runWatch);
+    CLI::App& command = addCommand(
+        app, "watch", "Read at an interval: a screen on a terminal (q ends, ? helps), else a line per sample",
+        parsed, options, runWatch);
     addTexts(command, "ADDRESS", options.items,
              "What to read, as for driverhost read: HR100, HR102:float32, DO1:bit:8, 3-HR1..HR40, \"Oven*\"")
         ->type_name("ADDRESS[:TYPE[:COUNT]]");
@@ -233,8 +232,11 @@ void addWatch(CLI::App& app, Parsed& parsed)
     explain(
         command,
         "The interval does not drift. A sample that is due while the previous one still waits for the\n"
-        "device is missed and counted. On a terminal q ends, p pauses and the arrow keys scroll; without\n"
-        "one, or with --format json, each sample is a line. --tags reads neighbouring tags in one request.\n"
+        "device is missed and counted. Neighbours in an area are read with one request, whatever their\n"
+        "types; what the device refuses is read alone from then on. A silent station is asked less often.\n\n"
+        "Keys on a terminal: q ends, p pauses, the arrows select a row, w writes its value (it asks\n"
+        "first, and reads back), x shows it as hexadecimal and X all of them, r resets MIN and MAX,\n"
+        "/ filters the rows, ? helps. Without a terminal, or with --format json, each sample is a line.\n\n"
         "A record is on the disk within a second. A full disk costs only the rows of that time, but makes\n"
         "the exit status 1; so does a device that has not answered a single command.");
 }

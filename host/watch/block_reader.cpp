@@ -89,7 +89,7 @@ bool isSilence(const CommandOutcome& outcome)
 CommandOutcome unasked()
 {
     CommandOutcome outcome;
-    outcome.error = QStringLiteral("not asked, because the station has not answered just before");
+    outcome.error = QStringLiteral("no answer just before, so not asked");
     return outcome;
 }
 

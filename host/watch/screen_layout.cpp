@@ -105,13 +105,13 @@ ScreenLine Layout::linkLine() const
         line += {QStringLiteral("connected"), ScreenStyle::Good};
     else
         line += {QStringLiteral("no connection"), ScreenStyle::Bad};
+    if (!m_contents.state.silence().isEmpty())
+        line += {QStringLiteral("  ") + m_contents.state.silence(), ScreenStyle::Bad};
     line += {QStringLiteral("  %1 reconnection(s)  %2 sample(s)  %3 missed")
                  .arg(std::max(link.connectionsMade - 1, 0))
                  .arg(link.samples)
                  .arg(link.missed),
              ScreenStyle::Plain};
-    if (!m_contents.state.silence().isEmpty())
-        line += {QStringLiteral("  ") + m_contents.state.silence(), ScreenStyle::Bad};
     return line;
 }
 
