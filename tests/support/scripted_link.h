@@ -43,15 +43,6 @@ public:
         return *this;
     }
 
-    /// The requests so far, as hexadecimal text without their transaction identifiers.
-    QStringList requests() const
-    {
-        QStringList texts;
-        for (int i = 0; i < sent.size(); ++i)
-            texts.append(QString::fromLatin1(sent.at(i).mid(2).toHex()));
-        return texts;
-    }
-
     int readData(char* buffer, int maxLength) override
     {
         calls.append(QString::fromLatin1("read %1").arg(maxLength));
@@ -116,13 +107,11 @@ public:
 
 protected:
     QByteArray m_incoming;
-
-private:
     QList<QByteArray> m_replies;
 };
 
-/// A device that does what it is asked: every byte of it is value, writes are confirmed. It refuses to read
-/// nothing.
+/// A device that does what it is asked, once the queued answers are used up: every byte of it is value,
+/// writes are confirmed. It refuses to read nothing.
 class ObedientDevice : public ScriptedLink
 {
 public:
@@ -140,7 +129,8 @@ public:
             const int bytes = functionCode <= 2 ? (quantity + 7) / 8 : 2 * quantity;
             pdu = frame.mid(7, 1) + char(bytes) + QByteArray(bytes, value);
         }
-        answersPdu(pdu.toHex().constData());
+        if (m_replies.isEmpty())
+            answersPdu(pdu.toHex().constData());
         return ScriptedLink::writeData(data, length);
     }
 
