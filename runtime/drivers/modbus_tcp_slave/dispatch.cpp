@@ -39,20 +39,16 @@ void ModbusTcpSlaveParseAddress(const QString& text, QByteArray& prefix, unsigne
 {
     const QChar* const start = text.constData(); // ends with a zero character
     const QChar* next = start;
-    address = AddressSpace - 1;
-
     if (*next == QLatin1Char('F') || *next == QLatin1Char('f'))
         next += qMin(text.size(), 3);
     while (isLetter(*next))
         ++next;
     const int length = static_cast<int>(next - start);
 
-    if (isDigit(*next)) {
-        unsigned int number = 0;
-        for (; isDigit(*next); ++next)
-            number = number * 10 + next->unicode() - '0';
-        address = static_cast<unsigned short>(number - 1);
-    }
+    unsigned int number = 0;
+    for (; isDigit(*next); ++next)
+        number = number * 10 + next->unicode() - '0';
+    address = static_cast<unsigned short>(number - 1);
     if (*next == QLatin1Char('.')) {
         bit = 0;
         for (++next; isDigit(*next); ++next)
