@@ -9,13 +9,25 @@ namespace interrupt {
 namespace {
 
 std::atomic<bool> raised{false};
+std::atomic<void (*)()> atDeath{nullptr};
 
 static_assert(std::atomic<bool>::is_always_lock_free, "signal handlers use it");
+static_assert(std::atomic<void (*)()>::is_always_lock_free, "signal handlers use it");
 
-void onInterrupt(int)
+void die(int signalNumber)
 {
-    raised = true;
-    ::alarm(1);
+    if (void (*const function)() = atDeath)
+        function();
+    std::signal(signalNumber, SIG_DFL);
+    ::raise(signalNumber);
+}
+
+void onInterrupt(int signalNumber)
+{
+    if (raised.exchange(true))
+        die(signalNumber);
+    else
+        ::alarm(1);
 }
 
 void onAlarm(int)
@@ -40,8 +52,16 @@ void handle(int signalNumber, void (*handler)(int), unsigned int flags)
 void catchSignals()
 {
     handle(SIGALRM, onAlarm, SA_RESTART);
-    handle(SIGINT, onInterrupt, SA_RESTART | SA_RESETHAND);
-    handle(SIGTERM, onInterrupt, SA_RESTART | SA_RESETHAND);
+    handle(SIGINT, onInterrupt, SA_RESTART);
+    handle(SIGTERM, onInterrupt, SA_RESTART);
+}
+
+void beforeDeath(void (*function)())
+{
+    atDeath = function;
+    for (const int signalNumber :
+         {SIGHUP, SIGQUIT, SIGPIPE, SIGUSR1, SIGUSR2, SIGXCPU, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL})
+        handle(signalNumber, die, 0);
 }
 
 void endInOwnTime()

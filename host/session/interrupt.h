@@ -11,6 +11,10 @@ namespace interrupt {
 /// stderr.
 void catchSignals();
 
+/// From now on a signal that kills the program, a crash or the second Ctrl-C too, calls this function first.
+/// It may do only what a signal handler may, and may be null.
+void beforeDeath(void (*function)());
+
 /// The command watches flag() and takes as long to end as it needs.
 void endInOwnTime();
 

@@ -1,5 +1,6 @@
 #include "watch/screen.h"
 
+#include "session/interrupt.h"
 #include "text/shown.h"
 
 #include <clocale>
@@ -131,13 +132,11 @@ KeyPress pressOf(wint_t character)
 termios terminalBefore;
 char leaveScreen[128];
 
-/// Only calls that a signal handler may make.
-void restoreAndDie(int signalNumber)
+void restoreTerminal()
 {
     const ssize_t ignored = ::write(STDOUT_FILENO, leaveScreen, std::strlen(leaveScreen));
     static_cast<void>(ignored);
     ::tcsetattr(STDIN_FILENO, TCSANOW, &terminalBefore);
-    ::raise(signalNumber); // SA_RESETHAND: this time it kills
 }
 
 void restoreAtDeath()
@@ -147,12 +146,7 @@ void restoreAtDeath()
         if (sequence && sequence != reinterpret_cast<char*>(-1))
             std::strncat(leaveScreen, sequence, sizeof leaveScreen - std::strlen(leaveScreen) - 1);
     }
-    for (const int signalNumber : {SIGHUP, SIGQUIT, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL}) {
-        struct sigaction action = {};
-        action.sa_handler = restoreAndDie;
-        action.sa_flags = static_cast<int>(SA_RESETHAND);
-        ::sigaction(signalNumber, &action, nullptr);
-    }
+    interrupt::beforeDeath(restoreTerminal);
 }
 
 } // namespace
@@ -193,6 +187,7 @@ Screen::Screen(void* terminal)
 Screen::~Screen()
 {
     endwin();
+    interrupt::beforeDeath(nullptr);
     delscreen(static_cast<SCREEN*>(m_terminal));
 }
 

@@ -1,12 +1,14 @@
 #include "watch/table_layout.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace {
 
 constexpr int gap = 2;
 constexpr int widestTrend = 60;
 constexpr int widestAge = 6;
+constexpr int readableError = 25; ///< "no answer, attempt 2 of 4"
 
 /// The columns in their order on the screen.
 enum Column
@@ -27,9 +29,25 @@ enum Column
 const char* const headings[ColumnCount] = {"ADDRESS", "VALUE", "UNIT",  "MIN",    "MAX",
                                            "TREND",   "AGE",   "READS", "FAILED", "LAST ERROR"};
 
-/// Columns in the order in which they get room.
-const Column byImportance[] = {NameColumn,  ValueColumn, UnitColumn,    AgeColumn,      FailedColumn,
-                               TrendColumn, ErrorColumn, LargestColumn, SmallestColumn, ReadsColumn};
+int headingWidth(Column column)
+{
+    return static_cast<int>(std::strlen(headings[column]));
+}
+
+/// Columns in the order in which they get room. What is wrong matters more than a trend, if anything is.
+QVector<Column> byImportance(bool hasErrors)
+{
+    return {NameColumn,
+            ValueColumn,
+            UnitColumn,
+            AgeColumn,
+            FailedColumn,
+            hasErrors ? ErrorColumn : TrendColumn,
+            hasErrors ? TrendColumn : ErrorColumn,
+            LargestColumn,
+            SmallestColumn,
+            ReadsColumn};
+}
 
 bool isFlexible(Column column)
 {
@@ -190,30 +208,34 @@ ScreenStyle Table::styleOf(const Row& row, Column column) const
 void Table::measure()
 {
     for (int column = 0; column < ColumnCount; ++column)
-        m_natural[column] = QString(QLatin1String(headings[column])).size();
+        m_natural[column] = headingWidth(static_cast<Column>(column));
     m_natural[UnitColumn] = 0;
     for (const Row& row : qAsConst(m_rows)) {
         for (const Column column : {NameColumn, ValueColumn, UnitColumn, SmallestColumn, LargestColumn})
             m_natural[column] = std::max(m_natural[column], cell(row, column).size());
     }
     if (m_natural[UnitColumn] > 0)
-        m_natural[UnitColumn] = std::max(m_natural[UnitColumn], 4); // its heading
+        m_natural[UnitColumn] = std::max(m_natural[UnitColumn], headingWidth(UnitColumn));
     const int values =
         std::max({m_natural[ValueColumn], m_natural[SmallestColumn], m_natural[LargestColumn]});
     m_natural[ValueColumn] = m_natural[SmallestColumn] = m_natural[LargestColumn] = values;
     m_natural[AgeColumn] = widestAge;
+    for (const Row& row : qAsConst(m_rows))
+        m_natural[ErrorColumn] =
+            std::max(m_natural[ErrorColumn], std::min(errorOf(row).size(), readableError));
 }
 
 /// Columns get their room in order of importance; the rest goes to the trend and the errors.
 void Table::giveRoom(int width)
 {
     int left = width;
-    for (const Column column : byImportance) {
-        const int needed = m_natural[column] + (left == width ? 0 : gap);
-        if (m_natural[column] == 0 || (needed > left && column != NameColumn))
+    for (const Column column : byImportance(m_natural[ErrorColumn] > headingWidth(ErrorColumn))) {
+        const int space = left == width ? 0 : gap;
+        const int least = isFlexible(column) ? headingWidth(column) : m_natural[column];
+        if (m_natural[column] == 0 || (least + space > left && column != NameColumn))
             continue;
-        m_width[column] = std::min(m_natural[column], left);
-        left -= std::min(needed, left);
+        m_width[column] = std::min(m_natural[column], left - space);
+        left -= m_width[column] + space;
     }
     if (m_width[TrendColumn] == 0)
         return;

@@ -194,11 +194,11 @@ class Watch(HostCase):
 
     def test_silent_station(self):
         with Slave(os.environ["SLAVESIM"], "--stations", "1") as slave:
-            terminal = self.screen("9-HR5:word:2", "HR5", "9-DO3", "--interval", "50", "--timeout", "400", columns=120,
+            terminal = self.screen("9-HR5:word:2", "HR5", "9-DO3", "--interval", "50", "--timeout", "400", columns=60,
                                    slave=slave)
             silent = r"9-HR5 +- .*no answer, attempt 2 of 4\n9-HR6(.*\n)+9-DO3 +- .*no answer, attempt 2 of 4"
             terminal.wait_until(lambda t: re.search(silent, t.text()), "the silence")
-            self.assertIn("station 9: no answer, attempt 2 of 4", terminal.text())
+            terminal.wait_for("station 9: no answer, attempt 2 of 4")
             self.wait_samples(terminal, 10)
             self.assertEqual(self.row(terminal, "HR5")[1], "5")
             self.assertRegex(terminal.text(), "9-HR5 .*no answer (just before|from)")
@@ -207,19 +207,22 @@ class Watch(HostCase):
             self.assertLess(self.number(terminal, "missed") - missed, 20)  # a quarter of the time is for the silent one
 
     def test_terminal_is_left_as_it_was(self):
-        for end, status in [("q", 0), ("\x03", 130), (signal.SIGTERM, 130), (signal.SIGHUP, -signal.SIGHUP),
-                            (signal.SIGSEGV, -signal.SIGSEGV)]:
+        before = termios.tcgetattr(os.openpty()[1])
+        kill, interrupt = signal.SIGTERM, signal.SIGINT
+        both = [signal.SIGSTOP, kill, interrupt, signal.SIGCONT]  # so that they come at once
+        for end, statuses in [("q", [0]), ("\x03", [130]), ([kill], [130]), (both, [-kill, -interrupt]),
+                              *(([end], [-end]) for end in [signal.SIGHUP, signal.SIGPIPE, signal.SIGSEGV])]:
             with self.subTest(end):
                 terminal = self.screen("HR5", "--interval", "20")
-                before = termios.tcgetattr(terminal.descriptor)
                 self.wait_samples(terminal, 3)
                 self.assertNotEqual(termios.tcgetattr(terminal.descriptor), before)
                 self.assertTrue(terminal.screen.cursor.hidden)
-                if end in ("q", "\x03"):
+                if isinstance(end, str):
                     terminal.send(end)
                 else:
-                    os.kill(terminal.pid, end)
-                self.assertEqual(terminal.wait_end(), status)
+                    for number in end:
+                        os.kill(terminal.pid, number)
+                self.assertIn(terminal.wait_end(), statuses)
                 self.assertEqual(termios.tcgetattr(terminal.descriptor), before)
                 self.assertFalse(terminal.screen.cursor.hidden)
 
