@@ -175,7 +175,7 @@ bool BlockReader::isToBeAsked(const Station& station) const
 CommandOutcome BlockReader::read(const Block& block, const Station& station)
 {
     constexpr int pauses = 3; // as long as the silence
-    const CommandOutcome outcome = m_read(commandOf(block), station, m_failed.contains(block.first()));
+    CommandOutcome outcome = m_read(commandOf(block), station, m_failed.contains(block.first()));
     m_silent.erase(station);
     if (isSilence(outcome))
         m_silent[station] =

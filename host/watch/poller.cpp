@@ -24,7 +24,7 @@ Poller::Poller(Session& session, const PollPlan& plan)
       m_reader(plan.items, plan.blocks,
                [this](const CommunicatorCommand& command, std::optional<int> station, bool isOnce) {
                    m_session.link().setOnce(isOnce);
-                   const CommandOutcome outcome = m_session.read(command, station);
+                   CommandOutcome outcome = m_session.read(command, station);
                    m_session.link().setOnce(false);
                    return outcome;
                }),

@@ -143,7 +143,7 @@ void restoreAtDeath()
 {
     for (const char* const name : {"sgr0", "cnorm", "rmcup"}) {
         const char* const sequence = tigetstr(name);
-        if (sequence && sequence != reinterpret_cast<char*>(-1))
+        if (sequence)
             std::strncat(leaveScreen, sequence, sizeof leaveScreen - std::strlen(leaveScreen) - 1);
     }
     interrupt::beforeDeath(restoreTerminal);

@@ -16,6 +16,7 @@ const WatchedElement& WatchControl::element() const
 
 int WatchControl::firstRow(int page) const
 {
+    page = std::max(page, 1);
     const int last = std::max(m_rows.size() - page, 0);
     const int least = std::min(std::max(m_selected - page + 1, 0), last);
     m_first = std::clamp(m_first, least, std::max(std::min(m_selected, last), least));

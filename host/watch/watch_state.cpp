@@ -64,7 +64,8 @@ void WatchState::addValues(const WatchedItem& watched, const Item& item, const R
     const QVector<QByteArray> values = watched.failing ? QVector<QByteArray>() : valueData(item, data);
     const QStringList numbers = watched.failing ? QStringList() : decimalTexts(item, data);
     for (int i = 0; i < watched.elementCount; ++i) {
-        WatchedElement& element = m_elements[static_cast<std::size_t>(watched.firstElement + i)];
+        const int index = watched.firstElement + i;
+        WatchedElement& element = m_elements[static_cast<std::size_t>(index)];
         if (watched.failing) {
             element.history.addGap();
             continue;

@@ -267,7 +267,7 @@ void tst_watch::keys_data()
     row("w1^", all, "nothing was written");
     row("w<", all, "nothing was written");
     row("vvxw10<y", "Oven 181.0 °C|HR4 2|>HR5 0x0003|3-HR9 |DO1 1", "writing 10 to HR5 ...; HR5 1 0a00");
-    row("vvvw-1<y", "Oven 181.0 °C|HR4 2|HR5 3|>3-HR9 |DO1 1", "writing -1 to 3-HR9 ...; HR9 1 ffff");
+    row("vvvw-1<y", "Oven 181.0 °C|HR4 2|HR5 3|>3-HR9 |DO1 1", "writing -1 to 3-HR9 ...; 3-HR9 1 ffff");
 }
 
 void tst_watch::keys()
@@ -310,7 +310,7 @@ void tst_watch::keys()
     text = message.problem.isEmpty() ? message.text : message.problem + QLatin1String(": ") + message.text;
     if (wish == WatchControl::Wish::Write)
         text += QStringLiteral("; %1 %2 %3")
-                    .arg(control.itemToWrite().command().address)
+                    .arg(control.itemToWrite().address.fullText())
                     .arg(control.itemToWrite().count)
                     .arg(QString::fromLatin1(control.dataToWrite().toHex()));
     QTEST(text, "message");
