@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 /// A device played by the test, on a free loopback port: it accepts connections, sends what it is told to,
-/// when it is told to, and closes or resets them. It never waits longer than a minute.
+/// when it is told to, and closes or resets them. It never waits longer than 20 seconds.
 class Peer
 {
 public:
@@ -34,6 +34,8 @@ public:
         join();
         finish();
         stopListening();
+        for (const int client : m_clients)
+            ::close(client);
     }
 
     quint16 port() const { return m_port; }
@@ -104,20 +106,24 @@ public:
         m_listener = -1;
     }
 
-    /// A client that connects and says nothing; the caller closes it.
-    int strayClient() const
+    /// Fills the queue of connections that it has not yet accepted, which must be 0 long, so that further
+    /// ones get no answer.
+    void fillQueue()
     {
-        const int client = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
         sockaddr_in address = loopback(m_port);
-        ::connect(client, generic(address), sizeof address);
-        return client;
+        for (int& client : m_clients) {
+            client = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+            ::connect(client, generic(address), sizeof address);
+        }
+        pause(20);
     }
 
 private:
     static void limitWaits(int socket)
     {
-        const timeval limit = {60, 0};
+        const timeval limit = {20, 0};
         ::setsockopt(socket, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof limit);
+        ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
     }
 
     static sockaddr_in loopback(quint16 port)
@@ -133,6 +139,7 @@ private:
 
     int m_listener = -1;
     int m_connection = -1;
+    int m_clients[4] = {-1, -1, -1, -1}; ///< that connect and say nothing
     quint16 m_port = 0;
     bool m_usable = false;
     std::thread m_later;
