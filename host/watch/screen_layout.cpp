@@ -188,11 +188,21 @@ QVector<ScreenLine> Layout::helpLines() const
     return lines;
 }
 
-/// Control characters, of an error text for example, become visible.
+/// What the terminal can show: control characters, of an error text for example, become visible.
+QString printable(const QString& text, TrendSymbols symbols)
+{
+    QString result = shown(text);
+    for (QChar& character : result) {
+        if (symbols == TrendSymbols::Ascii && character.unicode() > 126)
+            character = QLatin1Char('?');
+    }
+    return result;
+}
+
 void cut(ScreenLine& line, int width, TrendSymbols symbols)
 {
     for (ScreenSpan& span : line) {
-        span.text = shortened(shown(span.text), std::max(width, 0), symbols);
+        span.text = shortened(printable(span.text, symbols), std::max(width, 0), symbols);
         width -= span.text.size();
     }
 }

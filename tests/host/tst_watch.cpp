@@ -316,7 +316,8 @@ void tst_watch::keys()
     QTEST(text, "message");
 }
 
-// Whatever the window's size, nothing goes past its edges, and the title is there as soon as there is a line.
+// Whatever the window's size, nothing goes past its edges, nothing is on it that it cannot show, and the
+// title is there as soon as there is a line.
 void tst_watch::everyScreenSize()
 {
     WatchState state({itemIn("HR1:word:30"), itemIn("DO1")});
@@ -325,21 +326,24 @@ void tst_watch::everyScreenSize()
     state.add(good);
     Reading bad;
     bad.index = 1;
-    bad.outcome.error = QStringLiteral("read 1 bit(s) from 1-DO1> ") + QString(300, QLatin1Char('e'));
+    bad.outcome.error = QStringLiteral("read 1 bit(s) from 1-DO1> \n°") + QString(300, QLatin1Char('e'));
     state.add(bad);
     WatchControl control(state);
-    const ScreenContents contents = {state,
-                                     QStringLiteral("127.0.0.1:502"),
-                                     QStringLiteral("1"),
-                                     milliseconds(500),
-                                     nullptr,
-                                     true,
-                                     control,
-                                     TrendSymbols::Blocks,
-                                     PollSchedule::Clock::now()};
+    ScreenContents contents = {state,
+                               QStringLiteral("127.0.0.1:502"),
+                               QStringLiteral("1"),
+                               milliseconds(500),
+                               nullptr,
+                               true,
+                               control,
+                               TrendSymbols::Blocks,
+                               PollSchedule::Clock::now()};
     for (const char key : {'r', '/', '1', 'w', '?'}) { // each in the place to which those before it lead
         control.press({key == 'w' ? KeyPress::Enter : KeyPress::Character, QString(QLatin1Char(key))}, 9);
-        fitsEverySize(contents);
+        for (const auto symbols : {TrendSymbols::Blocks, TrendSymbols::Ascii}) {
+            contents.symbols = symbols;
+            fitsEverySize(contents);
+        }
     }
 }
 
@@ -350,10 +354,13 @@ void tst_watch::fitsEverySize(const ScreenContents& contents)
             const QVector<ScreenLine> lines = layOutScreen(contents, {width, height});
             QVERIFY(!lines.isEmpty() && lines.size() <= height);
             for (const ScreenLine& line : lines) {
-                int length = 0;
+                QString text;
                 for (const ScreenSpan& span : line)
-                    length += span.text.size();
-                QVERIFY2(length <= width, qPrintable(QStringLiteral("%1x%2").arg(width).arg(height)));
+                    text += span.text;
+                const bool isAscii = std::all_of(text.begin(), text.end(),
+                                                 [](QChar each) { return each >= ' ' && each <= '~'; });
+                QVERIFY2(text.size() <= width, qPrintable(QStringLiteral("%1x%2").arg(width).arg(height)));
+                QVERIFY2(isAscii || contents.symbols == TrendSymbols::Blocks, qPrintable(text));
             }
         }
     }
