@@ -139,24 +139,14 @@ void restoreTerminal()
     ::tcsetattr(STDIN_FILENO, TCSANOW, &terminalBefore);
 }
 
-void atDeath(void (*handler)(int))
+void restoreAtDeath()
 {
-    for (const int signalNumber : {SIGHUP, SIGQUIT, SIGABRT, SIGSEGV, SIGBUS, SIGFPE, SIGILL}) {
-        struct sigaction action = {};
-        action.sa_handler = handler;
-        action.sa_flags = static_cast<int>(SA_RESETHAND);
-        ::sigaction(signalNumber, &action, nullptr);
-    }
-}
-
-void prepareToLeave()
-{
-    leaveScreen[0] = '\0';
     for (const char* const name : {"sgr0", "cnorm", "rmcup"}) {
         const char* const sequence = tigetstr(name);
         if (sequence)
             std::strncat(leaveScreen, sequence, sizeof leaveScreen - std::strlen(leaveScreen) - 1);
     }
+    interrupt::beforeDeath(restoreTerminal);
 }
 
 } // namespace
@@ -191,13 +181,11 @@ Screen::Screen(void* terminal)
     nodelay(stdscr, TRUE);
     curs_set(0);
     set_escdelay(escapePatience);
-    prepareToLeave();
-    atDeath(restoreAndDie);
+    restoreAtDeath();
 }
 
 Screen::~Screen()
 {
-    atDeath(SIG_DFL);
     endwin();
     interrupt::beforeDeath(nullptr);
     delscreen(static_cast<SCREEN*>(m_terminal));
