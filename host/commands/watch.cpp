@@ -81,11 +81,10 @@ private:
     Console& m_console;
     WatchState m_state;
     WatchControl m_control{m_state};
-    const int m_attempts;             ///< of a command
-    QVector<Reading> m_sample;        ///< the readings of the current sample so far
-    QString m_reportedProblem;        ///< the recorder's problem, as last reported
-    std::unique_ptr<Screen> m_screen; ///< until the end
-    bool m_hasScreen = false;         ///< or has had one, at the end
+    const int m_attempts;      ///< of a command
+    QVector<Reading> m_sample; ///< the readings of the current sample so far
+    QString m_reportedProblem; ///< the recorder's problem, as last reported
+    std::unique_ptr<Screen> m_screen;
     Poller m_poller;
     const Clock::time_point m_begin = Clock::now();
     Clock::time_point m_lastDraw{};
@@ -125,7 +124,6 @@ void Watch::openScreen()
     const bool disturbed = m_options.link.trace && ::isatty(STDERR_FILENO) == 1;
     if (m_options.link.format == OutputFormat::Text && !disturbed && Screen::isPossible())
         m_screen = Screen::open();
-    m_hasScreen = m_screen != nullptr;
 }
 
 int Watch::run()
@@ -177,11 +175,11 @@ void Watch::finishSample()
               [](const Reading& left, const Reading& right) { return left.index < right.index; });
     if (m_options.link.format == OutputFormat::Json)
         printJsonLine(m_console.out, sampleObject(m_state.items(), m_sample));
-    else if (!m_hasScreen)
+    else if (!m_screen)
         m_console.out << sampleLine(m_state.items(), m_sample) << '\n';
     m_console.out.flush();
     m_sample.clear();
-    if (m_recorder && !m_hasScreen)
+    if (m_recorder && !m_screen)
         reportRecorder();
 }
 
@@ -246,14 +244,15 @@ void Watch::draw()
 /// A driver that does not return, for example from a long pause, is left behind.
 void Watch::end()
 {
-    m_screen.reset(); // before anything that takes long enough for a second signal
     const bool stopped = m_poller.stop(stopPatience);
     takeReadings();
     if (m_recorder)
         m_recorder->sync();
     finishWrite();
-    if (m_hasScreen)
+    if (m_screen) {
+        m_screen.reset();
         printSummary();
+    }
     if (stopped)
         return;
     const int status = exitStatus();
