@@ -3,8 +3,6 @@
 #include "tools/checksum.h"
 
 #include <QtTest>
-#include <thread>
-#include <vector>
 
 template<typename Crc>
 static Crc steps(Crc (*step)(Crc, unsigned char), uint start, const QByteArray& bytes)
@@ -43,31 +41,11 @@ static uint division1021(uint crc, const QByteArray& bytes)
     return crc;
 }
 
-static void firstUse(uint* dnp, uint* block)
-{
-    *dnp = steps(update_crc_dnp, 0, "123456789");
-    *block = CRC16Calculate(bytesOf("123456789"), 9);
-}
-
 class tst_crc : public QObject
 {
     Q_OBJECT
 
 private slots:
-    void firstUseByManyThreads()
-    {
-        uint dnp[8], block[8];
-        std::vector<std::thread> threads;
-        for (int i = 0; i < 8; ++i)
-            threads.push_back(std::thread(firstUse, &dnp[i], &block[i]));
-        for (size_t i = 0; i < threads.size(); ++i)
-            threads[i].join();
-        for (int i = 0; i < 8; ++i) {
-            QCOMPARE(dnp[i], 0x157Du);
-            QCOMPARE(block[i], 0xBB3Du);
-        }
-    }
-
     void publishedCheckValues()
     {
         const QByteArray text("123456789");
