@@ -76,6 +76,8 @@ void tst_plugin::identityAndDefaults()
     QCOMPARE(int(device->type), 256);
     QCOMPARE(device->string, QString::fromLatin1("COM2"));
     QCOMPARE(device->baudrate, 9600);
+    QCOMPARE(device->databits, 8);
+    QCOMPARE(device->stopbits, 0);
     QCOMPARE(device->parity, 2);
     QCOMPARE(device->linkID, -1);
 }

@@ -45,10 +45,8 @@ private slots:
     void driverSettingConstructorsAndCopy();
     void driverSettingDump();
     void socketEntries();
-    void socketPorts_data();
     void socketPorts();
     void deviceSettingStream();
-    void storedIndexIsTestedAgainstTheListRead_data();
     void storedIndexIsTestedAgainstTheListRead();
     void everyShortStreamIsSurvived();
     void promisedEntriesTakeNoMemory();
@@ -127,25 +125,12 @@ void tst_settings::socketEntries()
     QCOMPARE(setting.socketIP(0), QString::fromLatin1("10.0.0.3"));
 }
 
-void tst_settings::socketPorts_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("port");
-    QTest::newRow("largest") << "65535" << 65535;
-    QTest::newRow("too large") << "65536" << 0;
-    QTest::newRow("negative") << "-1" << 0;
-    QTest::newRow("not a number") << "abc" << 0;
-    QTest::newRow("hexadecimal") << "0x10" << 0;
-    QTest::newRow("empty") << "" << 0;
-}
-
 void tst_settings::socketPorts()
 {
-    QFETCH(QString, text);
-    QFETCH(int, port);
     DeviceSetting setting = defaultDevice();
-    setting.setSocketData(QList<QPair<QString, QString>>() << qMakePair(QString(), text));
-    QCOMPARE(int(setting.port(0)), port);
+    setting.setSocketData(pairs("/65535 /65536 /-1 /abc /0x10 /"));
+    for (int i = 0; i < 6; ++i)
+        QCOMPARE(int(setting.port(i)), i == 0 ? 65535 : 0);
 }
 
 void tst_settings::deviceSettingStream()
@@ -165,29 +150,22 @@ void tst_settings::deviceSettingStream()
     QCOMPARE(target.auxString, QString::fromLatin1("kept"));
 }
 
-void tst_settings::storedIndexIsTestedAgainstTheListRead_data()
-{
-    QTest::addColumn<int>("own");
-    QTest::addColumn<int>("stored");
-    QTest::addColumn<int>("expected");
-    QTest::newRow("inside the list") << 0 << 1 << 1;
-    QTest::newRow("behind the list") << 1 << 2 << 1;
-    QTest::newRow("negative") << 1 << -1 << 1;
-    QTest::newRow("own index outside stays too") << 7 << 2 << 7;
-}
-
+/// Two entries are read; an index outside of them leaves the one of before, wherever that is.
 void tst_settings::storedIndexIsTestedAgainstTheListRead()
 {
-    QFETCH(int, own);
-    QFETCH(int, stored);
-    QFETCH(int, expected);
-    DeviceSetting written = defaultDevice();
-    written.setSocketData(pairs("a/1 b/2"));
-    written.currentIPIndex = stored;
-    DeviceSetting target = defaultDevice();
-    target.currentIPIndex = own;
-    unstream(streamed(written), target);
-    QCOMPARE(target.currentIPIndex, expected);
+    const struct
+    {
+        int own, stored, expected;
+    } rows[] = {{0, 1, 1}, {1, 2, 1}, {1, -1, 1}, {7, 2, 7}};
+    for (size_t i = 0; i < sizeof rows / sizeof *rows; ++i) {
+        DeviceSetting written = defaultDevice();
+        written.setSocketData(pairs("a/1 b/2"));
+        written.currentIPIndex = rows[i].stored;
+        DeviceSetting target = defaultDevice();
+        target.currentIPIndex = rows[i].own;
+        unstream(streamed(written), target);
+        QCOMPARE(target.currentIPIndex, rows[i].expected);
+    }
 }
 
 void tst_settings::everyShortStreamIsSurvived()
