@@ -82,8 +82,9 @@ bool ProcessImage::exist(const Cells& cells) const
     const std::vector<bool>& existing = m_existing[static_cast<std::size_t>(cells.area)];
     if (cells.address + cells.count > existing.size())
         return false;
-    const auto first = existing.begin() + cells.address;
-    return std::find(first, first + cells.count, false) == first + cells.count;
+    const auto first = std::next(existing.begin(), static_cast<std::ptrdiff_t>(cells.address));
+    const auto last = std::next(first, static_cast<std::ptrdiff_t>(cells.count));
+    return std::find(first, last, false) == last;
 }
 
 bool ProcessImage::anyExists() const

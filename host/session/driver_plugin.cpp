@@ -20,6 +20,15 @@ ElfW(Ehdr) elfHead(const QString& fileName)
     return head;
 }
 
+/// The header of this program, as it was loaded: there may be no /proc to read it from.
+const ElfW(Ehdr) & ownHead()
+{
+    static const int here = 0;
+    Dl_info info{};
+    ::dladdr(&here, &info);
+    return *static_cast<const ElfW(Ehdr)*>(info.dli_fbase);
+}
+
 /// What the loader would hang on, crash on, or report in a way that nobody understands. Empty: let it try.
 QString fileProblem(const QString& fileName)
 {
@@ -31,7 +40,7 @@ QString fileProblem(const QString& fileName)
     if (!file.isReadable())
         return QStringLiteral("cannot be read");
     const ElfW(Ehdr) head = elfHead(fileName);
-    const ElfW(Ehdr) own = elfHead(QStringLiteral("/proc/self/exe"));
+    const ElfW(Ehdr)& own = ownHead();
     if (std::memcmp(head.e_ident, ELFMAG, SELFMAG) != 0)
         return QStringLiteral("is not a shared library");
     if (std::memcmp(head.e_ident, own.e_ident, EI_DATA + 1) != 0 || head.e_machine != own.e_machine)
