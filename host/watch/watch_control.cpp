@@ -148,6 +148,8 @@ void WatchControl::beginWrite()
         m_message.problem = QStringLiteral("%1 has no address of its own that could be written").arg(m_name);
         return;
     }
+    if (m_item->notation == Notation::Hex)
+        m_item->notation.reset(); // x must not change what the digits of an answer mean
     m_mode = Mode::Value;
     ask(QString());
 }

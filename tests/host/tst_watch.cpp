@@ -243,13 +243,14 @@ void tst_watch::keys_data()
     const auto row = [](const char* keys, const char* rows, const char* message = "") {
         QTest::newRow(keys) << QString::fromUtf8(rows) << QString::fromUtf8(message);
     };
-    const char* const all = ">Oven 181.0 °C|HR4 2|HR5 3|3-HR9 |DO1 1";
+    const char* const all = ">Oven 181.0 °C|HR4 2|HR5 3|3-HR9 |DO1 1|HR7 0x0007";
     row("", all);
-    row("vx", "Oven 181.0 °C|>HR4 0x0002|HR5 3|3-HR9 |DO1 1");
-    row("vxx", "Oven 181.0 °C|>HR4 2|HR5 3|3-HR9 |DO1 1");
-    row("vvX", "Oven 0x016a|HR4 0x0002|>HR5 0x0003|3-HR9 |DO1 1");
-    row("vvvvv", "Oven 181.0 °C|HR4 2|HR5 3|3-HR9 |>DO1 1");
-    row("/hR", ">Oven 181.0 °C|HR4 2|HR5 3|3-HR9 ", "show rows with (Enter keeps it, Esc shows all): hR_");
+    row("vx", "Oven 181.0 °C|>HR4 0x0002|HR5 3|3-HR9 |DO1 1|HR7 0x0007");
+    row("vxx", "Oven 181.0 °C|>HR4 2|HR5 3|3-HR9 |DO1 1|HR7 0x0007");
+    row("vvX", "Oven 0x016a|HR4 0x0002|>HR5 0x0003|3-HR9 |DO1 1|HR7 0x0007");
+    row("vvvvvvv", "Oven 181.0 °C|HR4 2|HR5 3|3-HR9 |DO1 1|>HR7 0x0007");
+    row("/hR", ">Oven 181.0 °C|HR4 2|HR5 3|3-HR9 |HR7 0x0007",
+        "show rows with (Enter keeps it, Esc shows all): hR_");
     row("vv/hr4\b5<", ">HR5 3");
     row("/VEN<w", ">Oven 181.0 °C", "new value for Oven in °C (Enter takes it, Esc ends): _");
     row("/nothing<wxXv", "");
@@ -266,8 +267,12 @@ void tst_watch::keys_data()
         "new value for Oven in °C (Enter takes it, Esc ends): 180.3_");
     row("w1^", all, "nothing was written");
     row("w<", all, "nothing was written");
-    row("vvxw10<y", "Oven 181.0 °C|HR4 2|>HR5 0x0003|3-HR9 |DO1 1", "writing 10 to HR5 ...; HR5 1 0a00");
-    row("vvvw-1<y", "Oven 181.0 °C|HR4 2|HR5 3|>3-HR9 |DO1 1", "writing -1 to 3-HR9 ...; 3-HR9 1 ffff");
+    row("vvxw10<y", "Oven 181.0 °C|HR4 2|>HR5 0x0003|3-HR9 |DO1 1|HR7 0x0007",
+        "writing 10 to HR5 ...; HR5 1 0a00");
+    row("/hr7<w10<y", ">HR7 0x0007", "writing 10 to HR7 ...; HR7 1 0a00");
+    row("/hr7<xw0x10<y", ">HR7 7", "writing 16 to HR7 ...; HR7 1 1000");
+    row("vvvw-1<y", "Oven 181.0 °C|HR4 2|HR5 3|>3-HR9 |DO1 1|HR7 0x0007",
+        "writing -1 to 3-HR9 ...; 3-HR9 1 ffff");
 }
 
 void tst_watch::keys()
@@ -280,9 +285,10 @@ void tst_watch::keys()
     oven.decimals = 1;
     QString text;
     WatchState state({*itemOfSignal(oven, ItemContext(), text), itemIn("HR4:word:2"), itemIn("3-HR9:int16"),
-                      itemIn("DO1")});
-    const QByteArray data[] = {QByteArray("\x6a\x01", 2), QByteArray("\2\0\3\0", 4), "", "\1"};
-    for (int i = 0; i < 4; ++i) {
+                      itemIn("DO1"), itemIn("HR7:hex")});
+    const QByteArray data[] = {QByteArray("\x6a\x01", 2), QByteArray("\2\0\3\0", 4), "", "\1",
+                               QByteArray("\7\0", 2)};
+    for (int i = 0; i < 5; ++i) {
         Reading reading;
         reading.index = i;
         reading.outcome.data = data[i];
