@@ -1,3 +1,4 @@
+#include "rows.h"
 #include "scan/device_scan.h"
 #include "scan/number_list.h"
 #include "text/progress_bar.h"
@@ -15,33 +16,51 @@ bool holds(const QVector<int>& numbers, int first, int count)
     return true;
 }
 
-/// A device that serves some elements, stays silent about others, and counts requests.
-struct Device
+QVector<int> numbers(const char* list)
 {
-    QVector<int> served;
-    QVector<int> silent;
+    return *list ? scan::parseNumberList(QLatin1String(list), 1, largestNumber) : QVector<int>();
+}
+
+/// An area of a station, and what a scan of it finds.
+struct Area
+{
+    const char* name; ///< the elements that it serves
+    scan::AreaPlan plan;
+    const char* expected;
+    int requests; ///< at most
+    const char* silent = "";
     int mostInRequest = largestNumber;
     int exceptionCode = 2;
-    int stopAfter = -1; ///< requests until the user stops the scan
-    int requests = 0;
-    int elementsAsked = 0;
+    int stopAfter = largestNumber; ///< requests until the user stops the scan
+};
+
+/// Reads from an area, and counts.
+struct Station
+{
+    explicit Station(const Area& description)
+        : area(description), served(numbers(area.name)), silent(numbers(area.silent))
+    {
+    }
 
     Answer read(int first, int count)
     {
-        if (requests == stopAfter)
+        if (requests == area.stopAfter)
             return {Answer::Stopped, 0, QStringLiteral("interrupted")};
         ++requests;
-        elementsAsked += count;
         for (int number = first; number < first + count; ++number) {
             if (silent.contains(number))
                 return {Answer::Silence, 0, QStringLiteral("no answer")};
         }
-        if (count > mostInRequest)
+        if (count > area.mostInRequest)
             return {Answer::Exception, 3, QStringLiteral("03")};
         if (!holds(served, first, count))
-            return {Answer::Exception, exceptionCode, QStringLiteral("0%1").arg(exceptionCode)};
+            return {Answer::Exception, area.exceptionCode, QStringLiteral("0%1").arg(area.exceptionCode)};
         return Answer();
     }
+
+    const Area& area;
+    const QVector<int> served, silent;
+    int requests = 0;
 };
 
 /// "1-10 ok, 11-12 02, 13 silent, 14-20 unasked"
@@ -59,14 +78,7 @@ QString textOf(const scan::AreaFindings& findings)
     return texts.join(QStringLiteral(", "));
 }
 
-QVector<int> numbers(const char* list)
-{
-    return *list ? scan::parseNumberList(QLatin1String(list), 1, largestNumber) : QVector<int>();
-}
-
 } // namespace
-
-Q_DECLARE_METATYPE(scan::AreaPlan)
 
 class tst_scan : public QObject
 {
@@ -75,11 +87,6 @@ class tst_scan : public QObject
 private slots:
     void area_data();
     void area();
-    void settledElementsAddUp();
-    void smallerRequests();
-    void silentArea();
-    void illegalFunction();
-    void interrupted();
     void stations();
     void retries_data();
     void retries();
@@ -90,108 +97,58 @@ private slots:
     void progress();
 };
 
+// Each refused element costs a request of its own and, in groups of 8 and more, a quarter of one.
+static const Area areas[] = {
+    {"1-1000", {1, 1000, 125, 1}, "1-1000 ok", 8},
+    {"1-1000", {5, 1000, 125, 1}, "5-1000 ok", 8},
+    {"1-200", {1, 500, 125, 1}, "1-200 ok, 201-500 02", 384},
+    {"201-400", {1, 500, 125, 1}, "1-200 02, 201-400 ok, 401-500 02", 389},
+    {"1-62,64-500", {1, 500, 125, 1}, "1-62 ok, 63 02, 64-500 ok", 25},
+    {"7", {1, 10, 125, 1}, "1-6 02, 7 ok, 8-10 02", 13},
+    {"1,3,5,7", {1, 8, 8, 1}, "1 ok, 2 02, 3 ok, 4 02, 5 ok, 6 02, 7 ok, 8 02", 9},
+    {"", {1, 125, 125, 1}, "1-125 02", 156},
+    {"65536", {65530, 65536, 125, 1}, "65530-65535 02, 65536 ok", 8},
+    {"9", {9, 9, 2000, 1}, "9 ok", 1},
+    // Coarse: borders are still exact, islands may be missed.
+    {"1-200", {1, 1000, 125, 16}, "1-200 ok, 201-1000 not divided", 130},
+    {"1-10", {1, 1000, 125, 16}, "1-10 ok, 11-1000 not divided", 130},
+    {"300-777", {1, 1000, 125, 16}, "1-299 not divided, 300-777 ok, 778-1000 not divided", 95},
+    {"500", {1, 1000, 125, 16}, "1-1000 not divided", 128},
+    {"", {1, 2000, 2000, 2000}, "1-2000 not divided", 23},
+    // A silent area is left soon; single silent ranges between answers are no reason to give up.
+    {"1-100", {1, 1000, 100, 1}, "1-100 ok, 101-300 silent, 301-1000 unasked", 3, "101-1000"},
+    {"1-1000",
+     {1, 500, 100, 1},
+     "1-100 ok, 101-200 silent, 201-300 ok, 301-400 silent, 401-500 ok",
+     5,
+     "150,350"},
+    // A station that carries less than the standard allows gets a request that is too large once, not each
+    // time: 125 is 63 and 62, 62 is twice 31. So the first 125 elements take 7 requests, the other 875
+    // take 29.
+    {"1-1000", {1, 1000, 125, 1}, "1-1000 ok", 36, "", 50},
+    {"", {1, 65536, 125, 1}, "1-65536 01", 1, "", largestNumber, ::illegalFunction},
+    {"1-150", {1, 400, 100, 1}, "1-150 ok, 151-400 unasked", 3, "", largestNumber, 2, 3},
+};
+
 void tst_scan::area_data()
 {
-    QTest::addColumn<QVector<int>>("served");
-    QTest::addColumn<scan::AreaPlan>("plan");
-    QTest::addColumn<QString>("expected");
-    QTest::addColumn<int>("mostRequests");
-    // Each refused element costs a request of its own and, in groups of 8 and more, a quarter of one.
-    const auto row = [](const char* served, const scan::AreaPlan& plan, const char* expected, int requests) {
-        QTest::addRow("%s of %d-%d by %d, finest %d", served, plan.first, plan.last, plan.mostInRequest,
-                      plan.finest)
-            << numbers(served) << plan << QString::fromLatin1(expected) << requests;
-    };
-    row("1-1000", {1, 1000, 125, 1}, "1-1000 ok", 8);
-    row("1-1000", {5, 1000, 125, 1}, "5-1000 ok", 8);
-    row("1-200", {1, 500, 125, 1}, "1-200 ok, 201-500 02", 384);
-    row("201-400", {1, 500, 125, 1}, "1-200 02, 201-400 ok, 401-500 02", 389);
-    row("1-62,64-500", {1, 500, 125, 1}, "1-62 ok, 63 02, 64-500 ok", 25);
-    row("7", {1, 10, 125, 1}, "1-6 02, 7 ok, 8-10 02", 13);
-    row("1,3,5,7", {1, 8, 8, 1}, "1 ok, 2 02, 3 ok, 4 02, 5 ok, 6 02, 7 ok, 8 02", 9);
-    row("", {1, 125, 125, 1}, "1-125 02", 156);
-    row("65536", {65530, 65536, 125, 1}, "65530-65535 02, 65536 ok", 8);
-    row("9", {9, 9, 2000, 1}, "9 ok", 1);
-    // Coarse: borders are still exact, islands may be missed.
-    row("1-200", {1, 1000, 125, 16}, "1-200 ok, 201-1000 not divided", 130);
-    row("1-10", {1, 1000, 125, 16}, "1-10 ok, 11-1000 not divided", 130);
-    row("300-777", {1, 1000, 125, 16}, "1-299 not divided, 300-777 ok, 778-1000 not divided", 95);
-    row("500", {1, 1000, 125, 16}, "1-1000 not divided", 128);
-    row("", {1, 2000, 2000, 2000}, "1-2000 not divided", 23);
+    addRows(areas);
 }
 
 void tst_scan::area()
 {
-    QFETCH(QVector<int>, served);
-    QFETCH(scan::AreaPlan, plan);
-    Device device;
-    device.served = served;
-    const auto findings = scan::scanArea(
-        plan, [&](int first, int count) { return device.read(first, count); }, [](int) {});
-    QTEST(textOf(findings), "expected");
-    QCOMPARE(findings.mostInRequest, plan.mostInRequest);
-    QFETCH(int, mostRequests);
-    QVERIFY2(device.requests <= mostRequests, qPrintable(QString::number(device.requests)));
-}
-
-void tst_scan::settledElementsAddUp()
-{
-    Device device;
-    device.served = numbers("1-30,60-61");
+    QFETCH(int, row);
+    const Area& area = areas[row];
+    Station station(area);
     int settled = 0;
-    scan::scanArea(
-        {1, 400, 100, 1}, [&](int first, int count) { return device.read(first, count); },
+    const auto findings = scan::scanArea(
+        area.plan, [&](int first, int count) { return station.read(first, count); },
         [&](int elements) { settled += elements; });
-    QCOMPARE(settled, 400);
-}
-
-// A station that carries less than the standard allows gets a request that is too large once, not each time.
-void tst_scan::smallerRequests()
-{
-    Device device;
-    device.served = numbers("1-1000");
-    device.mostInRequest = 50;
-    const auto findings = scan::scanArea(
-        {1, 1000, 125, 1}, [&](int first, int count) { return device.read(first, count); }, [](int) {});
-    QCOMPARE(textOf(findings), QStringLiteral("1-1000 ok"));
-    QCOMPARE(findings.mostInRequest, 31); // 125 is 63 and 62, 62 is twice 31
-    QCOMPARE(device.requests, 7 + 29);    // the first 125 elements, then the other 875 by 31
-}
-
-void tst_scan::silentArea()
-{
-    Device device;
-    device.served = numbers("1-100");
-    device.silent = numbers("101-1000");
-    const auto read = [&](int first, int count) { return device.read(first, count); };
-    QCOMPARE(textOf(scan::scanArea({1, 1000, 100, 1}, read, [](int) {})),
-             QStringLiteral("1-100 ok, 101-300 silent, 301-1000 unasked"));
-    QCOMPARE(device.requests, 3);
-    // Single silent ranges between answers are no reason to give up.
-    device.served = numbers("1-1000");
-    device.silent = numbers("150,350");
-    QCOMPARE(textOf(scan::scanArea({1, 500, 100, 1}, read, [](int) {})),
-             QStringLiteral("1-100 ok, 101-200 silent, 201-300 ok, 301-400 silent, 401-500 ok"));
-}
-
-void tst_scan::illegalFunction()
-{
-    Device device;
-    device.exceptionCode = ::illegalFunction;
-    const auto findings = scan::scanArea(
-        {1, 65536, 125, 1}, [&](int first, int count) { return device.read(first, count); }, [](int) {});
-    QCOMPARE(textOf(findings), QStringLiteral("1-65536 01"));
-    QCOMPARE(device.requests, 1);
-}
-
-void tst_scan::interrupted()
-{
-    Device device;
-    device.served = numbers("1-150");
-    device.stopAfter = 3;
-    const auto findings = scan::scanArea(
-        {1, 400, 100, 1}, [&](int first, int count) { return device.read(first, count); }, [](int) {});
-    QCOMPARE(textOf(findings), QStringLiteral("1-150 ok, 151-400 unasked"));
+    QCOMPARE(textOf(findings), QString::fromLatin1(area.expected));
+    QCOMPARE(findings.mostInRequest, area.mostInRequest == 50 ? 31 : area.plan.mostInRequest);
+    QVERIFY2(station.requests <= area.requests, qPrintable(QString::number(station.requests)));
+    if (!textOf(findings).contains(QLatin1String("unasked")))
+        QCOMPARE(settled, area.plan.last - area.plan.first + 1);
 }
 
 namespace {
@@ -255,35 +212,38 @@ void tst_scan::stations()
     QCOMPARE(lastDone, qint64(45)); // of 60, before the request for the last 5 that were asked for
 }
 
+static const struct
+{
+    const char* name;
+    int silences;
+    bool isUnreachable;
+    const char* asked;
+    const char* stopped;
+} attempts[] = {
+    {"silence, then an answer", 1, false, "1-HR1x1 1-HR1x1 1-HR1x5 1-HR1x5", ""},
+    {"silence too often", 9, false, "1-HR1x1 1-HR1x1", ""},
+    {"no connection", 0, true, "1-HR1x1 1-HR1x1 1-HR1x1", "connection refused"},
+};
+
 void tst_scan::retries_data()
 {
-    QTest::addColumn<int>("silences");
-    QTest::addColumn<bool>("isUnreachable");
-    QTest::addColumn<QString>("asked");
-    QTest::addColumn<QString>("stopped");
-    QTest::newRow("silence, then an answer") << 1 << false << "1-HR1x1 1-HR1x1 1-HR1x5 1-HR1x5"
-                                             << "";
-    QTest::newRow("silence too often") << 9 << false << "1-HR1x1 1-HR1x1"
-                                       << "";
-    QTest::newRow("no connection") << 0 << true << "1-HR1x1 1-HR1x1 1-HR1x1"
-                                   << "connection refused";
+    addRows(attempts);
 }
 
 void tst_scan::retries()
 {
-    QFETCH(int, silences);
-    QFETCH(bool, isUnreachable);
+    QFETCH(int, row);
     TwoStations device;
-    device.silences = silences;
-    device.isUnreachable = isUnreachable;
+    device.silences = attempts[row].silences;
+    device.isUnreachable = attempts[row].isUnreachable;
     scan::DevicePlan plan = planOf({1});
     plan.areas.resize(1);
     plan.last = 5;
     plan.probeRetries = 1;
     plan.retries = 2;
     const auto findings = scan::scanDevice(plan, device, [](const QString&, qint64, qint64) {});
-    QTEST(device.asked.join(QLatin1Char(' ')), "asked");
-    QTEST(findings.stopped, "stopped");
+    QCOMPARE(device.asked.join(QLatin1Char(' ')), QString::fromLatin1(attempts[row].asked));
+    QCOMPARE(findings.stopped, QString::fromLatin1(attempts[row].stopped));
 }
 
 // The texts that the page on errors lists in the first cells of its tables, and no others.
