@@ -6,7 +6,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QThread>
 #include <QVector>
 
 #include <csignal>
@@ -78,8 +80,21 @@ public:
         m_process.waitForStarted(waitMs);
     }
 
-    /// Sends Ctrl-C's signal to what start() started.
-    void interrupt() { ::kill(static_cast<pid_t>(m_process.processId()), SIGINT); }
+    /// Sends Ctrl-C's signal to the driverhost that start() started, when it has caught signals for 200 ms:
+    /// until then it has not begun to work.
+    void interrupt()
+    {
+        const QString process = QStringLiteral("/proc/%1/").arg(m_process.processId());
+        static const QRegularExpression caught(QStringLiteral("SigCgt:\\s+[0-9a-f]+[2367abef]\n"));
+        QElapsedTimer timer;
+        timer.start();
+        while (timer.elapsed() < waitMs &&
+               !(QFile::symLinkTarget(process + QStringLiteral("exe")) == file() &&
+                 caught.match(QString::fromLatin1(contents(process + QStringLiteral("status")))).hasMatch()))
+            QThread::msleep(10);
+        QThread::msleep(200);
+        ::kill(static_cast<pid_t>(m_process.processId()), SIGINT);
+    }
 
     /// Waits until the program has written this on stderr.
     bool waitForError(const char* text)

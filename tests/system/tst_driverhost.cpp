@@ -6,9 +6,8 @@
 #include <QTcpServer>
 #include <QtTest>
 
-#include <csignal>
-
-constexpr int patienceMs = 30000; // of a busy machine
+#include <array>
+#include <cstring>
 
 class tst_driverhost : public QObject
 {
@@ -16,36 +15,23 @@ class tst_driverhost : public QObject
 
 private slots:
     void initTestCase();
-    void readsWhatMbpollReads_data();
-    void readsWhatMbpollReads();
-    void mbpollReadsWhatIsWritten_data();
-    void mbpollReadsWhatIsWritten();
+    void agreesWithMbpoll();
     void bitsBesideAWrittenBitStay();
-    void limits_data();
     void limits();
     void slaveRestartsBetweenTwoCommands();
     void outputThatCanNotBeWritten();
-    void interruptEndsAWait_data();
     void interruptEndsAWait();
 
 private:
     ProgramRun host(const QString& commandLine);
-    QStringList mbpoll(const QString& commandLine);
 
     HostProgram m_host; ///< with a project next to it
-    QString m_mbpoll;
     SlaveProcess m_slave;
 };
-
-static QStringList words(const QString& text)
-{
-    return text.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
 
 void tst_driverhost::initTestCase()
 {
     QVERIFY(m_host.install());
-    m_mbpoll = QStandardPaths::findExecutable(QStringLiteral("mbpoll"));
     QVERIFY2(m_slave.start(), m_slave.problem());
     const ProgramRun created = host(QStringLiteral("project create --tag DO1 --tag DO3 --tag DO9 --tag DI2"));
     QCOMPARE(created.status, 0);
@@ -56,101 +42,66 @@ ProgramRun tst_driverhost::host(const QString& commandLine)
     return m_host.run(commandLine + QStringLiteral(" --device ") + m_slave.device());
 }
 
-/// The values that mbpoll, an independent client, reads from the slave.
-QStringList tst_driverhost::mbpoll(const QString& commandLine)
+/// The values of lines that begin with this.
+static QStringList values(const char* beginning, const QString& text)
 {
-    QProcess process;
-    process.start(
-        m_mbpoll,
-        words(QStringLiteral("-1 -q -m tcp -p %1 %2 127.0.0.1").arg(m_slave.port()).arg(commandLine)));
-    process.waitForFinished();
-    static const QRegularExpression line(QStringLiteral("^\\[[0-9]+\\]:\\s+(\\S+)"),
-                                         QRegularExpression::MultilineOption);
-    QStringList values;
-    auto matches = line.globalMatch(QString::fromLatin1(process.readAllStandardOutput()));
-    while (matches.hasNext())
-        values += matches.next().captured(1);
-    return values;
+    const QRegularExpression line(QStringLiteral("^%1\\s+(\\S+)").arg(QLatin1String(beginning)),
+                                  QRegularExpression::MultilineOption);
+    QStringList found;
+    for (auto matches = line.globalMatch(text); matches.hasNext();)
+        found += matches.next().captured(1);
+    return found;
 }
 
-void tst_driverhost::readsWhatMbpollReads_data()
+/// What mbpoll reads afterwards is what was read as text and as JSON, or what was to be written.
+void tst_driverhost::agreesWithMbpoll()
 {
-    QTest::addColumn<QString>(
-        "other"); ///< mbpoll: type (0 coil, 1 discrete input, 3 input, 4 holding), range
-    QTest::newRow("read HR100 --count 10") << "-t 4 -r 100 -c 10";
-    QTest::newRow("read HR100 --count 10 --entry instance") << "-t 4 -r 100 -c 10";
-    QTest::newRow("read FN6HR40000 --count 125") << "-t 4 -r 40000 -c 125";
-    QTest::newRow("read HR65536") << "-t 4 -r 65536 -c 1";
-    QTest::newRow("read IR7 --count 20") << "-t 3 -r 7 -c 20";
-    QTest::newRow("read HR100 --type dword --count 62 --as int") << "-t 4:int -r 100 -c 62";
-    QTest::newRow("read HR40000SW --type dword --count 62 --as int") << "-t 4:int -B -r 40000 -c 62";
-    QTest::newRow("read IR1 --type word --count 3 --as hex") << "-t 3:hex -r 1 -c 3";
-    QTest::newRow("read DO1 --count 100") << "-t 0 -r 1 -c 100";
-    QTest::newRow("read FN5DO65530 --count 7") << "-t 0 -r 65530 -c 7";
-    QTest::newRow("read DI5 --count 100 --type bitblock") << "-t 1 -r 5 -c 100";
-}
-
-void tst_driverhost::readsWhatMbpollReads()
-{
-    QFETCH(QString, other);
-    if (m_mbpoll.isEmpty())
+    if (QStandardPaths::findExecutable(QStringLiteral("mbpoll")).isEmpty())
         QSKIP("mbpoll, a Debian package of that name, is not installed");
-    const QString command = QString::fromLatin1(QTest::currentDataTag());
-    QStringList expected = mbpoll(other);
-    QVERIFY(!expected.isEmpty());
-    const ProgramRun text = host(command);
-    QCOMPARE(text.err, QString());
-    QCOMPARE(text.status, 0);
-    QStringList values;
-    for (const QString& line : text.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
-        values += words(line).value(1);
-    QCOMPARE(values.join(QLatin1Char(' ')), expected.join(QLatin1Char(' ')).toLower());
-
-    QStringList numbers;
-    const QJsonObject json = host(command + QStringLiteral(" --format json")).json().value(0);
-    for (const QJsonValue& value : json.value(QStringLiteral("values")).toArray())
-        numbers += QString::number(value.toVariant().toLongLong());
-    for (QString& value : expected)
-        value = QString::number(value.toLongLong(nullptr, 0));
-    QCOMPARE(numbers, expected);
-}
-
-void tst_driverhost::mbpollReadsWhatIsWritten_data()
-{
-    QTest::addColumn<QString>("other");
-    QTest::addColumn<QString>("values");
-    QTest::newRow("write HR500 1 65535 0x1234") << "-t 4 -r 500 -c 3"
-                                                << "1 65535 4660";
-    QTest::newRow("write FN6HR510 7 8 9") << "-t 4 -r 510 -c 3"
-                                          << "7 8 9";
-    QTest::newRow("write HR520 --type dword -2 70000") << "-t 4:int -r 520 -c 2"
-                                                       << "-2 70000";
-    QTest::newRow("write HR530SW --type dword 305419896") << "-t 4 -r 530 -c 2"
-                                                          << "4660 22136";
-    QTest::newRow("write HR540 --type float32 1.5 -2.25") << "-t 4:float -r 540 -c 2"
-                                                          << "1.5 -2.25";
-    QTest::newRow("write FN6HR550SW:float32 10") << "-t 4:float -B -r 550 -c 1"
-                                                 << "10";
-    QTest::newRow("write HR560 --type byte --as text Valves") << "-t 4 -r 560 -c 3"
-                                                              << "24918 30316 29541";
-    QTest::newRow("write 'HR563:string(6)' Valve --verify") << "-t 4 -r 563 -c 3"
-                                                            << "22113 27766 25856";
-    QTest::newRow("write DO501 1 0 1 1") << "-t 0 -r 501 -c 4"
-                                         << "1 0 1 1";
-    QTest::newRow("write FN5DO510 1 1 0") << "-t 0 -r 510 -c 3"
-                                          << "1 1 0";
-}
-
-void tst_driverhost::mbpollReadsWhatIsWritten()
-{
-    QFETCH(QString, other);
-    QFETCH(QString, values);
-    if (m_mbpoll.isEmpty())
-        QSKIP("mbpoll, a Debian package of that name, is not installed");
-    const ProgramRun written = host(QString::fromLatin1(QTest::currentDataTag()));
-    QCOMPARE(written.err, QString());
-    QCOMPARE(written.status, 0);
-    QCOMPARE(mbpoll(other).join(QLatin1Char(' ')), values);
+    // Its types are 0 coil, 1 discrete input, 3 input register, 4 holding register.
+    const std::array<const char*, 3> cases[] = {
+        {"read HR100 --count 10", "-t 4 -r 100 -c 10", ""},
+        {"read HR100 --count 10 --entry instance", "-t 4 -r 100 -c 10", ""},
+        {"read FN6HR40000 --count 125", "-t 4 -r 40000 -c 125", ""},
+        {"read HR65536", "-t 4 -r 65536 -c 1", ""},
+        {"read IR7 --count 20", "-t 3 -r 7 -c 20", ""},
+        {"read HR100 --type dword --count 62 --as int", "-t 4:int -r 100 -c 62", ""},
+        {"read HR40000SW --type dword --count 62 --as int", "-t 4:int -B -r 40000 -c 62", ""},
+        {"read IR1 --type word --count 3 --as hex", "-t 3:hex -r 1 -c 3", ""},
+        {"read DO1 --count 100", "-t 0 -r 1 -c 100", ""},
+        {"read FN5DO65530 --count 7", "-t 0 -r 65530 -c 7", ""},
+        {"read DI5 --count 100 --type bitblock", "-t 1 -r 5 -c 100", ""},
+        {"write HR500 1 65535 0x1234", "-t 4 -r 500 -c 3", "1 65535 4660"},
+        {"write FN6HR510 7 8 9", "-t 4 -r 510 -c 3", "7 8 9"},
+        {"write HR520 --type dword -2 70000", "-t 4:int -r 520 -c 2", "-2 70000"},
+        {"write HR530SW --type dword 305419896", "-t 4 -r 530 -c 2", "4660 22136"},
+        {"write HR540 --type float32 1.5 -2.25", "-t 4:float -r 540 -c 2", "1.5 -2.25"},
+        {"write FN6HR550SW:float32 10", "-t 4:float -B -r 550 -c 1", "10"},
+        {"write HR560 --type byte --as text Valves", "-t 4 -r 560 -c 3", "24918 30316 29541"},
+        {"write 'HR563:string(6)' Valve --verify", "-t 4 -r 563 -c 3", "22113 27766 25856"},
+        {"write DO501 1 0 1 1", "-t 0 -r 501 -c 4", "1 0 1 1"},
+        {"write FN5DO510 1 1 0", "-t 0 -r 510 -c 3", "1 1 0"},
+    };
+    for (const auto& [command, other, written] : cases) {
+        const ProgramRun run = host(QString::fromLatin1(command));
+        QCOMPARE(run.err, QString());
+        QCOMPARE(run.status, 0);
+        const ProgramRun check = m_host.shell(QStringLiteral("mbpoll -1 -q -m tcp -p %1 %2 127.0.0.1")
+                                                  .arg(m_slave.port())
+                                                  .arg(QLatin1String(other)));
+        QStringList seen = values("\\[[0-9]+\\]:", check.out.toLower());
+        if (*written) {
+            QCOMPARE(seen.join(QLatin1Char(' ')), QString::fromLatin1(written));
+            continue;
+        }
+        QVERIFY2(!seen.isEmpty(), other);
+        QCOMPARE(values("\\S+", run.out), seen);
+        for (QString& value : seen)
+            value = QString::number(value.toLongLong(nullptr, 0));
+        const QJsonObject json =
+            host(QLatin1String(command) + QStringLiteral(" --format json")).json().value(0);
+        QCOMPARE(json.value(QStringLiteral("values")).toVariant().toStringList(), seen);
+    }
 }
 
 void tst_driverhost::bitsBesideAWrittenBitStay()
@@ -166,32 +117,25 @@ void tst_driverhost::bitsBesideAWrittenBitStay()
              QStringLiteral("DO1  00000101\nDO9  00000001\n"));
 }
 
-void tst_driverhost::limits_data()
-{
-    QTest::addColumn<QString>("error"); ///< empty: done
-    QTest::newRow("read DO1 --count 2000") << QString();
-    QTest::newRow("read HR1 --count 125") << QString();
-    QTest::newRow("read HR1 --count 126") << "read 126 word(s) from 1-HR1> can't read any word from HR1";
-    QTest::newRow("read HR1 --type dword --count 63")
-        << "read 63 dword(s) from 1-HR1> can't read any double word from HR1";
-    QTest::newRow("read DO1 --count 2009") << "read 2009 bit(s) from 1-DO1> can't read 2009 bits from DO1";
-    QTest::newRow("read HR65536 --count 2")
-        << "read 2 word(s) from 1-HR65536> can't read any word from HR65536";
-    QTest::newRow("read HR1 --type qword") << "Modbus TCP Slave does not read qword at HR1";
-    QTest::newRow("write IR1 1") << "write 1 word(s) to 1-IR1> can't write any word to IR1";
-    QTest::newRow("read HR1 --link 2") << "failed to get default station id";
-}
-
 void tst_driverhost::limits()
 {
-    QFETCH(QString, error);
-    const ProgramRun outcome =
-        host(QString::fromLatin1(QTest::currentDataTag()) + QStringLiteral(" --format json --retry 0"));
-    QCOMPARE(outcome.err, error.isEmpty() ? QString() : QStringLiteral("error: %1\n").arg(error));
-    QCOMPARE(outcome.status, error.isEmpty() ? 0 : 1);
-    const QJsonObject json = outcome.json().value(0);
-    QCOMPARE(json.value(QStringLiteral("error")).toString(), error);
-    QCOMPARE(json.contains(QStringLiteral("values")), error.isEmpty());
+    const std::pair<const char*, const char*> cases[] = {
+        {"read DO1 --count 2000", ""},
+        {"read HR1 --count 125", ""},
+        {"read HR1 --count 126", "read 126 word(s) from 1-HR1> can't read any word from HR1"},
+        {"read HR1 --type qword", "Modbus TCP Slave does not read qword at HR1"},
+        {"write IR1 1", "write 1 word(s) to 1-IR1> can't write any word to IR1"},
+        {"read HR1 --link 2", "failed to get default station id"},
+    };
+    for (const auto& [command, text] : cases) {
+        const ProgramRun run = host(QLatin1String(command) + QStringLiteral(" --format json --retry 0"));
+        const QString error = QString::fromLatin1(text);
+        QCOMPARE(run.err, error.isEmpty() ? QString() : QStringLiteral("error: %1\n").arg(error));
+        QCOMPARE(run.status, error.isEmpty() ? 0 : 1);
+        const QJsonObject json = run.json().value(0);
+        QCOMPARE(json.value(QStringLiteral("error")).toString(), error);
+        QCOMPARE(json.contains(QStringLiteral("values")), error.isEmpty());
+    }
 }
 
 // The session of this process reads the project next to this program.
@@ -232,52 +176,30 @@ void tst_driverhost::outputThatCanNotBeWritten()
     QCOMPARE(run.err, QStringLiteral("error: the output cannot be written\n"));
 }
 
-void tst_driverhost::interruptEndsAWait_data()
-{
-    QTest::addColumn<bool>("connects");
-    QTest::addColumn<QByteArray>("error");
-    QTest::newRow("read HR1 --timeout 60000")
-        << true << QByteArray("interrupted while waiting for 127.0.0.1:");
-    QTest::newRow("read HR1 --delay 60000") << false << QByteArray("error: interrupted\n");
-    QTest::newRow("scan --timeout 60000") << true << QByteArray("error: interrupted\n");
-    QTest::newRow("watch HR1 --timeout 60000") << true << QByteArray();
-    QTest::newRow("watch HR1 --delay 60000") << false << QByteArray();
-}
-
-/// Whether the process catches the signal; until then it has not begun to work.
-static bool catches(qint64 process, int signal)
-{
-    QFile status(QStringLiteral("/proc/%1/status").arg(process));
-    const QByteArray text = status.open(QIODevice::ReadOnly) ? status.readAll() : QByteArray();
-    const QByteArray caught = text.mid(text.indexOf("SigCgt:") + 7, 17).trimmed();
-    return (caught.toULongLong(nullptr, 16) >> (signal - 1) & 1) != 0;
-}
-
 void tst_driverhost::interruptEndsAWait()
 {
-    QFETCH(bool, connects);
-    QFETCH(QByteArray, error);
-    QTcpServer silent;
-    QVERIFY(silent.listen(QHostAddress::LocalHost));
-    QProcess process;
-    const QString command = QString::fromLatin1(QTest::currentDataTag());
-    process.start(m_host.file(),
-                  words(QStringLiteral("%1 --device 127.0.0.1:%2").arg(command).arg(silent.serverPort())));
-    QVERIFY(process.waitForStarted());
-    if (connects)
-        QVERIFY(silent.waitForNewConnection(patienceMs));
-    QTRY_VERIFY_WITH_TIMEOUT(catches(process.processId(), SIGINT), patienceMs);
-    QTest::qWait(200);
-    QCOMPARE(process.state(), QProcess::Running);
-    QElapsedTimer timer;
-    timer.start();
-    ::kill(static_cast<pid_t>(process.processId()), SIGINT);
-    QVERIFY(process.waitForFinished(patienceMs));
-    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
-    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(process.exitCode(), 130);
-    const QByteArray text = process.readAllStandardError();
-    QVERIFY2(text.contains(error), text.constData());
+    const std::pair<const char*, const char*> cases[] = {
+        {"read HR1 --timeout 60000", "interrupted while waiting for 127.0.0.1:"},
+        {"read HR1 --delay 60000", "error: interrupted\n"},
+        {"scan --timeout 60000", "error: interrupted\n"},
+        {"watch HR1 --timeout 60000", ""},
+        {"watch HR1 --delay 60000", ""},
+    };
+    for (const auto& [command, error] : cases) {
+        QTcpServer silent;
+        QVERIFY(silent.listen(QHostAddress::LocalHost));
+        m_host.start(QStringLiteral("exec ./driverhost %1 --device 127.0.0.1:%2")
+                         .arg(QLatin1String(command))
+                         .arg(silent.serverPort()));
+        QVERIFY(strstr(command, "--delay") || silent.waitForNewConnection(30000)); // a pause comes before it
+        QElapsedTimer timer;
+        timer.start();
+        m_host.interrupt();
+        const ProgramRun run = m_host.finish();
+        QVERIFY2(timer.elapsed() < 30000, command);
+        QCOMPARE(run.status, 130);
+        QVERIFY2(run.err.contains(QLatin1String(error)), qPrintable(run.err));
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_driverhost)
