@@ -3,51 +3,44 @@
 
 #include "harness.h"
 
+#include <QDirIterator>
+
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <set>
-#include <vector>
 
-namespace fs = std::filesystem;
-
-static void collect(const fs::path& place, std::set<fs::path>& files)
+static bool replay(const QString& name)
 {
-    if (!fs::is_directory(place)) {
-        files.insert(place);
-        return;
-    }
-    for (const fs::directory_entry& entry : fs::directory_iterator(place))
-        collect(entry.path(), files);
-}
-
-static bool replay(const fs::path& file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream)
+    QFile file(name);
+    if (!file.open(QIODevice::ReadOnly))
         return false;
-    const std::vector<char> bytes((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
-    std::printf("%s\n", file.filename().c_str());
+    const QByteArray bytes = file.readAll();
+    std::printf("%s\n", qPrintable(QFileInfo(name).fileName()));
     std::fflush(stdout);
-    LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
+    LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.constData()),
+                           static_cast<std::size_t>(bytes.size()));
     return true;
 }
 
 int main(int argc, char** argv)
 {
-    std::set<fs::path> files;
-    for (int i = 1; i < argc; ++i)
-        collect(argv[i], files);
-    if (files.empty()) {
+    QStringList files;
+    for (int i = 1; i < argc; ++i) {
+        const QString place = QFile::decodeName(argv[i]);
+        QDirIterator folder(place, QDir::Files, QDirIterator::Subdirectories);
+        while (folder.hasNext())
+            files += folder.next();
+        if (!QFileInfo(place).isDir())
+            files += place;
+    }
+    files.sort();
+    if (files.isEmpty()) {
         std::fprintf(stderr, "%s: nothing to replay; name files or folders of inputs\n", argv[0]);
         return 2;
     }
 
     LLVMFuzzerInitialize(&argc, &argv);
-    for (const fs::path& file : files) {
+    for (const QString& file : qAsConst(files)) {
         if (!replay(file)) {
-            std::fprintf(stderr, "%s: cannot read %s\n", argv[0], file.c_str());
+            std::fprintf(stderr, "%s: cannot read %s\n", argv[0], qPrintable(file));
             return 1;
         }
     }

@@ -72,16 +72,6 @@ private slots:
         }
     }
 
-    void blockEqualsSteps()
-    {
-        const QByteArray bytes = someBytes(400);
-        for (int offset = 0; offset < 9; ++offset) {
-            for (int size = 0; size < 390; ++size)
-                QCOMPARE(CRC16Calculate(bytesOf(bytes) + offset, size),
-                         steps(update_crc_16, 0, bytes.mid(offset, size)));
-        }
-    }
-
     void sums()
     {
         const QByteArray bytes = hex("ff02"), many(260, '\xff');
