@@ -7,6 +7,7 @@ namespace {
 
 constexpr int gap = 2;
 constexpr int widestTrend = 60;
+constexpr int leastName = 20; ///< more than any address has
 constexpr int widestAge = 6;
 constexpr int readableError = 25; ///< "no answer, attempt 2 of 4"
 
@@ -73,6 +74,13 @@ QString reasonOf(const QString& error)
 {
     const int end = error.indexOf(QLatin1String("> "));
     return end < 0 ? error : error.mid(end + 2);
+}
+
+/// Leaves out the middle: names often differ in their last word only.
+QString shortenedName(const QString& name, int width, TrendSymbols symbols)
+{
+    const int end = width / 3;
+    return name.size() <= width ? name : shortened(name, width - end, symbols) + name.right(end);
 }
 
 /// Lays out one table; exists only while it does so.
@@ -228,6 +236,7 @@ void Table::measure()
 /// Columns get their room in order of importance; the rest goes to the trend and the errors.
 void Table::giveRoom(int width)
 {
+    m_natural[NameColumn] = std::min(m_natural[NameColumn], std::max(width / 3, leastName));
     int left = width;
     for (const Column column : byImportance(m_natural[ErrorColumn] > headingWidth(ErrorColumn))) {
         const int space = left == width ? 0 : gap;
@@ -250,7 +259,8 @@ void Table::giveRoom(int width)
 QString Table::padded(const QString& text, Column column) const
 {
     const int width = m_width[column];
-    const QString fitting = shortened(text, width, m_contents.symbols);
+    const QString fitting = column == NameColumn ? shortenedName(text, width, m_contents.symbols)
+                                                 : shortened(text, width, m_contents.symbols);
     return isLeftAligned(column) ? fitting.leftJustified(width) : fitting.rightJustified(width);
 }
 

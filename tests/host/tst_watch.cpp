@@ -6,6 +6,7 @@
 #include <QtTest>
 
 #include <limits>
+#include <numeric>
 
 namespace {
 
@@ -24,6 +25,12 @@ Samples samplesOf(const QString& text)
     for (const QString& word : words(text))
         samples.push_back(word == QLatin1String("x") ? gap : word.toDouble());
     return samples;
+}
+
+QString textOf(const ScreenLine& line)
+{
+    return std::accumulate(line.begin(), line.end(), QString(),
+                           [](const QString& text, const ScreenSpan& span) { return text + span.text; });
 }
 
 } // namespace
@@ -326,7 +333,10 @@ void tst_watch::keys()
 // title is there as soon as there is a line.
 void tst_watch::everyScreenSize()
 {
-    WatchState state({itemIn("HR1:word:30"), itemIn("DO1")});
+    Item named = itemIn("HR40");
+    named.signal.name = QStringLiteral("Serial number of the plant in the cellar");
+    WatchState state({itemIn("HR1:word:30"), itemIn("DO1"), named});
+    state.setSilence(Silence{{1}, 2}, 4);
     Reading good;
     good.outcome.data = QByteArray(60, '\x7f');
     state.add(good);
@@ -344,6 +354,11 @@ void tst_watch::everyScreenSize()
                                control,
                                TrendSymbols::Blocks,
                                PollSchedule::Clock::now()};
+    QStringList lines;
+    for (const ScreenLine& line : layOutScreen(contents, {80, 50}))
+        lines += textOf(line);
+    QCOMPARE(lines.filter(QRegularExpression(QStringLiteral("^DO1 .* no answer, attempt 2 of 4"))).size(), 1);
+    QCOMPARE(lines.filter(QRegularExpression(QStringLiteral("^Serial number of \u2026e cellar "))).size(), 1);
     for (const char key : {'r', '/', '1', 'w', '?'}) { // each in the place to which those before it lead
         control.press({key == 'w' ? KeyPress::Enter : KeyPress::Character, QString(QLatin1Char(key))}, 9);
         for (const auto symbols : {TrendSymbols::Blocks, TrendSymbols::Ascii}) {
@@ -360,9 +375,7 @@ void tst_watch::fitsEverySize(const ScreenContents& contents)
             const QVector<ScreenLine> lines = layOutScreen(contents, {width, height});
             QVERIFY(!lines.isEmpty() && lines.size() <= height);
             for (const ScreenLine& line : lines) {
-                QString text;
-                for (const ScreenSpan& span : line)
-                    text += span.text;
+                const QString text = textOf(line);
                 const bool isAscii = std::all_of(text.begin(), text.end(),
                                                  [](QChar each) { return each >= ' ' && each <= '~'; });
                 QVERIFY2(text.size() <= width, qPrintable(QStringLiteral("%1x%2").arg(width).arg(height)));
