@@ -54,268 +54,53 @@ QString textOf(const RecordColumn& column)
     return text;
 }
 
-} // namespace
+using Conversion = QString (*)(const QString&);
 
-class tst_record : public QObject
+/// The headings of "ITEM" or "ITEM@STATION", of a driver whose default station is 1. What stands in a heading
+/// is the same item again, or said to be none.
+QString headings(const QString& input)
 {
-    Q_OBJECT
-
-private slots:
-    void recorderStarts_data();
-    void recorderStarts();
-    void recorderCountsWhatIsLost();
-    void recorderMeetsOthers_data();
-    void recorderMeetsOthers();
-    void rowsAreCompleteOrAbsent();
-    void recorderRefuses_data();
-    void recorderRefuses();
-    void headings_data();
-    void headings();
-    void rows_data();
-    void rows();
-    void records_data();
-    void records();
-    void selections_data();
-    void selections();
-    void moments_data();
-    void moments();
-    void curvesKeepPeaks();
-    void timeAxes_data();
-    void timeAxes();
-    void gnuplotStrings();
-
-private:
-    QString read(const QByteArray& contents, const RecordSelection& selection);
-
-    QTemporaryDir m_folder;
-};
-
-void tst_record::recorderStarts_data()
-{
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after"); // after one row was appended; empty: refused
-    QTest::newRow("new") << QByteArray() << QByteArray("time,HR1\n2,2\n");
-    QTest::newRow("continued") << QByteArray("time,HR1\n1,1\n") << QByteArray("time,HR1\n1,1\n2,2\n");
-    QTest::newRow("torn") << QByteArray("time,HR1\n1,1\n1,") << QByteArray("time,HR1\n1,1\n2,2\n");
-    QTest::newRow("header only") << QByteArray("time,HR1\n") << QByteArray("time,HR1\n2,2\n");
-    QTest::newRow("other columns") << QByteArray("time,HR2\n1,1\n") << QByteArray();
-    QTest::newRow("longer header") << QByteArray("time,HR1,x\n1,1\n") << QByteArray();
-    QTest::newRow("no lines") << QByteArray("precious") << QByteArray();
-    const QByteArray longRow = "time,HR1\n" + QByteArray(10000, '7') + '\n';
-    QTest::newRow("torn far back") << longRow + QByteArray(9000, '8') << longRow + "2,2\n";
-}
-
-void tst_record::recorderStarts()
-{
-    QFETCH(QByteArray, before);
-    QFETCH(QByteArray, after);
-    const QString file = m_folder.filePath(QStringLiteral("start.csv"));
-    put(file, before);
-    QString error;
-    auto recorder = CsvRecorder::open(file, "time,HR1\n", error);
-    QCOMPARE(recorder == nullptr, after.isEmpty());
-    if (recorder)
-        recorder->append("2,2\n");
-    else
-        QVERIFY2(error.contains(file), qPrintable(error));
-    QCOMPARE(contentsOf(file), after.isEmpty() ? before : after); // written before the recorder ends
-}
-
-void tst_record::recorderCountsWhatIsLost()
-{
-    QString error;
-    const auto recorder = CsvRecorder::open(QStringLiteral("/dev/full"), "time\n", error);
-    QVERIFY2(recorder, qPrintable(error));
-    recorder->append("1\n");
-    recorder->append("2\n");
-    QCOMPARE(recorder->rowsLost(), quint64(2));
-    QCOMPARE(recorder->rowsWritten(), quint64(0));
-    QCOMPARE(recorder->problem(), QStringLiteral("No space left on device"));
-}
-
-// What others do to a record while rows are appended to it.
-void tst_record::recorderMeetsOthers_data()
-{
-    QTest::addColumn<QByteArray>("theirs"); // what is there before the second row; "-": nothing
-    QTest::addColumn<QByteArray>("after");  // what follows the second row
-    QTest::addColumn<QString>("problem");
-    const QByteArray header = "time,HR1\n";
-    QTest::newRow("emptied") << QByteArray() << header + "2,2\n" << QString();
-    QTest::newRow("cut in a row") << header + "1," << header + "2,2\n" << QString();
-    QTest::newRow("a row more") << header + "1,1\n9,9\n" << header + "1,1\n9,9\n2,2\n" << QString();
-    QTest::newRow("half a row more") << header + "1,1\n9," << header + "1,1\n2,2\n" << QString();
-    QTest::newRow("other columns") << QByteArray("a\nb\n") << QByteArray("a\nb\n")
-                                   << "it does not have the columns of this record; name another file";
-    QTest::newRow("deleted") << QByteArray("-") << QByteArray("(none)") << "somebody has deleted it";
-}
-
-void tst_record::recorderMeetsOthers()
-{
-    QFETCH(QByteArray, theirs);
-    const QString file = m_folder.filePath(QStringLiteral("others.csv"));
-    QFile::remove(file);
-    QString error;
-    const auto recorder = CsvRecorder::open(file, "time,HR1\n", error);
-    QVERIFY2(recorder, qPrintable(error));
-    recorder->append("1,1\n");
-    if (theirs == "-")
-        QVERIFY(QFile::remove(file));
-    else
-        put(file, theirs);
-    recorder->append("2,2\n");
-    QTEST(contentsOf(file), "after");
-    QTEST(recorder->problem(), "problem");
-    QCOMPARE(recorder->rowsLost(), quint64(recorder->problem().isEmpty() ? 0 : 1));
-}
-
-// The limit on the file's size ends inside the second row.
-void tst_record::rowsAreCompleteOrAbsent()
-{
-    const QString file = m_folder.filePath(QStringLiteral("limited.csv"));
-    QString error;
-    const auto recorder = CsvRecorder::open(file, "time,HR1\n", error);
-    QVERIFY2(recorder, qPrintable(error));
-    std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit unlimited = {RLIM_INFINITY, RLIM_INFINITY};
-    const rlimit tight = {15, RLIM_INFINITY};
-    recorder->append("1,1\n");
-    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &tight), 0);
-    recorder->append("2,2\n");
-    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &unlimited), 0);
-    QCOMPARE(contentsOf(file), QByteArray("time,HR1\n1,1\n"));
-    QCOMPARE(recorder->problem(), QStringLiteral("File too large"));
-    recorder->append("3,3\n");
-    QCOMPARE(contentsOf(file), QByteArray("time,HR1\n1,1\n3,3\n"));
-    QVERIFY(recorder->problem().isEmpty());
-}
-
-void tst_record::recorderRefuses_data()
-{
-    QTest::addColumn<QString>("reason");
-    QTest::newRow("busy") << "another watch is recording in it";
-    QTest::newRow("folder") << "Is a directory";
-    QTest::newRow("missing/x") << "No such file or directory";
-    QTest::newRow("forbidden/x") << "Permission denied";
-    QTest::newRow("pipe") << "nobody reads from it";
-    if (::geteuid() == 0)
-        QTest::newRow("link") << "is a symbolic link of another user";
-}
-
-void tst_record::recorderRefuses()
-{
-    QFETCH(QString, reason);
-    const QTemporaryDir folder;
-    const auto name = [&folder](const char* base) {
-        return QFile::encodeName(folder.filePath(QLatin1String(base)));
-    };
-    QString error;
-    const auto busy = CsvRecorder::open(folder.filePath(QStringLiteral("busy")), "time\n", error);
-    QVERIFY2(busy, qPrintable(error));
-    QVERIFY(::mkdir(name("folder").constData(), 0777) == 0 &&
-            ::mkdir(name("forbidden").constData(), 0555) == 0 &&
-            ::mkfifo(name("pipe").constData(), 0666) == 0 && ::symlink("old", name("link").constData()) == 0);
-    if (::geteuid() == 0)
-        QCOMPARE(::lchown(name("link").constData(), 12345, 12345), 0);
-    const WithoutPrivileges plain;
-    const QString file = folder.filePath(QLatin1String(QTest::currentDataTag()));
-    QVERIFY(!CsvRecorder::open(file, "time\n", error));
-    QVERIFY2(error.startsWith(QStringLiteral("cannot write %1: ").arg(file)) && error.endsWith(reason),
-             qPrintable(error));
-}
-
-// Of a driver whose default station is 1. What stands in a heading is the same item again.
-void tst_record::headings_data()
-{
-    QTest::addColumn<QString>("item");
-    QTest::addColumn<int>("station"); // of the link
-    QTest::addColumn<QString>("headings");
-    QTest::addColumn<bool>("isItem"); // each heading without a unit is one
-    const std::tuple<const char*, int, const char*, bool> rows[] = {
-        {"HR100", 1, "HR100", true},
-        {"hr100:word:2:hex", 1, "HR100,HR101", true},
-        {"DO7:bit:3", 1, "DO7,DO8,DO9", true},
-        {"HR1:dword:2", 1, "HR1:dword,HR3:dword", true},
-        {"HR1:dword:float", 1, "HR1:dword:float", true},
-        {"HR1:word:int", 1, "HR1:int", true},
-        {"HR1:int16:int", 1, "HR1:int16", true},
-        {"HR1:float32:BADC", 1, "HR1:float32:BADC", true},
-        {"HR1SW:float32", 1, "HR1SW:float32", true},
-        {"HR1.15:bit:2", 1, "HR1.15,HR2.0", true},
-        {"HR1.15:bool:2", 1, "HR1.15:bool,HR2.0:bool", true},
-        {"HR1", 3, "3-HR1", true},
-        {"1-HR1", 3, "HR1", true},
-        {"3-HR1:float32:2", 1, "3-HR1:float32,3-HR3:float32", true},
-        {"HR5:byte:2", 1, "HR5 low:byte,HR5 high:byte", false},
-        {"Oven", 1, "Oven [°C]", true},
-        {"Oven:hex", 1, "Oven [°C]", true},
-        {"Oven:int", 1, "Oven:int", true},
-        {"Oven", 3, "Oven (station 3) [°C]", false},
-        {"Far oven [old]", 3, "Far oven [old] []", false}};
-    for (const auto& [item, station, headings, isItem] : rows)
-        QTest::addRow("%s at %d", item, station) << item << station << QString::fromUtf8(headings) << isItem;
-}
-
-void tst_record::headings()
-{
-    QFETCH(QString, item);
-    QFETCH(int, station);
-    QFETCH(bool, isItem);
     ItemContext context;
     context.findSignals = [](const QString& name, QString&) {
-        Signal signal;
-        signal.name = name;
-        signal.address = name == QLatin1String("Oven") ? QStringLiteral("HR6") : QStringLiteral("2-HR6");
-        signal.unit = name == QLatin1String("Oven") ? QStringLiteral("°C") : QString();
-        const bool isKnown = name == QLatin1String("Oven") || name == QLatin1String("Far oven [old]");
-        return isKnown ? QVector<Signal>{signal} : QVector<Signal>();
+        Signal oven = signalAt(QStringLiteral("HR6"));
+        Signal farOven = signalAt(QStringLiteral("2-HR6"));
+        oven.name = QStringLiteral("Oven");
+        oven.unit = QStringLiteral("°C");
+        farOven.name = QStringLiteral("Far oven [old]");
+        return name == oven.name      ? QVector<Signal>{oven}
+               : name == farOven.name ? QVector<Signal>{farOven}
+                                      : QVector<Signal>();
     };
     const auto headingsOf = [&context](const QString& text, int link) {
         QString error;
         const QVector<Item> items = parseItems(text, context, error);
         return items.isEmpty() ? QStringList(error) : columnHeadings(items.first(), {link, 1});
     };
-    const QStringList headings = headingsOf(item, station);
-    QTEST(headings.join(QLatin1Char(',')), "headings");
-    for (QString heading : headings) {
+    const int link = input.section(QLatin1Char('@'), 1).toInt();
+    QStringList texts;
+    for (const QString& heading : headingsOf(input.section(QLatin1Char('@'), 0, 0), std::max(link, 1))) {
         const QString name = heading.section(QStringLiteral(" ["), 0, 0);
-        QVERIFY(!isItem || headingsOf(name, 1) == QStringList(heading));
+        const bool isItem = headingsOf(name, 1) == QStringList(heading);
+        texts += isItem ? heading : heading + QLatin1String(" (no item)");
     }
+    return texts.join(QLatin1Char(','));
 }
 
-// What is written of samples "BEGIN hTIME=VALUE dTIME=VALUE", in which h is HR1, d is DO3 and x a failure, at
-// an interval of a second. Between samples, somebody damages (!) or empties (0) the file.
-void tst_record::rows_data()
+/// What is written of samples "BEGIN hTIME=VALUE dTIME=VALUE", in which h is HR1, d is DO3 and x a failure,
+/// at an interval of a second. Between samples, somebody damages (!) or empties (0) the file.
+QString written(const QString& samples)
 {
-    QTest::addColumn<QString>("rows");
-    const std::tuple<const char*, const char*> rows[] = {
-        {"0 h5=7 d9=1|1000 h1005=8 d1009=0", "0,7,1,2.000,|1000,8,0,2.000,"},
-        {"0 h5=x d9=1", "0,,1,2.000,HR1: no answer"},
-        {"0 h5=7 d1000=1", "0,7,1,2.000,"},
-        {"0 h5=7 d1001=1|1100 h1105=8 d1109=0", "0,7,,,|1001,,1,2.000,|1100,8,0,2.000,"},
-        {"0 h3000=7 d3005=1", "3000,7,1,2.000,"},
-        {"0 h5=7 d3000=x", "0,7,,,|3000,,,2.000,DO3: no answer"},
-        {"0 h5=7 d9=1|2009 h2010=8 d2011=0", "0,7,1,2.000,|2009,8,0,2.000,"},
-        {"0 h5=7 d9=1|2010 h2010=8 d2011=0",
-         "0,7,1,2.000,|2010,,,0.000,nothing was read for 2.0 s|2010,8,0,2.000,"},
-        {"0 h5=7 d9=1|-5 h5=8 d9=0", "0,7,1,2.000,|-5,,,0.000,the clock was set back|-5,8,0,2.000,"},
-        {"0 h5=7|1000 h1005=8 d1009=0", "1000,8,0,2.000,"}, // the first is incomplete
-        {"!|0 h5=7 d9=1|0|1000 h1005=8 d1009=0", "1000,,,0.000,1 row(s) are missing|1000,8,0,2.000,"}};
-    for (const auto& [samples, written] : rows)
-        QTest::newRow(samples) << QString::fromLatin1(written);
-}
-
-void tst_record::rows()
-{
-    const QString file = m_folder.filePath(QStringLiteral("rows.csv"));
-    put(file, "");
+    const QTemporaryDir folder;
+    const QString file = folder.filePath(QStringLiteral("rows.csv"));
     QString error;
     const QVector<Item> items = {parseItems(QStringLiteral("HR1"), ItemContext(), error).value(0),
                                  parseItems(QStringLiteral("DO3"), ItemContext(), error).value(0)};
     const auto recorder = CsvRecorder::open(file, recordHeader(items, {}), error);
-    QVERIFY2(recorder, qPrintable(error));
+    if (!recorder)
+        return error;
     RecordWriter writer(*recorder, items, std::chrono::seconds(1));
     Reading reading;
-    for (const QString& sample : QString::fromLatin1(QTest::currentDataTag()).split(QLatin1Char('|'))) {
+    for (const QString& sample : samples.split(QLatin1Char('|'))) {
         const QStringList words = sample.split(QLatin1Char(' '));
         if (words.size() == 1)
             put(file, sample == QLatin1String("!") ? "somebody else's\n" : "");
@@ -332,33 +117,159 @@ void tst_record::rows()
             writer.add(reading);
         }
     }
-    QTEST(rowsIn(contentsOf(file)), "rows");
+    return rowsIn(contentsOf(file));
 }
 
-/// The curves, or the error with its exit status.
-QString tst_record::read(const QByteArray& contents, const RecordSelection& selection)
+/// In seconds since 1970; a time alone is of 1970-01-11.
+QString momentText(const QString& text)
 {
-    const QString file = m_folder.filePath(QStringLiteral("record.csv"));
-    put(file, contents);
-    Record record;
+    const auto moment = parseMoment(text);
+    return moment ? QString::number(moment->seconds(QDate(1970, 1, 11)), 'g', 10) : QStringLiteral("none");
+}
+
+/// Step and format of an axis of this many seconds with room for 100 characters.
+QString axisText(const QString& seconds)
+{
+    constexpr double begin = 1795388285;
+    const TimeAxis axis = timeAxis(begin, begin + seconds.toInt(), 100);
+    return QStringLiteral("%1 %2").arg(static_cast<int>(axis.step)).arg(axis.format);
+}
+
+} // namespace
+
+Q_DECLARE_METATYPE(Conversion)
+
+class tst_record : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void recorder_data();
+    void recorder();
+    void recorderCountsWhatIsLost();
+    void recorderRefuses_data();
+    void recorderRefuses();
+    void records_data();
+    void records();
+    void conversions_data();
+    void conversions();
+    void curvesKeepPeaks();
+
+private:
+    QTemporaryDir m_folder;
+};
+
+// What is there before a record, and what others do to it between two rows.
+void tst_record::recorder_data()
+{
+    QTest::addColumn<QByteArray>("before"); ///< the record is opened; empty: nothing
+    QTest::addColumn<QByteArray>(
+        "theirs");                         ///< is there before the second row; "as it was", "deleted", "full"
+    QTest::addColumn<QByteArray>("after"); ///< the third row
+    QTest::addColumn<QString>("problem");  ///< of the second row
+    const QByteArray header = "time,HR1\n";
+    const QByteArray longRow = QByteArray(10000, '7') + '\n';
+    const char* const others = "it does not have the columns of this record; name another file";
+    const std::tuple<const char*, QByteArray, QByteArray, QByteArray, const char*> rows[] = {
+        {"new", "", "as it was", header + "1,1\n2,2\n3,3\n", ""},
+        {"continued", header + "0,0\n", "as it was", header + "0,0\n1,1\n2,2\n3,3\n", ""},
+        {"torn", header + "0,0\n0,", "as it was", header + "0,0\n1,1\n2,2\n3,3\n", ""},
+        {"torn far back", header + longRow + QByteArray(9000, '8'), "as it was",
+         header + longRow + "1,1\n2,2\n3,3\n", ""},
+        {"header only", header, "as it was", header + "1,1\n2,2\n3,3\n", ""},
+        {"other columns", "time,HR2\n1,1\n", "", "", others},
+        {"longer header", "time,HR1,x\n1,1\n", "", "", others},
+        {"no lines", "precious", "", "", others},
+        {"emptied", "", "", header + "2,2\n3,3\n", ""},
+        {"cut in a row", "", header + "1,", header + "2,2\n3,3\n", ""},
+        {"a row more", "", header + "1,1\n9,9\n", header + "1,1\n9,9\n2,2\n3,3\n", ""},
+        {"half a row more", "", header + "1,1\n9,", header + "1,1\n2,2\n3,3\n", ""},
+        {"room for half a row", "", "full", header + "1,1\n3,3\n", "File too large"},
+        {"other columns now", "", "a\nb\n", "a\nb\n", others},
+        {"deleted", "", "deleted", "(none)", "somebody has deleted it"}};
+    for (const auto& [name, before, theirs, after, problem] : rows)
+        QTest::newRow(name) << before << theirs << after << QString::fromLatin1(problem);
+}
+
+void tst_record::recorder()
+{
+    QFETCH(QByteArray, before);
+    QFETCH(QByteArray, theirs);
+    QFETCH(QByteArray, after);
+    QFETCH(QString, problem);
+    const QString file = m_folder.filePath(QStringLiteral("recorder.csv"));
+    put(file, before);
     QString error;
-    const ExitStatus status = readRecord(file, selection, record, error);
-    if (status != Done)
-        return QStringLiteral("%1 %2").arg(status).arg(error.remove(file));
-    QStringList columns;
-    for (const RecordColumn& column : record.columns)
-        columns += textOf(column);
-    return QStringLiteral("%1 samples; ").arg(record.samples) + columns.join(QStringLiteral("; "));
+    const auto recorder = CsvRecorder::open(file, "time,HR1\n", error);
+    QCOMPARE(recorder == nullptr, after.isEmpty());
+    if (!recorder) {
+        QCOMPARE(error, QStringLiteral("cannot write %1: %2").arg(file, problem));
+        QCOMPARE(contentsOf(file), before);
+        return;
+    }
+    recorder->append("1,1\n");
+    if (theirs == "deleted")
+        QVERIFY(QFile::remove(file));
+    else if (theirs != "as it was" && theirs != "full")
+        put(file, theirs);
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit unlimited = {RLIM_INFINITY, RLIM_INFINITY};
+    const rlimit limit = {theirs == "full" ? 15 : RLIM_INFINITY, RLIM_INFINITY};
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    recorder->append("2,2\n");
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &unlimited), 0);
+    QCOMPARE(recorder->problem(), problem);
+    QCOMPARE(recorder->rowsLost(), quint64(problem.isEmpty() ? 0 : 1));
+    QCOMPARE(recorder->rowsWritten(), 2 - recorder->rowsLost());
+    QVERIFY(theirs == "deleted" || contentsOf(file).endsWith('\n')); // rows are complete or absent
+    recorder->append("3,3\n");
+    QCOMPARE(contentsOf(file), after); // written before the recorder ends
+}
+
+void tst_record::recorderCountsWhatIsLost()
+{
+    QString error;
+    const auto recorder = CsvRecorder::open(QStringLiteral("/dev/full"), "time\n", error);
+    QVERIFY2(recorder, qPrintable(error));
+    recorder->append("1\n");
+    recorder->append("2\n");
+    QCOMPARE(recorder->rowsLost(), quint64(2));
+    QCOMPARE(recorder->rowsWritten(), quint64(0));
+    QCOMPARE(recorder->problem(), QStringLiteral("No space left on device"));
+}
+
+void tst_record::recorderRefuses_data()
+{
+    QTest::addColumn<QString>("reason");
+    QTest::newRow("busy") << "another watch is recording in it";
+    QTest::newRow("folder") << "Is a directory";
+    QTest::newRow("folder/x") << "Permission denied";
+    QTest::newRow("pipe") << "nobody reads from it";
+}
+
+void tst_record::recorderRefuses()
+{
+    QFETCH(QString, reason);
+    const QTemporaryDir folder;
+    QString error;
+    const auto busy = CsvRecorder::open(folder.filePath(QStringLiteral("busy")), "time\n", error);
+    QVERIFY2(busy, qPrintable(error));
+    QCOMPARE(::mkdir(qPrintable(folder.filePath(QStringLiteral("folder"))), 0555), 0);
+    QCOMPARE(::mkfifo(qPrintable(folder.filePath(QStringLiteral("pipe"))), 0666), 0);
+    const WithoutPrivileges plain;
+    const QString file = folder.filePath(QLatin1String(QTest::currentDataTag()));
+    QVERIFY(!CsvRecorder::open(file, "time\n", error));
+    QCOMPARE(error, QStringLiteral("cannot write %1: %2").arg(file, reason));
 }
 
 void tst_record::records_data()
 {
-    QTest::addColumn<QByteArray>("rows");
-    QTest::addColumn<QString>("result");
+    QTest::addColumn<QByteArray>("contents");
+    QTest::addColumn<QString>("selection"); ///< columns, separated by bars; from; to
+    QTest::addColumn<QString>("result");    ///< the curves, or the exit status and the error
     const QByteArray t = "2026-11-22T22:58:0";
     const QByteArray first = t + "5.250Z,1,0,0.1,\n";
     const std::tuple<const char*, QByteArray, const char*> rows[] = {
-        {"one", first, "1 samples; HR1: 1; DO3: 0"},
         {"failed", first + t + "6Z,,,3000.0,\"HR1: a, b\"\n" + t + "7Z,3,1,1.0,\n",
          "2 samples; HR1: 1 / 3; DO3: 0 / 1"},
         {"one column failed", first + t + "6Z,,1,3.0,no\n" + t + "7Z,3,1,1.0,\n",
@@ -379,73 +290,120 @@ void tst_record::records_data()
         {"empty", "", "1  holds no samples"},
         {"all failed", t + "6Z,,,3.0,no\n", "1 every sample in  failed, there is nothing to draw"}};
     for (const auto& [name, row, result] : rows)
-        QTest::newRow(name) << row << QString::fromLatin1(result);
+        QTest::newRow(name) << "time,HR1,DO3,milliseconds,error\n" + row << "" << QString::fromLatin1(result);
+    const QByteArray oven = "time,Oven 3 temp [°C],Oven[a-z] temp [°C],HR1,milliseconds,error\n"
+                            "2026-11-22T23:59:59.000Z,1,5,9,0.1,\n2026-11-23T00:00:01.000Z,2,6,,0.1,no\n";
+    const std::pair<const char*, const char*> selections[] = {
+        {"oven*", "2 samples; Oven 3 temp: 1 2; Oven[a-z] temp: 5 6"},
+        {"Oven ? temp [°C]", "2 samples; Oven 3 temp: 1 2"},
+        {"HR1|Oven[a-z]*", "2 samples; Oven[a-z] temp: 5 6; HR1: 9 /"},
+        {"HR1|HR", "2  has no column \"HR\", but Oven 3 temp, Oven[a-z] temp, HR1"},
+        {"HR*;23:59:59.5", "1 every sample in  failed, there is nothing to draw"},
+        {"Oven 3*;;2026-11-22 23:59:59", "1 samples; Oven 3 temp: 1 /"},
+        {"Oven 3*;2026-11-23", "1 samples; Oven 3 temp: 2"},
+        {"Oven 3*;2026-11-24",
+         "2 --from, --to:  has no samples then, but from 2026-11-22 23:59:59 to 2026-11-23 00:00:01"}};
+    for (const auto& [selection, result] : selections)
+        QTest::newRow(selection) << oven << QString::fromUtf8(selection) << QString::fromLatin1(result);
 }
 
 void tst_record::records()
 {
-    QFETCH(QByteArray, rows);
-    QTEST(read("time,HR1,DO3,milliseconds,error\n" + rows, {}), "result");
+    QFETCH(QByteArray, contents);
+    QFETCH(QString, selection);
+    const QString file = m_folder.filePath(QStringLiteral("record.csv"));
+    put(file, contents);
+    const QStringList parts = selection.split(QLatin1Char(';'));
+    const RecordSelection selected = {parts.first().split(QLatin1Char('|'), Qt::SkipEmptyParts),
+                                      parseMoment(parts.value(1)), parseMoment(parts.value(2))};
+    Record record;
+    QString error;
+    const ExitStatus status = readRecord(file, selected, record, error);
+    QStringList curves;
+    for (const RecordColumn& column : record.columns)
+        curves += textOf(column);
+    const QString found =
+        QStringLiteral("%1 samples; ").arg(record.samples) + curves.join(QStringLiteral("; "));
+    QTEST(status == Done ? found : QStringLiteral("%1 %2").arg(status).arg(error.remove(file)), "result");
 }
 
-void tst_record::selections_data()
+void tst_record::conversions_data()
 {
-    QTest::addColumn<QString>("columns"); // separated by bars
-    QTest::addColumn<QString>("from");
-    QTest::addColumn<QString>("to");
-    QTest::addColumn<QString>("result");
-    const char* const none = "";
-    const char* const rows[][4] = {
-        {"oven*", none, none, "2 samples; Oven 3 temp: 1 2; Oven[a-z] temp: 5 6"},
-        {"Oven ? temp [°C]", none, none, "2 samples; Oven 3 temp: 1 2"},
-        {"HR1|Oven[a-z]*", none, none, "2 samples; Oven[a-z] temp: 5 6; HR1: 9 /"},
-        {"HR1|HR", none, none, "2  has no column \"HR\", but Oven 3 temp, Oven[a-z] temp, HR1"},
-        {"HR*", "23:59:59.5", none, "1 every sample in  failed, there is nothing to draw"},
-        {"Oven 3*", none, "2026-11-22 23:59:59", "1 samples; Oven 3 temp: 1 /"},
-        {"Oven 3*", "2026-11-23", none, "1 samples; Oven 3 temp: 2"},
-        {"Oven 3*", "2026-11-24", none,
-         "2 --from, --to:  has no samples then, but from 2026-11-22 23:59:59 to 2026-11-23 00:00:01"}};
-    for (const auto& row : rows)
-        QTest::addRow("%s %s %s", row[0], row[1], row[2])
-            << row[0] << row[1] << row[2] << QString::fromUtf8(row[3]);
+    QTest::addColumn<Conversion>("convert");
+    QTest::addColumn<QString>("input");
+    QTest::addColumn<QString>("expected");
+    const std::tuple<Conversion, std::vector<const char*>, const char*> rows[] = {
+        {headings, {"HR100"}, "HR100"},
+        {headings, {"hr100:word:2:hex"}, "HR100,HR101"},
+        {headings, {"DO7:bit:3"}, "DO7,DO8,DO9"},
+        {headings, {"HR1:dword:2"}, "HR1:dword,HR3:dword"},
+        {headings, {"HR1:dword:float"}, "HR1:dword:float"},
+        {headings, {"HR1:word:int"}, "HR1:int"},
+        {headings, {"HR1:int16:int"}, "HR1:int16"},
+        {headings, {"HR1:float32:BADC"}, "HR1:float32:BADC"},
+        {headings, {"HR1SW:float32"}, "HR1SW:float32"},
+        {headings, {"HR1.15:bit:2"}, "HR1.15,HR2.0"},
+        {headings, {"HR1.15:bool:2"}, "HR1.15:bool,HR2.0:bool"},
+        {headings, {"HR1@3"}, "3-HR1"},
+        {headings, {"1-HR1@3"}, "HR1"},
+        {headings, {"3-HR1:float32:2"}, "3-HR1:float32,3-HR3:float32"},
+        {headings, {"HR5:byte:2"}, "HR5 low:byte (no item),HR5 high:byte (no item)"},
+        {headings, {"Oven"}, "Oven [°C]"},
+        {headings, {"Oven:hex"}, "Oven [°C]"},
+        {headings, {"Oven:int"}, "Oven:int"},
+        {headings, {"Oven@3"}, "Oven (station 3) [°C] (no item)"},
+        {headings, {"Far oven [old]@3"}, "Far oven [old] [] (no item)"},
+        {written, {"0 h5=7 d9=1|1000 h1005=8 d1009=0"}, "0,7,1,2.000,|1000,8,0,2.000,"},
+        {written,
+         {"0 h5=7 d9=1|1000 h1005=x d1009=0|2000 h2005=8 d2009=1"},
+         "0,7,1,2.000,|1000,,0,2.000,HR1: no answer|2000,8,1,2.000,"},
+        {written, {"0 h5=7 d1000=1"}, "0,7,1,2.000,"},
+        {written, {"0 h5=7 d1001=1|1100 h1105=8 d1109=0"}, "0,7,,,|1001,,1,2.000,|1100,8,0,2.000,"},
+        {written, {"0 h3000=7 d3005=1"}, "3000,7,1,2.000,"},
+        {written, {"0 h5=7 d3000=x"}, "0,7,,,|3000,,,2.000,DO3: no answer"},
+        {written, {"0 h5=7 d9=1|2009 h2010=8 d2011=0"}, "0,7,1,2.000,|2009,8,0,2.000,"},
+        {written,
+         {"0 h5=7 d9=1|2010 h2010=8 d2011=0|3000 h3005=9 d3009=1"},
+         "0,7,1,2.000,|2010,,,0.000,nothing was read for 2.0 s|2010,8,0,2.000,|3000,9,1,2.000,"},
+        {written,
+         {"!|0 h5=7 d9=1|0|1000 h1005=8 d1009=0|!|2000 h2005=8 d2009=0|0|3000 h3005=9 d3009=1"},
+         "3000,,,0.000,1 row(s) are missing|3000,9,1,2.000,"},
+        {written,
+         {"0 h5=7 d9=1|-5 h5=8 d9=0"},
+         "0,7,1,2.000,|-5,,,0.000,the clock was set back|-5,8,0,2.000,"},
+        {written, {"0 h5=7|1000 h1005=8 d1009=0"}, "1000,8,0,2.000,"}, // the first is incomplete
+        {written,
+         {"!|0 h5=7 d9=1|1000 h1005=7 d1009=1|0|2000 h2005=8 d2009=0|3000 h3005=9 d3009=1"},
+         "2000,,,0.000,2 row(s) are missing|2000,8,0,2.000,|3000,9,1,2.000,"},
+        {momentText, {"1970-01-02"}, "86400"},
+        {momentText, {"1970-01-02 00:01"}, "86460"},
+        {momentText, {"1970-01-02T00:00:01.250Z"}, "86401.25"},
+        {momentText, {"00:02"}, "864120"},
+        {momentText, {"00:00:07.5"}, "864007.5"},
+        {momentText,
+         {"", "1970-02-30", "25:00", "1970-01-0200:01", "1970-01-02 00:01\n", "1970-01-02 ", "0:01"},
+         "none"},
+        {axisText, {"10", "120"}, "0 "},
+        {axisText, {"121"}, "15 %H:%M:%S"},
+        {axisText, {"10800"}, "900 %H:%M"},
+        {axisText, {"86400"}, "7200 %H:%M"},
+        {axisText, {"259200"}, "43200 %m-%d %H:%M"},
+        {axisText, {"3456000"}, "432000 %Y-%m-%d"},
+        {axisText, {"94608000"}, "12960000 %Y-%m-%d"},
+        {gnuplotString, {"HR100 \u00b0C"}, "\"HR100 \u00b0C\""},
+        {gnuplotString, {"'\"`@\\7 7"}, R"("\047\042\140\100\134\067 7")"},
+        {gnuplotString, {"\n!b\x7f\u0085"}, R"("\134x0a\041b\134x7f\134x85")"},
+        {[](const QString& text) { return gnuplotTicLabel(text); }, {"%n"}, R"("\045\045n")"}};
+    for (const auto& [convert, inputs, expected] : rows)
+        for (const char* input : inputs)
+            QTest::newRow(input) << convert << QString::fromUtf8(input) << QString::fromUtf8(expected);
 }
 
-void tst_record::selections()
+void tst_record::conversions()
 {
-    QFETCH(QString, columns);
-    QFETCH(QString, from);
-    QFETCH(QString, to);
-    const RecordSelection selection = {columns.split(QLatin1Char('|')), parseMoment(from), parseMoment(to)};
-    QTEST(read("time,Oven 3 temp [°C],Oven[a-z] temp [°C],HR1,milliseconds,error\n"
-               "2026-11-22T23:59:59.000Z,1,5,9,0.1,\n2026-11-23T00:00:01.000Z,2,6,,0.1,no\n",
-               selection),
-          "result");
-}
-
-// In seconds since 1970; -1 means no moment.
-void tst_record::moments_data()
-{
-    QTest::addColumn<double>("seconds");
-    const std::pair<const char*, double> rows[] = {{"1970-01-02", 86400},
-                                                   {"1970-01-02 00:01", 86460},
-                                                   {"1970-01-02T00:00:01.250Z", 86401.25},
-                                                   {"00:02", 864120},
-                                                   {"00:00:07.5", 864007.5},
-                                                   {"", -1},
-                                                   {"1970-02-30", -1},
-                                                   {"25:00", -1},
-                                                   {"1970-01-0200:01", -1},
-                                                   {"1970-01-02 00:01\n", -1},
-                                                   {"1970-01-02 ", -1},
-                                                   {"0:01", -1}};
-    for (const auto& [text, seconds] : rows)
-        QTest::newRow(text) << seconds;
-}
-
-void tst_record::moments()
-{
-    const auto moment = parseMoment(QString::fromLatin1(QTest::currentDataTag()));
-    QTEST(moment ? moment->seconds(QDate(1970, 1, 11)) : -1, "seconds");
+    QFETCH(Conversion, convert);
+    QFETCH(QString, input);
+    QTEST(convert(input), "expected");
 }
 
 // A peak and a hole of one sample each among a hundred thousand appear in the curve, which is short; the
@@ -473,40 +431,6 @@ void tst_record::curvesKeepPeaks()
     QVERIFY(std::isnan(points[points.size() - 2].value));
     QVERIFY(std::is_sorted(points.begin(), points.end(),
                            [](const CurvePoint& a, const CurvePoint& b) { return a.time < b.time; }));
-}
-
-void tst_record::timeAxes_data()
-{
-    QTest::addColumn<int>("seconds");
-    QTest::addColumn<QString>("axis"); // step and format
-    const std::tuple<const char*, int, const char*> rows[] = {{"10 s", 10, "0 "},
-                                                              {"120 s", 120, "0 "},
-                                                              {"121 s", 121, "15 %H:%M:%S"},
-                                                              {"3 h", 10800, "900 %H:%M"},
-                                                              {"1 day", 86400, "7200 %H:%M"},
-                                                              {"3 days", 259200, "43200 %m-%d %H:%M"},
-                                                              {"40 days", 3456000, "432000 %Y-%m-%d"},
-                                                              {"3 years", 94608000, "12960000 %Y-%m-%d"}};
-    for (const auto& [name, seconds, axis] : rows)
-        QTest::newRow(name) << seconds << QString::fromLatin1(axis);
-}
-
-// On an axis with room for 100 characters.
-void tst_record::timeAxes()
-{
-    QFETCH(int, seconds);
-    constexpr double begin = 1795388285;
-    const TimeAxis axis = timeAxis(begin, begin + seconds, 100);
-    QTEST(QStringLiteral("%1 %2").arg(static_cast<int>(axis.step)).arg(axis.format), "axis");
-}
-
-void tst_record::gnuplotStrings()
-{
-    QCOMPARE(gnuplotString(QStringLiteral("HR100 \u00b0C")), QStringLiteral("\"HR100 \u00b0C\""));
-    QCOMPARE(gnuplotString(QStringLiteral("'\"`@\\7 7")), QStringLiteral(R"("\047\042\140\100\134\067 7")"));
-    QCOMPARE(gnuplotString(QStringLiteral("\n!b\x7f\u0085")),
-             QStringLiteral(R"("\134x0a\041b\134x7f\134x85")"));
-    QCOMPARE(gnuplotTicLabel(QStringLiteral("%n")), QStringLiteral(R"("\045\045n")"));
 }
 
 QTEST_GUILESS_MAIN(tst_record)
