@@ -321,7 +321,7 @@ void takeAreas(const QString& text, QStringList& areas)
 {
     areas.clear();
     for (const QString& area : text.toUpper().split(QLatin1Char(','))) {
-        parseChoice("--area", area.toStdString(), scanAreaNames());
+        parseChoice("--area", area.toStdString(), areasToScan());
         if (!areas.contains(area))
             areas += area;
     }
@@ -340,7 +340,7 @@ void addScan(CLI::App& app, Parsed& parsed)
     addText(
         command, "--area", [&options](const QString& text) { takeAreas(text, options.areas); },
         "Areas to scan, separated by commas (default: all)")
-        ->type_name(scanAreaNames().join(QLatin1Char(',')).toStdString());
+        ->type_name(areasToScan().join(QLatin1Char(',')).toStdString());
     addNumber(command, "--from", options.first, 1, largestNumber, "First number (default 1)");
     addNumber(command, "--to", options.last, 1, largestNumber, "Last number (default 65536)");
     addNumber(command, "--finest", options.finest, 1, largestNumber,

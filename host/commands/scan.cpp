@@ -5,6 +5,7 @@
 #include "scan/number_list.h"
 #include "session/interrupt.h"
 #include "session/session.h"
+#include "signals/item.h"
 #include "text/json_line.h"
 #include "text/new_file.h"
 #include "text/progress_bar.h"
@@ -16,9 +17,6 @@
 #include <algorithm>
 
 namespace {
-
-/// Most bits that the Modbus standard allows in one read request; a driver may allow itself more.
-constexpr int mostBitsOfAnyDevice = 2000;
 
 /// Sends requests through the driver. The session neither repeats nor pauses: the scan repeats what is worth
 /// repeating, and its own pauses end with Ctrl-C.
@@ -61,12 +59,10 @@ private:
     scan::DeviceCopy& m_copy;
 };
 
-scan::Area areaNamed(const QString& name, DriverInterface& driver)
+scan::Area areaNamed(const QString& name, const BlockSizes& blocks)
 {
-    const bool isBitArea = name.startsWith(QLatin1Char('D'));
-    const int mostBits = std::min(driver.getBitBlockAccessSize(), mostBitsOfAnyDevice);
-    const int most = isBitArea ? mostBits : driver.getBlockAccessSize();
-    return {name, isBitArea ? Bit : Word, std::max(most, 1)};
+    const bool isBitArea = firstAddress(name).isInBitArea();
+    return {name, isBitArea ? Bit : Word, std::max(isBitArea ? blocks.bits : blocks.registers, 1)};
 }
 
 scan::DevicePlan planFor(const ScanOptions& options, DriverInterface& driver)
@@ -76,8 +72,8 @@ scan::DevicePlan planFor(const ScanOptions& options, DriverInterface& driver)
     plan.stations = options.stations;
     if (plan.stations.isEmpty())
         plan.stations += setting.stationid;
-    for (const QString& name : options.areas.isEmpty() ? scanAreaNames() : options.areas)
-        plan.areas += areaNamed(name, driver);
+    for (const QString& name : options.areas.isEmpty() ? areasToScan() : options.areas)
+        plan.areas += areaNamed(name, contextOf(driver, {}).blocks);
     plan.first = options.first;
     plan.last = options.last;
     plan.finest = options.finest;
@@ -246,13 +242,6 @@ int exitStatus(const scan::DeviceFindings& findings, Console& console)
 }
 
 } // namespace
-
-const QStringList& scanAreaNames()
-{
-    static const QStringList names = {QStringLiteral("HR"), QStringLiteral("IR"), QStringLiteral("DO"),
-                                      QStringLiteral("DI")};
-    return names;
-}
 
 int runScan(const ScanOptions& options, Console& console)
 {

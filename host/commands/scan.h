@@ -10,16 +10,12 @@ struct ScanOptions
 {
     LinkOptions link;
     QVector<int> stations; ///< empty: the link's station
-    QStringList areas;     ///< from scanAreaNames(); empty: all
+    QStringList areas;     ///< from areasToScan(); empty: all
     int first = 1;
     int last = 65536;
     int finest = 1; ///< a refused range of this many elements or fewer is not divided
-    QString
-        output; ///< image of the values that were read; with ".csv" behind it, their tag list; empty: none
+    QString output; ///< image of the values read; their tag list is beside it with ".csv" behind; empty: none
 };
-
-/// The areas that can be scanned, one for each kind of data that a device holds.
-const QStringList& scanAreaNames();
 
 /// Finds out which stations answer and which elements of their areas can be read. After Ctrl-C it prints and
 /// writes what it has found so far.

@@ -1,12 +1,12 @@
 #include "project/read_plan.h"
 
 #include "device_setting.h"
+#include "signals/address.h"
 
 #include <algorithm>
 
 namespace {
 
-constexpr int areaBits = 65536;
 constexpr int stationCount = 256;
 constexpr int bitsOfByte = 8;
 
@@ -100,8 +100,8 @@ QVector<BitRun> joined(const QVector<BitRun>& runs)
 bool readWholeArea(DriverInterface& driver, RecordingLink& link, const QString& area)
 {
     const int step = std::max(driver.getBitBlockAccessSize() / bitsOfByte, 1);
-    for (int byte = 0; byte < areaBits / bitsOfByte; byte += step) {
-        const int count = std::min(step, areaBits / bitsOfByte - byte);
+    for (int byte = 0; byte < largestNumber / bitsOfByte; byte += step) {
+        const int count = std::min(step, largestNumber / bitsOfByte - byte);
         driver.read(&link, {Byte, count, area + QString::number(byte * bitsOfByte + 1)});
         if (driver.hasError())
             return false;

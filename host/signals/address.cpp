@@ -1,7 +1,6 @@
 #include "signals/address.h"
 
 #include <QRegularExpression>
-#include <QStringList>
 
 namespace {
 
@@ -153,6 +152,19 @@ std::optional<Address> parseTag(const QString& text, Grammar grammar, QString& p
     address.station = parts.captured(1).toInt();
     address.text = parts.captured(2);
     return address;
+}
+
+const QStringList& areasToScan()
+{
+    static const QStringList names = {QStringLiteral("HR"), QStringLiteral("IR"), QStringLiteral("DO"),
+                                      QStringLiteral("DI")};
+    return names;
+}
+
+Address firstAddress(const QString& area)
+{
+    QString problem;
+    return parseAddress(area + QLatin1Char('1'), Grammar::ModbusTcp, problem).value_or(Address());
 }
 
 QString quoted(const QString& text)

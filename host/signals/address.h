@@ -1,7 +1,7 @@
 #ifndef SIGNALS_ADDRESS_H
 #define SIGNALS_ADDRESS_H
 
-#include <QString>
+#include <QStringList>
 
 #include <optional>
 
@@ -59,6 +59,12 @@ std::optional<Address> parseAddress(const QString& text, Grammar grammar, QStrin
 
 /// Parses the address of a project's tag, which may begin with STATION- for any driver.
 std::optional<Address> parseTag(const QString& text, Grammar grammar, QString& problem);
+
+/// One area for each kind of elements that a device has: HR, IR, DO, DI.
+const QStringList& areasToScan();
+
+/// The first address of an area of the driver: HR1.
+Address firstAddress(const QString& area);
 
 /// The text in quotation marks for a message, shortened and without control characters.
 QString quoted(const QString& text);
