@@ -146,7 +146,8 @@ private slots:
         QCOMPARE(cleared("ffffff", 11), QByteArray("ff07ff"));
         QCOMPARE(cleared("ffffff", 16), QByteArray("ffffff"));
         QCOMPARE(cleared("ff", 9), QByteArray("ff"));
-        QCOMPARE(ExpandBitsToBytes(hex("8101"), 7, 4).toHex(), QByteArray("01010000"));
+        const QByteArray sixteenBits = QByteArray::fromRawData("\x81\x01\xff", 2);
+        QCOMPARE(ExpandBitsToBytes(sixteenBits, 7, 10).toHex(), QByteArray("01010000000000000000"));
         QCOMPARE(ExpandBitsToBytes(hex("ff"), 65535, 2).toHex(), QByteArray("0000"));
         QCOMPARE(ExpandBitsToBytes(hex("ff"), 0, -1).toHex(), QByteArray());
         QCOMPARE(rotated("abCDEF", 2), QByteArray("CDEFab"));
