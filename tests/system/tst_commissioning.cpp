@@ -180,12 +180,7 @@ void tst_commissioning::scanInterrupted()
 
 void tst_commissioning::wrongKeepsTheProject()
 {
-    const struct
-    {
-        int status;
-        const char* command;
-        const char* error;
-    } cases[] = {
+    const std::tuple<int, const char*, const char*> cases[] = {
         {1, "driverhost --device 127.0.0.1:1 scan --stations 1-247",
          "error: connection refused by 127.0.0.1:1\n"},
         {1, "mkdir bare; cp -r driverhost drivers bare; bare/driverhost --device 127.0.0.1:1 scan",
