@@ -18,20 +18,25 @@ private slots:
     void init();
     void targets_data();
     void targets();
-    void accessStays_data();
-    void accessStays();
-    void copyIsNotMoreReadable();
+    void access_data();
+    void access();
     void oldFileStays();
     void leftoversGo();
     void shownTexts();
 
 private:
-    QByteArray name(const char* base) const
+    QString path(const char* base) const { return m_folder->filePath(QLatin1String(base)); }
+    QByteArray name(const char* base) const { return QFile::encodeName(path(base)); }
+    QByteArray contents(const char* base) const
     {
-        return QFile::encodeName(m_folder->filePath(QLatin1String(base)));
+        QFile file(path(base));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
-    QByteArray contents(const char* base) const;
-    void make(const char* base, const QByteArray& content = "old") const;
+    void make(const char* base) const
+    {
+        QFile file(path(base));
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("old") == 3);
+    }
     QStringList files() const { return QDir(m_folder->path()).entryList(QDir::Files | QDir::System); }
 
     QScopedPointer<QTemporaryDir> m_folder;
@@ -56,18 +61,6 @@ void tst_new_file::init()
     make("old");
 }
 
-QByteArray tst_new_file::contents(const char* base) const
-{
-    QFile file(QFile::decodeName(name(base)));
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void tst_new_file::make(const char* base, const QByteArray& content) const
-{
-    QFile file(QFile::decodeName(name(base)));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(content) == content.size());
-}
-
 void tst_new_file::targets_data()
 {
     QTest::addColumn<QByteArray>("linkTo"); ///< what "target" is a link to; empty: nothing is there
@@ -75,21 +68,20 @@ void tst_new_file::targets_data()
     QTest::addColumn<bool>("fileOnly");
     QTest::addColumn<QString>("error");
     const uint us = ::geteuid();
-    QTest::newRow("nothing there") << QByteArray() << us << false << "";
-    QTest::newRow("our link") << QByteArray("old") << us << false << "";
-    QTest::newRow("our link to nothing yet") << QByteArray("later") << us << false << "";
-    QTest::newRow("link to itself") << QByteArray("target") << us << false << "Too many levels";
-    QTest::newRow("link to a folder") << QByteArray(".") << us << false << "Is a directory";
-    QTest::newRow("link to a full device") << QByteArray("/dev/full") << us << false << "No space left";
-    QTest::newRow("our link where none may be") << QByteArray("old") << us << true << "is a link, a device";
-    QTest::newRow("pipe where none may be")
-        << QByteArray("|") << us << true << "is a link, a device or a pipe";
-    if (us == 0) {
-        QTest::newRow("another's link")
-            << QByteArray("old") << uint(somebody) << false << "is a symbolic link of another user";
-        QTest::newRow("another's pipe")
-            << QByteArray("|") << uint(somebody) << false << "is a pipe of another user";
-    }
+    const std::tuple<const char*, const char*, uint, bool, const char*> rows[] = {
+        {"nothing there", "", us, false, ""},
+        {"our link", "old", us, false, ""},
+        {"our link to nothing yet", "later", us, false, ""},
+        {"link to itself", "target", us, false, "Too many levels"},
+        {"link to a folder", ".", us, false, "Is a directory"},
+        {"link to a full device", "/dev/full", us, false, "No space left"},
+        {"our link where none may be", "old", us, true, "is a link, a device"},
+        {"pipe where none may be", "|", us, true, "is a link, a device or a pipe"},
+        {"another's link", "old", somebody, false, "is a symbolic link of another user"},
+        {"another's pipe", "|", somebody, false, "is a pipe of another user"}};
+    for (const auto& [name, linkTo, owner, fileOnly, error] : rows)
+        if (owner == us || us == 0)
+            QTest::newRow(name) << QByteArray(linkTo) << owner << fileOnly << error;
 }
 
 void tst_new_file::targets()
@@ -105,7 +97,7 @@ void tst_new_file::targets()
         QCOMPARE(::symlink(linkTo.constData(), target.constData()), 0);
     QVERIFY(linkTo.isEmpty() || ::lchown(target.constData(), owner, gid_t(-1)) == 0);
     const struct stat before = statusOf(target);
-    NewFile file(QFile::decodeName(target), fileOnly ? FilePlace::FileOnly : FilePlace::AnyTarget);
+    NewFile file(path("target"), fileOnly ? FilePlace::FileOnly : FilePlace::AnyTarget);
     file.write("new");
     QCOMPARE(file.commit(), error.isEmpty());
     QVERIFY2(file.error().contains(error) && file.error().isEmpty() == error.isEmpty(),
@@ -115,45 +107,44 @@ void tst_new_file::targets()
     QVERIFY(linkTo.isEmpty() || statusOf(target).st_ino == before.st_ino);
 }
 
-void tst_new_file::accessStays_data()
+// What a file may be read and written by does not change with its contents, and a copy is not more readable
+// than its source; the group is that of the source, not that of the file in its place.
+void tst_new_file::access_data()
 {
+    QTest::addColumn<uint>("oldMode");
+    QTest::addColumn<uint>("sourceMode"); ///< 0: it is no copy
     QTest::addColumn<uint>("mode");
     for (const uint mode : {0600u, 0640u, 0664u, 0444u})
-        QTest::addRow("%o", mode) << mode;
+        QTest::addRow("%o", mode) << mode << 0u << mode;
+    QTest::newRow("copy") << 0666u << 0640u << 0640u;
+    if (::geteuid() == 0)
+        QTest::newRow("copy, its group locked out") << 0660u << 0640u << 0600u;
 }
 
-void tst_new_file::accessStays()
+void tst_new_file::access()
 {
-    QFETCH(uint, mode);
+    QFETCH(uint, oldMode);
+    QFETCH(uint, sourceMode);
     const gid_t group = ::geteuid() == 0 ? somebody : ::getegid();
-    QCOMPARE(::chown(name("old").constData(), uid_t(-1), group), 0);
-    QCOMPARE(::chmod(name("old").constData(), mode), 0);
-    NewFile file(QFile::decodeName(name("old")));
+    make("source");
+    QCOMPARE(::chown(name(sourceMode == 0 ? "old" : "source").constData(), uid_t(-1), group), 0);
+    QCOMPARE(::chmod(name("old").constData(), oldMode), 0);
+    QCOMPARE(::chmod(name("source").constData(), sourceMode), 0);
+    NewFile file(path("old"));
+    QFile source(path("source"));
+    if (sourceMode != 0) {
+        QVERIFY(source.open(QIODevice::ReadOnly));
+        file.limitAccess(source.handle());
+    }
     QVERIFY2(file.write("new") && file.commit(), qPrintable(file.error()));
-    QCOMPARE(statusOf(name("old")).st_mode & 07777, mode);
+    QTEST(statusOf(name("old")).st_mode & 07777, "mode");
     QCOMPARE(statusOf(name("old")).st_gid, group);
-}
-
-void tst_new_file::copyIsNotMoreReadable()
-{
-    make("secret");
-    const gid_t group = ::geteuid() == 0 ? somebody : ::getegid();
-    QCOMPARE(::chown(name("secret").constData(), uid_t(-1), group), 0);
-    QCOMPARE(::chmod(name("secret").constData(), 0640), 0);
-    QCOMPARE(::chmod(name("old").constData(), 0666), 0);
-    QFile source(QFile::decodeName(name("secret")));
-    QVERIFY(source.open(QIODevice::ReadOnly));
-    NewFile file(QFile::decodeName(name("old")));
-    file.limitAccess(source.handle());
-    QVERIFY2(file.commit(), qPrintable(file.error()));
-    QCOMPARE(statusOf(name("old")).st_mode & 0777, 0640u);
-    QCOMPARE(statusOf(name("old")).st_gid, group); // not that of the file in its place
 }
 
 void tst_new_file::oldFileStays()
 {
     {
-        NewFile file(QFile::decodeName(name("old")));
+        NewFile file(path("old"));
         QVERIFY(file.write("new"));
         const QStringList now = files();
         QCOMPARE(now.size(), 2);
@@ -168,7 +159,7 @@ void tst_new_file::leftoversGo()
     make("old.new-0123456789abcdef");
     make("old.new-idea");
     make("older.new-0123456789abcdef");
-    NewFile file(QFile::decodeName(name("old")));
+    NewFile file(path("old"));
     file.removeLeftovers();
     QVERIFY2(file.write("new") && file.commit(), qPrintable(file.error()));
     QCOMPARE(files().join(QLatin1Char(' ')), QStringLiteral("old old.new-idea older.new-0123456789abcdef"));
