@@ -300,7 +300,7 @@ void tst_record::records_data()
         {"HR1|HR", "2  has no column \"HR\", but Oven 3 temp, Oven[a-z] temp, HR1"},
         {"HR*;23:59:59.5", "1 every sample in  failed, there is nothing to draw"},
         {"Oven 3*;;2026-11-22 23:59:59", "1 samples; Oven 3 temp: 1 /"},
-        {"Oven 3*;2026-11-23", "1 samples; Oven 3 temp: 2"},
+        {"Oven 3*;2026-11-23 00:00:01", "1 samples; Oven 3 temp: 2"},
         {"Oven 3*;2026-11-24",
          "2 --from, --to:  has no samples then, but from 2026-11-22 23:59:59 to 2026-11-23 00:00:01"}};
     for (const auto& [selection, result] : selections)
