@@ -109,26 +109,19 @@ void tst_watch::trends_data()
     QTest::addColumn<bool>("isBit");
     QTest::addColumn<QString>("blocks");
     QTest::addColumn<QString>("ascii");
-    QTest::newRow("") << 5 << false << ""
-                      << "";
-    QTest::newRow("0 1 2 3 4 5 6 7") << 8 << false << "▁▂▃▄▅▆▇█"
-                                     << "_.,-~+*#";
-    QTest::newRow("-70 0") << 5 << false << "▁█"
-                           << "_#";
-    QTest::newRow("900 0 1 7") << 3 << false << "▁▂█"
-                               << "_.#";
-    QTest::newRow("5 5 5") << 5 << false << "▅▅▅"
-                           << "~~~";
-    QTest::newRow("0 0") << 5 << true << "▁▁"
-                         << "__";
-    QTest::newRow("1 1 0") << 5 << true << "██▁"
-                           << "##_";
-    QTest::newRow("0 x 7") << 5 << false << "▁ █"
-                           << "_ #";
-    QTest::newRow("x x") << 5 << false << "  "
-                         << "  ";
-    QTest::newRow("1 2") << 0 << false << ""
-                         << "";
+    const auto row = [](const char* samples, int width, bool isBit, const char* blocks, const char* ascii) {
+        QTest::newRow(samples) << width << isBit << QString::fromUtf8(blocks) << QString::fromUtf8(ascii);
+    };
+    row("", 5, false, "", "");
+    row("0 1 2 3 4 5 6 7", 8, false, "▁▂▃▄▅▆▇█", "_.,-~+*#");
+    row("-70 0", 5, false, "▁█", "_#");
+    row("900 0 1 7", 3, false, "▁▂█", "_.#");
+    row("5 5 5", 5, false, "▅▅▅", "~~~");
+    row("0 0", 5, true, "▁▁", "__");
+    row("1 1 0", 5, true, "██▁", "##_");
+    row("0 x 7", 5, false, "▁ █", "_ #");
+    row("x x", 5, false, "  ", "  ");
+    row("1 2", 0, false, "", "");
 }
 
 void tst_watch::trends()
