@@ -1,7 +1,9 @@
+#include "rows.h"
 #include "watch/block_reader.h"
 #include "watch/poll_schedule.h"
 #include "watch/screen_layout.h"
 #include "watch/statistics.h"
+#include "watch/table_layout.h"
 
 #include <QtTest>
 
@@ -58,6 +60,8 @@ private slots:
     void blocks();
     void keys_data();
     void keys();
+    void columns_data();
+    void columns();
     void everyScreenSize();
     void ages_data();
     void ages();
@@ -320,6 +324,59 @@ void tst_watch::keys()
                     .arg(control.itemToWrite().count)
                     .arg(QString::fromLatin1(control.dataToWrite().toHex()));
     QTEST(text, "message");
+}
+
+// The columns that a window of this width has room for.
+static const struct
+{
+    const char* name;
+    int width;
+    bool fails;
+} headings[] = {
+    {"AD…S", 4, false},
+    {"ADDRESS  VALUE", 20, false},
+    {"ADDRESS  VALUE  TREND", 21, false},
+    {"ADDRESS  VALUE     AGE", 22, false},
+    {"ADDRESS  VALUE     AGE  FAILED", 30, false},
+    {"ADDRESS  VALUE  TREND        AGE  FAILED", 40, false},
+    {"ADDRESS  VALUE  TREND     AGE  FAILED  LAST ERROR", 49, false},
+    {"ADDRESS  VALUE    MIN    MAX  TREND     AGE  READS  FAILED  LAST ERROR", 70, false},
+    {"ADDRESS  VALUE    MIN    MAX  TREND          AGE  READS  FAILED  LAST ERROR", 80, false},
+    {"ADDRESS  VALUE  TREND         AGE  FAILED", 41, true},
+    {"ADDRESS  VALUE     AGE  FAILED  LAST ERROR", 42, true},
+    {"ADDRESS  VALUE    MIN    MAX  TREND     AGE  FAILED  LAST ERROR", 70, true},
+};
+
+void tst_watch::columns_data()
+{
+    addRows(headings);
+}
+
+void tst_watch::columns()
+{
+    QFETCH(int, row);
+    WatchState state({itemIn("HR1")});
+    Reading reading;
+    reading.outcome.data = QByteArray("\7\0", 2);
+    state.add(reading);
+    reading.outcome.error = QStringLiteral("read it> exception code:02");
+    if (headings[row].fails)
+        state.add(reading);
+    const WatchControl control(state);
+    const ScreenContents contents = {state,
+                                     QString(),
+                                     QString(),
+                                     milliseconds(500),
+                                     nullptr,
+                                     false,
+                                     control,
+                                     TrendSymbols::Blocks,
+                                     PollSchedule::Clock::now()};
+    for (const ScreenLine& line : layOutTable(contents, headings[row].width, 9))
+        QVERIFY2(textOf(line).size() <= headings[row].width, qPrintable(textOf(line)));
+    const QString heading = textOf(layOutTable(contents, headings[row].width, 9).first());
+    QCOMPARE(QString(heading + QLatin1Char('|')).remove(QRegularExpression(QStringLiteral(" *\\|$"))),
+             QString::fromUtf8(headings[row].name));
 }
 
 // Whatever the window's size, nothing goes past its edges, nothing is on it that it cannot show, and the
