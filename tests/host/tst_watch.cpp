@@ -49,7 +49,6 @@ class tst_watch : public QObject
     Q_OBJECT
 
 private slots:
-    void schedule_data();
     void schedule();
     void pauseIsNotMissed();
     void trends_data();
@@ -63,34 +62,25 @@ private slots:
     void columns_data();
     void columns();
     void everyScreenSize();
-    void ages_data();
     void ages();
 };
 
 // Slots of 100 ms; a poll that begins in its slot takes this long. The next slot and the missed ones, worked
 // out by hand.
-void tst_watch::schedule_data()
-{
-    QTest::addColumn<int>("next");
-    QTest::addColumn<int>("missed");
-    QTest::newRow("0") << 100 << 0;
-    QTest::newRow("99") << 100 << 0;
-    QTest::newRow("100") << 100 << 0;
-    QTest::newRow("101") << 200 << 1;
-    QTest::newRow("200") << 200 << 1;
-    QTest::newRow("1001") << 1100 << 10;
-}
-
 void tst_watch::schedule()
 {
-    QFETCH(int, next);
-    QFETCH(int, missed);
-    const auto start = PollSchedule::Clock::now();
-    PollSchedule schedule(start, milliseconds(100));
-    QCOMPARE(schedule.slot(), start);
-    schedule.polled(start + milliseconds(QString::fromLatin1(QTest::currentDataTag()).toInt()));
-    QCOMPARE(schedule.slot() - start, PollSchedule::Clock::duration(milliseconds(next)));
-    QCOMPARE(schedule.missed(), quint64(missed));
+    const struct
+    {
+        int took, next, missed;
+    } polls[] = {{0, 100, 0}, {99, 100, 0}, {100, 100, 0}, {101, 200, 1}, {200, 200, 1}, {1001, 1100, 10}};
+    for (const auto& [took, next, missed] : polls) {
+        const auto start = PollSchedule::Clock::now();
+        PollSchedule schedule(start, milliseconds(100));
+        QCOMPARE(schedule.slot(), start);
+        schedule.polled(start + milliseconds(took));
+        QCOMPARE(schedule.slot() - start, PollSchedule::Clock::duration(milliseconds(next)));
+        QCOMPARE(schedule.missed(), quint64(missed));
+    }
 }
 
 void tst_watch::pauseIsNotMissed()
@@ -107,34 +97,38 @@ void tst_watch::pauseIsNotMissed()
     QCOMPARE(schedule.missed(), quint64(1));
 }
 
+static const struct
+{
+    const char* name; ///< samples; x is a gap
+    int width;
+    bool isBit;
+    const char* blocks;
+    const char* ascii;
+} trendRows[] = {
+    {"", 5, false, "", ""},
+    {"0 1 2 3 4 5 6 7", 8, false, "▁▂▃▄▅▆▇█", "_.,-~+*#"},
+    {"-70 0", 5, false, "▁█", "_#"},
+    {"900 0 1 7", 3, false, "▁▂█", "_.#"},
+    {"5 5 5", 5, false, "▅▅▅", "~~~"},
+    {"0 0", 5, true, "▁▁", "__"},
+    {"1 1 0", 5, true, "██▁", "##_"},
+    {"0 x 7", 5, false, "▁ █", "_ #"},
+    {"x x", 5, false, "  ", "  "},
+    {"1 2", 0, false, "", ""},
+};
+
 void tst_watch::trends_data()
 {
-    QTest::addColumn<int>("width");
-    QTest::addColumn<bool>("isBit");
-    QTest::addColumn<QString>("blocks");
-    QTest::addColumn<QString>("ascii");
-    const auto row = [](const char* samples, int width, bool isBit, const char* blocks, const char* ascii) {
-        QTest::newRow(samples) << width << isBit << QString::fromUtf8(blocks) << QString::fromUtf8(ascii);
-    };
-    row("", 5, false, "", "");
-    row("0 1 2 3 4 5 6 7", 8, false, "▁▂▃▄▅▆▇█", "_.,-~+*#");
-    row("-70 0", 5, false, "▁█", "_#");
-    row("900 0 1 7", 3, false, "▁▂█", "_.#");
-    row("5 5 5", 5, false, "▅▅▅", "~~~");
-    row("0 0", 5, true, "▁▁", "__");
-    row("1 1 0", 5, true, "██▁", "##_");
-    row("0 x 7", 5, false, "▁ █", "_ #");
-    row("x x", 5, false, "  ", "  ");
-    row("1 2", 0, false, "", "");
+    addRows(trendRows);
 }
 
 void tst_watch::trends()
 {
-    QFETCH(int, width);
-    QFETCH(bool, isBit);
-    const Samples samples = samplesOf(QString::fromLatin1(QTest::currentDataTag()));
-    QTEST(trendText(samples, width, isBit, TrendSymbols::Blocks), "blocks");
-    QTEST(trendText(samples, width, isBit, TrendSymbols::Ascii), "ascii");
+    QFETCH(int, row);
+    const auto& [name, width, isBit, blocks, ascii] = trendRows[row];
+    const Samples samples = samplesOf(QLatin1String(name));
+    QCOMPARE(trendText(samples, width, isBit, TrendSymbols::Blocks), QString::fromUtf8(blocks));
+    QCOMPARE(trendText(samples, width, isBit, TrendSymbols::Ascii), QLatin1String(ascii));
 }
 
 void tst_watch::history()
@@ -435,20 +429,13 @@ void tst_watch::fitsEverySize(const ScreenContents& contents)
     }
 }
 
-void tst_watch::ages_data()
-{
-    QTest::addColumn<QString>("text");
-    const std::pair<const char*, const char*> rows[] = {
-        {"-5", "0.0 s"},       {"949", "0.9 s"},    {"9949", "9.9 s"},      {"9950", "9 s"},
-        {"119999", "119 s"},   {"120000", "2 min"}, {"7199999", "119 min"}, {"7200000", "2 h"},
-        {"172799999", "47 h"}, {"172800000", "2 d"}};
-    for (const auto& [age, text] : rows)
-        QTest::newRow(age) << QString::fromLatin1(text);
-}
-
 void tst_watch::ages()
 {
-    QTEST(ageText(milliseconds(QString::fromLatin1(QTest::currentDataTag()).toInt())), "text");
+    const std::pair<int, const char*> rows[] = {
+        {-5, "0.0 s"},     {949, "0.9 s"},       {9949, "9.9 s"},  {9950, "9 s"},       {119999, "119 s"},
+        {120000, "2 min"}, {7199999, "119 min"}, {7200000, "2 h"}, {172799999, "47 h"}, {172800000, "2 d"}};
+    for (const auto& [age, text] : rows)
+        QCOMPARE(ageText(milliseconds(age)), QLatin1String(text));
 }
 
 QTEST_GUILESS_MAIN(tst_watch)
