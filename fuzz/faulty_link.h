@@ -104,7 +104,7 @@ private:
         CHECK(big16(frame, 2) == 0 && big16(frame, 4) == frame.size() - 6);
         CHECK(frame.at(6) == static_cast<char>(station));
 
-        const int function = frame.at(7);
+        const int function = static_cast<std::uint8_t>(frame.at(7));
         const int quantity = big16(frame, 10);
         CHECK(mostOf.count(function) == 1 && quantity <= mostOf.at(function));
         CHECK(function != 5 || quantity == 0 || quantity == 0xFF00);
