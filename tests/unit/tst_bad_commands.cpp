@@ -1,14 +1,13 @@
 #include "modbus_tcp_slave.h"
 #include "peak_memory.h"
 #include "project_fixture.h"
+#include "rows.h"
 #include "scripted_link.h"
 
 #include <QtTest>
 
 #include <climits>
 #include <ctime>
-
-Q_DECLARE_METATYPE(CommandDataType)
 
 /// The most that a byte array can hold.
 static const int LargestArray = INT_MAX - 64;
@@ -87,125 +86,102 @@ void tst_bad_commands::check(bool isWrite, const CommunicatorCommand& command, i
         QVERIFY(device.sent.size() <= (isWrite && isBits(command.dataType) ? 1 : 0));
 }
 
+static const struct
+{
+    const char* name; ///< the address
+    CommandDataType type;
+    int readLimit;
+    const char* readError;
+    int writeLimit; ///< -1: not even 0
+    const char* writeError;
+} areas[] = {
+    {"HR1", Bit, 2000, "can't read any word from HR1", 1968,
+     "can't write 124 words to HR1|can't read any word from HR1"},
+    {"HR1", Byte, 250, "can't read any byte from HR1", 246, "can't write ~ words to HR1"},
+    {"HR1", Word, 125, "can't read any word from HR1", 123, "can't write ~ words to HR1"},
+    {"HR1", DoubleWord, 62, "can't read any double word from HR1", 61, "can't write ~ words to HR1"},
+    {"FN6HR1", Bit, 2000, "can't read any word from FN6HR1", 2000, "can't read any word from HR1"},
+    {"FN6HR1", Byte, 250, "can't read any byte from FN6HR1", 246, "can't write any word to HR1"},
+    {"FN6HR1", Word, 125, "can't read any word from FN6HR1", 123, "can't write any word to HR1"},
+    {"FN6HR1", DoubleWord, 62, "can't read any double word from FN6HR1", 61, "can't write any word to HR1"},
+    {"IR1", Bit, 2000, "can't read any word from IR1", -1, "can't write any bit to IR1"},
+    {"IR1", Byte, 250, "can't read any byte from IR1", -1, "can't write any byte to IR1"},
+    {"IR1", Word, 125, "can't read any word from IR1", -1, "can't write any word to IR1"},
+    {"IR1", DoubleWord, 62, "can't read any double word from IR1", -1, "can't write any double word to IR1"},
+    {"DO1", Bit, 2008, "can't read # bits from DO1", 1976, "can't write # bits to DO1"},
+    {"DO1", Byte, LargestArray, "can't read # bytes from DO1", -1, "can't write any byte to DO1"},
+    {"DO1", Word, 125, "can't read any word from DO1", -1, "can't write any word to DO1"},
+    {"DO1", DoubleWord, 62, "can't read any double word from DO1", -1, "can't write any double word to DO1"},
+    {"FN5DO1", Bit, 2008, "can't read # bits from FN5DO1", 1976, "can't write # bits to DO1"},
+    {"FN5DO1", Byte, LargestArray, "can't read # bytes from DO1", -1, "can't write any byte to FN5DO1"},
+    {"DI1", Bit, 2008, "can't read # bits from DI1", -1, "can't write any bit to DI1"},
+    {"DI1", Byte, LargestArray, "can't read # bytes from DI1", -1, "can't write any byte to DI1"},
+    {"DI1", Word, 125, "can't read any word from DI1", -1, "can't write any word to DI1"},
+    {"FNUDO1", Bit, 2000, "can't read any word from FNUDO1", -1, "can't write any bit to FNUDO1"},
+    {"XY1", Bit, 2000, "can't read any word from XY1", -1, "can't write any bit to XY1"},
+    {"XY1", Byte, LargestArray, "can't read # bytes from DO1", -1, "can't write any byte to XY1"},
+};
+
 void tst_bad_commands::counts_data()
 {
-    static const struct
-    {
-        const char* address;
-        CommandDataType type;
-        int readLimit;
-        const char* readError;
-        int writeLimit; // -1: not even 0
-        const char* writeError;
-    } rows[] = {
-        {"HR1", Bit, 2000, "can't read any word from HR1", 1968,
-         "can't write 124 words to HR1|can't read any word from HR1"},
-        {"HR1", Byte, 250, "can't read any byte from HR1", 246, "can't write ~ words to HR1"},
-        {"HR1", Word, 125, "can't read any word from HR1", 123, "can't write ~ words to HR1"},
-        {"HR1", DoubleWord, 62, "can't read any double word from HR1", 61, "can't write ~ words to HR1"},
-        {"FN6HR1", Bit, 2000, "can't read any word from FN6HR1", 2000, "can't read any word from HR1"},
-        {"FN6HR1", Byte, 250, "can't read any byte from FN6HR1", 246, "can't write any word to HR1"},
-        {"FN6HR1", Word, 125, "can't read any word from FN6HR1", 123, "can't write any word to HR1"},
-        {"FN6HR1", DoubleWord, 62, "can't read any double word from FN6HR1", 61,
-         "can't write any word to HR1"},
-        {"IR1", Bit, 2000, "can't read any word from IR1", -1, "can't write any bit to IR1"},
-        {"IR1", Byte, 250, "can't read any byte from IR1", -1, "can't write any byte to IR1"},
-        {"IR1", Word, 125, "can't read any word from IR1", -1, "can't write any word to IR1"},
-        {"IR1", DoubleWord, 62, "can't read any double word from IR1", -1,
-         "can't write any double word to IR1"},
-        {"DO1", Bit, 2008, "can't read # bits from DO1", 1976, "can't write # bits to DO1"},
-        {"DO1", Byte, LargestArray, "can't read # bytes from DO1", -1, "can't write any byte to DO1"},
-        {"DO1", Word, 125, "can't read any word from DO1", -1, "can't write any word to DO1"},
-        {"DO1", DoubleWord, 62, "can't read any double word from DO1", -1,
-         "can't write any double word to DO1"},
-        {"FN5DO1", Bit, 2008, "can't read # bits from FN5DO1", 1976, "can't write # bits to DO1"},
-        {"FN5DO1", Byte, LargestArray, "can't read # bytes from DO1", -1, "can't write any byte to FN5DO1"},
-        {"DI1", Bit, 2008, "can't read # bits from DI1", -1, "can't write any bit to DI1"},
-        {"DI1", Byte, LargestArray, "can't read # bytes from DI1", -1, "can't write any byte to DI1"},
-        {"DI1", Word, 125, "can't read any word from DI1", -1, "can't write any word to DI1"},
-        {"FNUDO1", Bit, 2000, "can't read any word from FNUDO1", -1, "can't write any bit to FNUDO1"},
-        {"XY1", Bit, 2000, "can't read any word from XY1", -1, "can't write any bit to XY1"},
-        {"XY1", Byte, LargestArray, "can't read # bytes from DO1", -1, "can't write any byte to XY1"},
-    };
-    QTest::addColumn<QString>("address");
-    QTest::addColumn<CommandDataType>("type");
-    QTest::addColumn<bool>("isWrite");
-    QTest::addColumn<int>("limit");
-    QTest::addColumn<QString>("error");
-    static const char* const types[] = {"Bit", "Byte", "Word", "DoubleWord"};
-    for (size_t i = 0; i < sizeof rows / sizeof *rows; ++i) {
-        const QByteArray name = QByteArray(rows[i].address) + ' ' + types[rows[i].type];
-        QTest::newRow(("read " + name).constData())
-            << rows[i].address << rows[i].type << false << rows[i].readLimit << rows[i].readError;
-        QTest::newRow(("write " + name).constData())
-            << rows[i].address << rows[i].type << true << rows[i].writeLimit << rows[i].writeError;
-    }
+    addRows(areas);
 }
 
 void tst_bad_commands::counts()
 {
-    QFETCH(QString, address);
-    QFETCH(CommandDataType, type);
-    QFETCH(bool, isWrite);
-    QFETCH(int, limit);
-    QFETCH(QString, error);
+    QFETCH(int, row);
+    const QString address = QLatin1String(areas[row].name);
+    const CommandDataType type = areas[row].type;
     const CommandDataType twin = type == Bit ? BitBlock : type == Byte ? Block : type;
-    const int counts[] = {0, 1, limit, limit + 1, 65535, 0x40000001, INT_MAX, -1, INT_MIN};
-    for (size_t i = 0; i < sizeof counts / sizeof *counts; ++i) {
-        if (limit == LargestArray && counts[i] > 65535 && counts[i] <= limit)
-            continue; // allowed: gigabytes of zeros
-        const QString wanted =
-            error.section(QLatin1Char('|'), counts[i] == limit + 1 ? 0 : -1, counts[i] == limit + 1 ? 0 : -1);
-        check(isWrite, CommunicatorCommand(type, counts[i], address), limit, wanted);
-        check(isWrite, CommunicatorCommand(twin, counts[i], address), limit, wanted);
-        if (QTest::currentTestFailed()) {
-            qDebug("count %d", counts[i]);
-            return;
+    for (int isWrite = 0; isWrite < 2; ++isWrite) {
+        const int limit = isWrite ? areas[row].writeLimit : areas[row].readLimit;
+        const QString errors = QLatin1String(isWrite ? areas[row].writeError : areas[row].readError);
+        foreach (int count, QList<int>() << 0 << 1 << limit << limit + 1 << 65535 << 0x40000001 << INT_MAX
+                                         << -1 << INT_MIN) {
+            if (limit == LargestArray && count > 65535 && count <= limit)
+                continue; // allowed: gigabytes of zeros
+            const int one = count == limit + 1 ? 0 : -1;
+            const QString error = errors.section(QLatin1Char('|'), one, one);
+            check(isWrite != 0, CommunicatorCommand(type, count, address), limit, error);
+            check(isWrite != 0, CommunicatorCommand(twin, count, address), limit, error);
+            if (QTest::currentTestFailed())
+                QFAIL(qPrintable(QString::fromLatin1("type %1 count %2").arg(type).arg(count)));
         }
     }
 }
 
+static const struct
+{
+    const char* name; ///< of the area
+    CommandDataType type;
+    int limit;
+    const char* readError;
+    const char* writeError;
+} ends[] = {
+    {"HR", Bit, 16, "can't read any word from HR65536", "can't read any word from HR65536"},
+    {"HR", Byte, 2, "can't read any byte from HR65536", "can't write ~ words to HR65536"},
+    {"FN6HR", Word, 1, "can't read any word from FN6HR65536", "can't write any word to HR65536"},
+    {"HR", DoubleWord, 0, "can't read any double word from HR65536", "can't write ~ words to HR65536"},
+    {"DO", Bit, 1, "can't read # bits from DO65536", "can't write # bits to DO65536"},
+    {"FN5DO", Bit, 1, "can't read # bits from FN5DO65536", "can't write # bits to DO65536"},
+};
+
 void tst_bad_commands::lastAddress_data()
 {
-    QTest::addColumn<QString>("number");
-    QTest::newRow("none") << "";
-    QTest::newRow("0") << "0";
-    QTest::newRow("65536") << "65536";
-    QTest::newRow("131072") << "131072";
-    QTest::newRow("minus") << "-1";
-    QTest::newRow("plus") << "+1";
-    QTest::newRow("blank") << " 1";
-    QTest::newRow("Arabic digit") << QString::fromUtf8("\xd9\xa1");
-    QTest::newRow("umlaut") << QString::fromUtf8("\xc3\xa4"
-                                                 "1");
-    QTest::newRow("word order without a number") << "-SW";
+    addRows(ends);
 }
 
 /// An address without a number, or with one beyond the last, is the last address: one element fits there.
 void tst_bad_commands::lastAddress()
 {
-    QFETCH(QString, number);
-    static const struct
-    {
-        const char* area;
-        CommandDataType type;
-        int limit;
-        const char* readError;
-        const char* writeError;
-    } rows[] = {
-        {"HR", Bit, 16, "can't read any word from HR65536", "can't read any word from HR65536"},
-        {"HR", Byte, 2, "can't read any byte from HR65536", "can't write ~ words to HR65536"},
-        {"FN6HR", Word, 1, "can't read any word from FN6HR65536", "can't write any word to HR65536"},
-        {"HR", DoubleWord, 0, "can't read any double word from HR65536", "can't write ~ words to HR65536"},
-        {"DO", Bit, 1, "can't read # bits from DO65536", "can't write # bits to DO65536"},
-        {"FN5DO", Bit, 1, "can't read # bits from FN5DO65536", "can't write # bits to DO65536"},
-    };
-    for (size_t i = 0; i < sizeof rows / sizeof *rows; ++i) {
-        const QString address = QLatin1String(rows[i].area) + number;
-        for (int count = rows[i].limit; count <= rows[i].limit + 1; ++count) {
-            const CommunicatorCommand command(rows[i].type, count, address);
-            check(false, command, rows[i].limit, QLatin1String(rows[i].readError));
-            check(true, command, rows[i].limit, QLatin1String(rows[i].writeError));
+    QFETCH(int, row);
+    const int limit = ends[row].limit;
+    foreach (const QString& number,
+             QString::fromUtf8("|0|65536|131072|-1|+1| 1|\u0661|\u00e41|-SW").split(QLatin1Char('|'))) {
+        for (int count = limit; count <= limit + 1; ++count) {
+            const CommunicatorCommand command(ends[row].type, count, QLatin1String(ends[row].name) + number);
+            check(false, command, limit, QLatin1String(ends[row].readError));
+            check(true, command, limit, QLatin1String(ends[row].writeError));
         }
     }
 }
