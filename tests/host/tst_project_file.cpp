@@ -51,6 +51,34 @@ bool change(const QString& fileName, const QString& statements)
 
 } // namespace
 
+static const struct
+{
+    const char* name;  ///< SQL, or a shell's command in the project's folder
+    const char* error; ///< after that
+} damages[] = {
+    {"rm database", "it does not exist"},
+    {"rm database; mkdir database", "it is a directory"},
+    {"mv database other; ln -s other database", "it is a symbolic link"},
+    {"rm database; mkfifo database", "it is no regular file"},
+    {": > database", "no such table"},
+    {"head -c 5000 /dev/zero > database", "file is not a database"},
+    {"truncate -s -1 database", "it is damaged: only"},
+    {"truncate -s 8192 database", "it is damaged: only"},
+    {"truncate -s +1 database", "its last page is cut off"},
+    {"dd if=/dev/zero of=database bs=4096 seek=4 count=1 conv=notrunc status=none", "it is damaged: "},
+    {"echo changes > database-wal", "there is database-wal"},
+    {"ln -s database database-journal", "there is database-journal"},
+    {"CREATE TRIGGER t AFTER INSERT ON custom_tag_table BEGIN DELETE FROM LINK;END",
+     "its table custom_tag_table is a view, or has a trigger"},
+    {"DROP TABLE LINK; CREATE VIEW Link AS WITH RECURSIVE r(i, j) AS (SELECT 1, 2 UNION ALL SELECT i + 1, "
+     "2 FROM "
+     "r) SELECT i AS LINKID, j AS HMIPORT FROM r",
+     "its table Link is a view, or has a trigger"},
+    {"DROP TABLE NODE; CREATE VIRTUAL TABLE NODE USING fts4(STATIONID)", "its table NODE is a view"},
+    {"ALTER TABLE NODE ADD x AS (hex(zeroblob(400000000)))",
+     "its table NODE is a view, or has a trigger or comp"},
+};
+
 class tst_project_file : public QObject
 {
     Q_OBJECT
@@ -65,7 +93,7 @@ private slots:
     void swallowedTags();
     void copyIsNotMoreReadable();
     void logModeWithoutLog();
-    void refused_data();
+    void refused_data() { addRows(damages); }
     void refused();
 
 private:
@@ -223,39 +251,6 @@ void tst_project_file::logModeWithoutLog()
     QCOMPARE(tagsOf(m_file), QStringLiteral("DO1"));
     QVERIFY(ProjectWriter(m_file, ProjectWriter::FromOldProject).commit());
     QCOMPARE(files(), QStringList(QStringLiteral("database")));
-}
-
-static const struct
-{
-    const char* name;  ///< SQL, or a shell's command in the project's folder
-    const char* error; ///< after that
-} damages[] = {
-    {"rm database", "it does not exist"},
-    {"rm database; mkdir database", "it is a directory"},
-    {"mv database other; ln -s other database", "it is a symbolic link"},
-    {"rm database; mkfifo database", "it is no regular file"},
-    {": > database", "no such table"},
-    {"head -c 5000 /dev/zero > database", "file is not a database"},
-    {"truncate -s -1 database", "it is damaged: only"},
-    {"truncate -s 8192 database", "it is damaged: only"},
-    {"truncate -s +1 database", "its last page is cut off"},
-    {"dd if=/dev/zero of=database bs=4096 seek=4 count=1 conv=notrunc status=none", "it is damaged: "},
-    {"echo changes > database-wal", "there is database-wal"},
-    {"ln -s database database-journal", "there is database-journal"},
-    {"CREATE TRIGGER t AFTER INSERT ON custom_tag_table BEGIN DELETE FROM LINK;END",
-     "its table custom_tag_table is a view, or has a trigger"},
-    {"DROP TABLE LINK; CREATE VIEW Link AS WITH RECURSIVE r(i, j) AS (SELECT 1, 2 UNION ALL SELECT i + 1, "
-     "2 FROM "
-     "r) SELECT i AS LINKID, j AS HMIPORT FROM r",
-     "its table Link is a view, or has a trigger"},
-    {"DROP TABLE NODE; CREATE VIRTUAL TABLE NODE USING fts4(STATIONID)", "its table NODE is a view"},
-    {"ALTER TABLE NODE ADD x AS (hex(zeroblob(400000000)))",
-     "its table NODE is a view, or has a trigger or comp"},
-};
-
-void tst_project_file::refused_data()
-{
-    addRows(damages);
 }
 
 void tst_project_file::refused()

@@ -80,23 +80,6 @@ QString textOf(const scan::AreaFindings& findings)
 
 } // namespace
 
-class tst_scan : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void area_data();
-    void area();
-    void stations();
-    void retries_data();
-    void retries();
-    void answers_data();
-    void answers();
-    void numberLists_data();
-    void numberLists();
-    void progress();
-};
-
 // Each refused element costs a request of its own and, in groups of 8 and more, a quarter of one.
 static const Area areas[] = {
     {"1-1000", {1, 1000, 125, 1}, "1-1000 ok", 8},
@@ -130,10 +113,35 @@ static const Area areas[] = {
     {"1-150", {1, 400, 100, 1}, "1-150 ok, 151-400 unasked", 3, "", largestNumber, 2, 3},
 };
 
-void tst_scan::area_data()
+static const struct
 {
-    addRows(areas);
-}
+    const char* name;
+    int silences;
+    bool isUnreachable;
+    const char* asked;
+    const char* stopped;
+} attempts[] = {
+    {"silence, then an answer", 1, false, "1-HR1x1 1-HR1x1 1-HR1x5 1-HR1x5", ""},
+    {"silence too often", 9, false, "1-HR1x1 1-HR1x1", ""},
+    {"no connection", 0, true, "1-HR1x1 1-HR1x1 1-HR1x1", "connection refused"},
+};
+
+class tst_scan : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void area_data() { addRows(areas); }
+    void area();
+    void stations();
+    void retries_data() { addRows(attempts); }
+    void retries();
+    void answers_data();
+    void answers();
+    void numberLists_data();
+    void numberLists();
+    void progress();
+};
 
 void tst_scan::area()
 {
@@ -210,24 +218,6 @@ void tst_scan::stations()
     QCOMPARE(textOf(findings.stations.at(0).areas.at(1).findings), QStringLiteral("1-10 01"));
     QCOMPARE(textOf(findings.stations.at(2).areas.at(2).findings), QStringLiteral("1-10 unasked"));
     QCOMPARE(lastDone, qint64(45)); // of 60, before the request for the last 5 that were asked for
-}
-
-static const struct
-{
-    const char* name;
-    int silences;
-    bool isUnreachable;
-    const char* asked;
-    const char* stopped;
-} attempts[] = {
-    {"silence, then an answer", 1, false, "1-HR1x1 1-HR1x1 1-HR1x5 1-HR1x5", ""},
-    {"silence too often", 9, false, "1-HR1x1 1-HR1x1", ""},
-    {"no connection", 0, true, "1-HR1x1 1-HR1x1 1-HR1x1", "connection refused"},
-};
-
-void tst_scan::retries_data()
-{
-    addRows(attempts);
 }
 
 void tst_scan::retries()

@@ -37,6 +37,47 @@ QString textOf(const ScreenLine& line)
 
 } // namespace
 
+static const struct
+{
+    const char* name; ///< samples; x is a gap
+    int width;
+    bool isBit;
+    const char* blocks;
+    const char* ascii;
+} trendRows[] = {
+    {"", 5, false, "", ""},
+    {"0 1 2 3 4 5 6 7", 8, false, "▁▂▃▄▅▆▇█", "_.,-~+*#"},
+    {"-70 0", 5, false, "▁█", "_#"},
+    {"900 0 1 7", 3, false, "▁▂█", "_.#"},
+    {"5 5 5", 5, false, "▅▅▅", "~~~"},
+    {"0 0", 5, true, "▁▁", "__"},
+    {"1 1 0", 5, true, "██▁", "##_"},
+    {"0 x 7", 5, false, "▁ █", "_ #"},
+    {"x x", 5, false, "  ", "  "},
+    {"1 2", 0, false, "", ""},
+};
+
+// The columns that a window of this width has room for.
+static const struct
+{
+    const char* name;
+    int width;
+    bool fails;
+} headings[] = {
+    {"AD…S", 4, false},
+    {"ADDRESS  VALUE", 20, false},
+    {"ADDRESS  VALUE  TREND", 21, false},
+    {"ADDRESS  VALUE     AGE", 22, false},
+    {"ADDRESS  VALUE     AGE  FAILED", 30, false},
+    {"ADDRESS  VALUE  TREND        AGE  FAILED", 40, false},
+    {"ADDRESS  VALUE  TREND     AGE  FAILED  LAST ERROR", 49, false},
+    {"ADDRESS  VALUE    MIN    MAX  TREND     AGE  READS  FAILED  LAST ERROR", 70, false},
+    {"ADDRESS  VALUE    MIN    MAX  TREND          AGE  READS  FAILED  LAST ERROR", 80, false},
+    {"ADDRESS  VALUE  TREND         AGE  FAILED", 41, true},
+    {"ADDRESS  VALUE     AGE  FAILED  LAST ERROR", 42, true},
+    {"ADDRESS  VALUE    MIN    MAX  TREND     AGE  FAILED  LAST ERROR", 70, true},
+};
+
 class tst_watch : public QObject
 {
     Item itemIn(const char* text)
@@ -51,7 +92,7 @@ class tst_watch : public QObject
 private slots:
     void schedule();
     void pauseIsNotMissed();
-    void trends_data();
+    void trends_data() { addRows(trendRows); }
     void trends();
     void history();
     void roundTrips();
@@ -59,7 +100,7 @@ private slots:
     void blocks();
     void keys_data();
     void keys();
-    void columns_data();
+    void columns_data() { addRows(headings); }
     void columns();
     void everyScreenSize();
     void ages();
@@ -95,31 +136,6 @@ void tst_watch::pauseIsNotMissed()
     schedule.notPolled(start + milliseconds(350));
     QCOMPARE(schedule.slot(), start + milliseconds(400));
     QCOMPARE(schedule.missed(), quint64(1));
-}
-
-static const struct
-{
-    const char* name; ///< samples; x is a gap
-    int width;
-    bool isBit;
-    const char* blocks;
-    const char* ascii;
-} trendRows[] = {
-    {"", 5, false, "", ""},
-    {"0 1 2 3 4 5 6 7", 8, false, "▁▂▃▄▅▆▇█", "_.,-~+*#"},
-    {"-70 0", 5, false, "▁█", "_#"},
-    {"900 0 1 7", 3, false, "▁▂█", "_.#"},
-    {"5 5 5", 5, false, "▅▅▅", "~~~"},
-    {"0 0", 5, true, "▁▁", "__"},
-    {"1 1 0", 5, true, "██▁", "##_"},
-    {"0 x 7", 5, false, "▁ █", "_ #"},
-    {"x x", 5, false, "  ", "  "},
-    {"1 2", 0, false, "", ""},
-};
-
-void tst_watch::trends_data()
-{
-    addRows(trendRows);
 }
 
 void tst_watch::trends()
@@ -318,32 +334,6 @@ void tst_watch::keys()
                     .arg(control.itemToWrite().count)
                     .arg(QString::fromLatin1(control.dataToWrite().toHex()));
     QTEST(text, "message");
-}
-
-// The columns that a window of this width has room for.
-static const struct
-{
-    const char* name;
-    int width;
-    bool fails;
-} headings[] = {
-    {"AD…S", 4, false},
-    {"ADDRESS  VALUE", 20, false},
-    {"ADDRESS  VALUE  TREND", 21, false},
-    {"ADDRESS  VALUE     AGE", 22, false},
-    {"ADDRESS  VALUE     AGE  FAILED", 30, false},
-    {"ADDRESS  VALUE  TREND        AGE  FAILED", 40, false},
-    {"ADDRESS  VALUE  TREND     AGE  FAILED  LAST ERROR", 49, false},
-    {"ADDRESS  VALUE    MIN    MAX  TREND     AGE  READS  FAILED  LAST ERROR", 70, false},
-    {"ADDRESS  VALUE    MIN    MAX  TREND          AGE  READS  FAILED  LAST ERROR", 80, false},
-    {"ADDRESS  VALUE  TREND         AGE  FAILED", 41, true},
-    {"ADDRESS  VALUE     AGE  FAILED  LAST ERROR", 42, true},
-    {"ADDRESS  VALUE    MIN    MAX  TREND     AGE  FAILED  LAST ERROR", 70, true},
-};
-
-void tst_watch::columns_data()
-{
-    addRows(headings);
 }
 
 void tst_watch::columns()

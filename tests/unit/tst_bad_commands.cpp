@@ -12,15 +12,67 @@
 /// The most that a byte array can hold.
 static const int LargestArray = INT_MAX - 64;
 
+static const struct
+{
+    const char* name; ///< the address
+    CommandDataType type;
+    int readLimit;
+    const char* readError;
+    int writeLimit; ///< -1: not even 0
+    const char* writeError;
+} areas[] = {
+    {"HR1", Bit, 2000, "can't read any word from HR1", 1968,
+     "can't write 124 words to HR1|can't read any word from HR1"},
+    {"HR1", Byte, 250, "can't read any byte from HR1", 246, "can't write ~ words to HR1"},
+    {"HR1", Word, 125, "can't read any word from HR1", 123, "can't write ~ words to HR1"},
+    {"HR1", DoubleWord, 62, "can't read any double word from HR1", 61, "can't write ~ words to HR1"},
+    {"FN6HR1", Bit, 2000, "can't read any word from FN6HR1", 2000, "can't read any word from HR1"},
+    {"FN6HR1", Byte, 250, "can't read any byte from FN6HR1", 246, "can't write any word to HR1"},
+    {"FN6HR1", Word, 125, "can't read any word from FN6HR1", 123, "can't write any word to HR1"},
+    {"FN6HR1", DoubleWord, 62, "can't read any double word from FN6HR1", 61, "can't write any word to HR1"},
+    {"IR1", Bit, 2000, "can't read any word from IR1", -1, "can't write any bit to IR1"},
+    {"IR1", Byte, 250, "can't read any byte from IR1", -1, "can't write any byte to IR1"},
+    {"IR1", Word, 125, "can't read any word from IR1", -1, "can't write any word to IR1"},
+    {"IR1", DoubleWord, 62, "can't read any double word from IR1", -1, "can't write any double word to IR1"},
+    {"DO1", Bit, 2008, "can't read # bits from DO1", 1976, "can't write # bits to DO1"},
+    {"DO1", Byte, LargestArray, "can't read # bytes from DO1", -1, "can't write any byte to DO1"},
+    {"DO1", Word, 125, "can't read any word from DO1", -1, "can't write any word to DO1"},
+    {"DO1", DoubleWord, 62, "can't read any double word from DO1", -1, "can't write any double word to DO1"},
+    {"FN5DO1", Bit, 2008, "can't read # bits from FN5DO1", 1976, "can't write # bits to DO1"},
+    {"FN5DO1", Byte, LargestArray, "can't read # bytes from DO1", -1, "can't write any byte to FN5DO1"},
+    {"DI1", Bit, 2008, "can't read # bits from DI1", -1, "can't write any bit to DI1"},
+    {"DI1", Byte, LargestArray, "can't read # bytes from DI1", -1, "can't write any byte to DI1"},
+    {"DI1", Word, 125, "can't read any word from DI1", -1, "can't write any word to DI1"},
+    {"FNUDO1", Bit, 2000, "can't read any word from FNUDO1", -1, "can't write any bit to FNUDO1"},
+    {"XY1", Bit, 2000, "can't read any word from XY1", -1, "can't write any bit to XY1"},
+    {"XY1", Byte, LargestArray, "can't read # bytes from DO1", -1, "can't write any byte to XY1"},
+};
+
+static const struct
+{
+    const char* name; ///< of the area
+    CommandDataType type;
+    int limit;
+    const char* readError;
+    const char* writeError;
+} ends[] = {
+    {"HR", Bit, 16, "can't read any word from HR65536", "can't read any word from HR65536"},
+    {"HR", Byte, 2, "can't read any byte from HR65536", "can't write ~ words to HR65536"},
+    {"FN6HR", Word, 1, "can't read any word from FN6HR65536", "can't write any word to HR65536"},
+    {"HR", DoubleWord, 0, "can't read any double word from HR65536", "can't write ~ words to HR65536"},
+    {"DO", Bit, 1, "can't read # bits from DO65536", "can't write # bits to DO65536"},
+    {"FN5DO", Bit, 1, "can't read # bits from FN5DO65536", "can't write # bits to DO65536"},
+};
+
 class tst_bad_commands : public QObject
 {
     Q_OBJECT
 
 private slots:
     void initTestCase();
-    void counts_data();
+    void counts_data() { addRows(areas); }
     void counts();
-    void lastAddress_data();
+    void lastAddress_data() { addRows(ends); }
     void lastAddress();
     void coilDataBeyondTheCount();
 
@@ -86,47 +138,6 @@ void tst_bad_commands::check(bool isWrite, const CommunicatorCommand& command, i
         QVERIFY(device.sent.size() <= (isWrite && isBits(command.dataType) ? 1 : 0));
 }
 
-static const struct
-{
-    const char* name; ///< the address
-    CommandDataType type;
-    int readLimit;
-    const char* readError;
-    int writeLimit; ///< -1: not even 0
-    const char* writeError;
-} areas[] = {
-    {"HR1", Bit, 2000, "can't read any word from HR1", 1968,
-     "can't write 124 words to HR1|can't read any word from HR1"},
-    {"HR1", Byte, 250, "can't read any byte from HR1", 246, "can't write ~ words to HR1"},
-    {"HR1", Word, 125, "can't read any word from HR1", 123, "can't write ~ words to HR1"},
-    {"HR1", DoubleWord, 62, "can't read any double word from HR1", 61, "can't write ~ words to HR1"},
-    {"FN6HR1", Bit, 2000, "can't read any word from FN6HR1", 2000, "can't read any word from HR1"},
-    {"FN6HR1", Byte, 250, "can't read any byte from FN6HR1", 246, "can't write any word to HR1"},
-    {"FN6HR1", Word, 125, "can't read any word from FN6HR1", 123, "can't write any word to HR1"},
-    {"FN6HR1", DoubleWord, 62, "can't read any double word from FN6HR1", 61, "can't write any word to HR1"},
-    {"IR1", Bit, 2000, "can't read any word from IR1", -1, "can't write any bit to IR1"},
-    {"IR1", Byte, 250, "can't read any byte from IR1", -1, "can't write any byte to IR1"},
-    {"IR1", Word, 125, "can't read any word from IR1", -1, "can't write any word to IR1"},
-    {"IR1", DoubleWord, 62, "can't read any double word from IR1", -1, "can't write any double word to IR1"},
-    {"DO1", Bit, 2008, "can't read # bits from DO1", 1976, "can't write # bits to DO1"},
-    {"DO1", Byte, LargestArray, "can't read # bytes from DO1", -1, "can't write any byte to DO1"},
-    {"DO1", Word, 125, "can't read any word from DO1", -1, "can't write any word to DO1"},
-    {"DO1", DoubleWord, 62, "can't read any double word from DO1", -1, "can't write any double word to DO1"},
-    {"FN5DO1", Bit, 2008, "can't read # bits from FN5DO1", 1976, "can't write # bits to DO1"},
-    {"FN5DO1", Byte, LargestArray, "can't read # bytes from DO1", -1, "can't write any byte to FN5DO1"},
-    {"DI1", Bit, 2008, "can't read # bits from DI1", -1, "can't write any bit to DI1"},
-    {"DI1", Byte, LargestArray, "can't read # bytes from DI1", -1, "can't write any byte to DI1"},
-    {"DI1", Word, 125, "can't read any word from DI1", -1, "can't write any word to DI1"},
-    {"FNUDO1", Bit, 2000, "can't read any word from FNUDO1", -1, "can't write any bit to FNUDO1"},
-    {"XY1", Bit, 2000, "can't read any word from XY1", -1, "can't write any bit to XY1"},
-    {"XY1", Byte, LargestArray, "can't read # bytes from DO1", -1, "can't write any byte to XY1"},
-};
-
-void tst_bad_commands::counts_data()
-{
-    addRows(areas);
-}
-
 void tst_bad_commands::counts()
 {
     QFETCH(int, row);
@@ -148,27 +159,6 @@ void tst_bad_commands::counts()
                 QFAIL(qPrintable(QString::fromLatin1("type %1 count %2").arg(type).arg(count)));
         }
     }
-}
-
-static const struct
-{
-    const char* name; ///< of the area
-    CommandDataType type;
-    int limit;
-    const char* readError;
-    const char* writeError;
-} ends[] = {
-    {"HR", Bit, 16, "can't read any word from HR65536", "can't read any word from HR65536"},
-    {"HR", Byte, 2, "can't read any byte from HR65536", "can't write ~ words to HR65536"},
-    {"FN6HR", Word, 1, "can't read any word from FN6HR65536", "can't write any word to HR65536"},
-    {"HR", DoubleWord, 0, "can't read any double word from HR65536", "can't write ~ words to HR65536"},
-    {"DO", Bit, 1, "can't read # bits from DO65536", "can't write # bits to DO65536"},
-    {"FN5DO", Bit, 1, "can't read # bits from FN5DO65536", "can't write # bits to DO65536"},
-};
-
-void tst_bad_commands::lastAddress_data()
-{
-    addRows(ends);
 }
 
 /// An address without a number, or with one beyond the last, is the last address: one element fits there.

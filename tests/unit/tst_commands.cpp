@@ -11,50 +11,6 @@ enum Direction
     Write
 };
 
-class tst_commands : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void initTestCase();
-    void requestsAndData_data();
-    void requestsAndData();
-    void addressTexts_data();
-    void addressTexts();
-    void badReplies_data();
-    void badReplies();
-    void everyPrefixOfAReply_data();
-    void everyPrefixOfAReply();
-    void descriptions_data();
-    void descriptions();
-    void requestNotTakenWhole_data();
-    void requestNotTakenWhole();
-    void attemptsDelaysAndRetries();
-    void linkThatCanNotBeOpened();
-    void transactionIdentifierWraps();
-    void oddRegisterDataRefused();
-    void unservedDataTypes();
-    void errorState();
-};
-
-/// Runs a command. True if it did what it is for.
-static bool runs(DriverModbusTcpSlave& driver, ScriptedLink& link, Direction direction,
-                 const CommunicatorCommand& command, const QByteArray& data = QByteArray())
-{
-    return direction == Write ? driver.write(&link, command, data) : !driver.read(&link, command).isEmpty();
-}
-
-static CommunicatorCommand commandFor(CommandDataType type, const char* address, int count)
-{
-    return CommunicatorCommand(type, count, QString::fromUtf8(address));
-}
-
-void tst_commands::initTestCase()
-{
-    ProjectFixture::clear();
-    QVERIFY(ProjectFixture::create(ProjectFixture::usualPlace(), QStringList()));
-}
-
 static const struct
 {
     const char* name;
@@ -105,37 +61,6 @@ static const struct
      ""},
 };
 
-void tst_commands::requestsAndData_data()
-{
-    addRows(exchanges);
-}
-
-void tst_commands::requestsAndData()
-{
-    QFETCH(int, row);
-    DriverModbusTcpSlave driver;
-    ObedientDevice link;
-    if (*exchanges[row].answer)
-        link.answersPdu(exchanges[row].answer);
-    const CommunicatorCommand command =
-        commandFor(exchanges[row].type, exchanges[row].address, exchanges[row].count);
-    const QByteArray data = hex(exchanges[row].data);
-    if (exchanges[row].direction == Read)
-        QCOMPARE(driver.read(&link, command).toHex(), data.toHex());
-    else
-        QVERIFY(driver.write(&link, command, data));
-    QVERIFY2(!driver.hasError(), qPrintable(driver.getLastError()));
-
-    QList<QByteArray> wanted;
-    foreach (const QByteArray& pdu, QByteArray(exchanges[row].requests).split(' ')) {
-        if (!pdu.isEmpty())
-            wanted << hex("0000 00") + char(pdu.size() / 2 + 1) + '\1' + hex(pdu);
-    }
-    QCOMPARE(link.sent.size(), wanted.size());
-    for (int i = 0; i < wanted.size(); ++i)
-        QCOMPARE(link.sent.at(i).mid(2).toHex(), wanted.at(i).toHex());
-}
-
 static const struct
 {
     const char* name;
@@ -155,21 +80,6 @@ static const struct
      "04ffff0001"}, // other letters than ASCII's end the prefix
     {"DOOR3", "0100020001"},
 };
-
-void tst_commands::addressTexts_data()
-{
-    addRows(addresses);
-}
-
-void tst_commands::addressTexts()
-{
-    QFETCH(int, row);
-    DriverModbusTcpSlave driver;
-    ScriptedLink link;
-    driver.read(&link, commandFor(Bit, addresses[row].name, 1));
-    QCOMPARE(link.sent.size(), 1);
-    QCOMPARE(link.sent.first().mid(7).toHex(), QByteArray(addresses[row].sent));
-}
 
 static const char* const WrongAddress = "wrong device address from response";
 static const char* const WrongQuantity = "wrong quantity from response";
@@ -207,9 +117,120 @@ static const struct
     {"TTTT 0000 0006 01 10 0002 0001", "DO3", "invalid response", 1},
 };
 
-void tst_commands::badReplies_data()
+static const struct
 {
-    addRows(badReplyRows);
+    const char* name; ///< the address
+    Direction direction;
+    CommandDataType type;
+    int count;
+    const char* pdu; ///< of the whole reply
+    int closes;      ///< when the link does not take all of the request
+} commands[] = {
+    {"HR1", Read, Word, 2, "03041234ABCD", 0},   {"HR1", Read, DoubleWord, 1, "03041234ABCD", 0},
+    {"HR1", Read, Bit, 32, "03041234ABCD", 0},   {"HR1", Read, Byte, 4, "03041234ABCD", 1},
+    {"DO1", Read, Bit, 32, "01041234ABCD", 1},   {"FN5DO1", Write, Bit, 1, "050000FF00", 1},
+    {"FN6HR1", Write, Word, 1, "0600001203", 1}, {"DO1", Write, Bit, 2, "0F00000002", 1},
+    {"HR1", Write, Word, 2, "1000000002", 1},
+};
+
+static const struct
+{
+    const char* name; ///< the error text of a command that is refused
+    Direction direction;
+    CommandDataType type;
+    const char* address;
+    int count;
+} refusals[] = {
+    {"read 4294967295 word(s) from 1-HR1> can't read any word from HR1", Read, Word, "HR1", -1},
+    {"read 63 dword(s) from 1-HR1SW> can't read any double word from HR1", Read, DoubleWord, "HR1SW", 63},
+    {"read 251 byte(s) from 1-ir1> can't read any byte from ir1", Read, Byte, "ir1", 251},
+    {"read 2009 bit(s) from 1-DO1> can't read 2009 bits from DO1", Read, Bit, "DO1", 2009},
+    {"read 1-FN5DO65530> can't read 8 bits from FN5DO65530", Read, BitBlock, "FN5DO65530", 8},
+    {"write 1 bit(s) to 1-DI3> can't write any bit to DI3", Write, Bit, "DI3", 1},
+    {"write 1 byte(s) to 1-DO3> can't write any byte to DO3", Write, Byte, "DO3", 1},
+    {"write 1-IR%13> can't write any byte to IR%13", Write, Block, "IR%13", 1},
+    {"write 3 word(s) to 1-HR65535> can't write 3 words to HR65535", Write, Word, "HR65535", 3},
+    {"write 1 dword(s) to 1-X> can't write any double word to X", Write, DoubleWord, "X", 1},
+};
+
+class tst_commands : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void requestsAndData_data() { addRows(exchanges); }
+    void requestsAndData();
+    void addressTexts_data() { addRows(addresses); }
+    void addressTexts();
+    void badReplies_data() { addRows(badReplyRows); }
+    void badReplies();
+    void everyPrefixOfAReply_data() { addRows(commands); }
+    void everyPrefixOfAReply();
+    void descriptions_data() { addRows(refusals); }
+    void descriptions();
+    void requestNotTakenWhole_data() { addRows(commands); }
+    void requestNotTakenWhole();
+    void attemptsDelaysAndRetries();
+    void linkThatCanNotBeOpened();
+    void transactionIdentifierWraps();
+    void oddRegisterDataRefused();
+    void unservedDataTypes();
+    void errorState();
+};
+
+/// Runs a command. True if it did what it is for.
+static bool runs(DriverModbusTcpSlave& driver, ScriptedLink& link, Direction direction,
+                 const CommunicatorCommand& command, const QByteArray& data = QByteArray())
+{
+    return direction == Write ? driver.write(&link, command, data) : !driver.read(&link, command).isEmpty();
+}
+
+static CommunicatorCommand commandFor(CommandDataType type, const char* address, int count)
+{
+    return CommunicatorCommand(type, count, QString::fromUtf8(address));
+}
+
+void tst_commands::initTestCase()
+{
+    ProjectFixture::clear();
+    QVERIFY(ProjectFixture::create(ProjectFixture::usualPlace(), QStringList()));
+}
+
+void tst_commands::requestsAndData()
+{
+    QFETCH(int, row);
+    DriverModbusTcpSlave driver;
+    ObedientDevice link;
+    if (*exchanges[row].answer)
+        link.answersPdu(exchanges[row].answer);
+    const CommunicatorCommand command =
+        commandFor(exchanges[row].type, exchanges[row].address, exchanges[row].count);
+    const QByteArray data = hex(exchanges[row].data);
+    if (exchanges[row].direction == Read)
+        QCOMPARE(driver.read(&link, command).toHex(), data.toHex());
+    else
+        QVERIFY(driver.write(&link, command, data));
+    QVERIFY2(!driver.hasError(), qPrintable(driver.getLastError()));
+
+    QList<QByteArray> wanted;
+    foreach (const QByteArray& pdu, QByteArray(exchanges[row].requests).split(' ')) {
+        if (!pdu.isEmpty())
+            wanted << hex("0000 00") + char(pdu.size() / 2 + 1) + '\1' + hex(pdu);
+    }
+    QCOMPARE(link.sent.size(), wanted.size());
+    for (int i = 0; i < wanted.size(); ++i)
+        QCOMPARE(link.sent.at(i).mid(2).toHex(), wanted.at(i).toHex());
+}
+
+void tst_commands::addressTexts()
+{
+    QFETCH(int, row);
+    DriverModbusTcpSlave driver;
+    ScriptedLink link;
+    driver.read(&link, commandFor(Bit, addresses[row].name, 1));
+    QCOMPARE(link.sent.size(), 1);
+    QCOMPARE(link.sent.first().mid(7).toHex(), QByteArray(addresses[row].sent));
 }
 
 void tst_commands::badReplies()
@@ -227,27 +248,6 @@ void tst_commands::badReplies()
     QCOMPARE(link.closes, badReplyRows[row].closes);
     QVERIFY(link.closes == 0 || driver.getLastError().endsWith(QLatin1String("words")) ||
             link.calls.filter(QLatin1String("read")).size() == 1);
-}
-
-static const struct
-{
-    const char* name; ///< the address
-    Direction direction;
-    CommandDataType type;
-    int count;
-    const char* pdu; ///< of the whole reply
-    int closes;      ///< when the link does not take all of the request
-} commands[] = {
-    {"HR1", Read, Word, 2, "03041234ABCD", 0},   {"HR1", Read, DoubleWord, 1, "03041234ABCD", 0},
-    {"HR1", Read, Bit, 32, "03041234ABCD", 0},   {"HR1", Read, Byte, 4, "03041234ABCD", 1},
-    {"DO1", Read, Bit, 32, "01041234ABCD", 1},   {"FN5DO1", Write, Bit, 1, "050000FF00", 1},
-    {"FN6HR1", Write, Word, 1, "0600001203", 1}, {"DO1", Write, Bit, 2, "0F00000002", 1},
-    {"HR1", Write, Word, 2, "1000000002", 1},
-};
-
-void tst_commands::everyPrefixOfAReply_data()
-{
-    addRows(commands);
 }
 
 void tst_commands::everyPrefixOfAReply()
@@ -271,11 +271,6 @@ void tst_commands::everyPrefixOfAReply()
     }
 }
 
-void tst_commands::requestNotTakenWhole_data()
-{
-    addRows(commands);
-}
-
 void tst_commands::requestNotTakenWhole()
 {
     QFETCH(int, row);
@@ -288,31 +283,6 @@ void tst_commands::requestNotTakenWhole()
     QCOMPARE(link.closes, commands[row].closes);
     QCOMPARE(link.sent.size(), 1);
     QVERIFY(link.calls.filter(QLatin1String("read")).isEmpty());
-}
-
-static const struct
-{
-    const char* name; ///< the error text of a command that is refused
-    Direction direction;
-    CommandDataType type;
-    const char* address;
-    int count;
-} refusals[] = {
-    {"read 4294967295 word(s) from 1-HR1> can't read any word from HR1", Read, Word, "HR1", -1},
-    {"read 63 dword(s) from 1-HR1SW> can't read any double word from HR1", Read, DoubleWord, "HR1SW", 63},
-    {"read 251 byte(s) from 1-ir1> can't read any byte from ir1", Read, Byte, "ir1", 251},
-    {"read 2009 bit(s) from 1-DO1> can't read 2009 bits from DO1", Read, Bit, "DO1", 2009},
-    {"read 1-FN5DO65530> can't read 8 bits from FN5DO65530", Read, BitBlock, "FN5DO65530", 8},
-    {"write 1 bit(s) to 1-DI3> can't write any bit to DI3", Write, Bit, "DI3", 1},
-    {"write 1 byte(s) to 1-DO3> can't write any byte to DO3", Write, Byte, "DO3", 1},
-    {"write 1-IR%13> can't write any byte to IR%13", Write, Block, "IR%13", 1},
-    {"write 3 word(s) to 1-HR65535> can't write 3 words to HR65535", Write, Word, "HR65535", 3},
-    {"write 1 dword(s) to 1-X> can't write any double word to X", Write, DoubleWord, "X", 1},
-};
-
-void tst_commands::descriptions_data()
-{
-    addRows(refusals);
 }
 
 void tst_commands::descriptions()

@@ -35,41 +35,6 @@ static QByteArray readBytes(DriverModbusTcpSlave& driver, ScriptedLink& link, co
     return driver.read(&link, CommunicatorCommand(Byte, count, QLatin1String(address))).toHex();
 }
 
-class tst_project : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init() { ProjectFixture::clear(); }
-    void cleanupTestCase() { ProjectFixture::clear(); }
-    void places();
-    void tagsAndRuns_data();
-    void tagsAndRuns();
-    void wholeAddressSpace();
-    void sparseReadFailures();
-    void pausesBetweenRequests();
-    void stationWithoutTags();
-    void loadedOnceAndForAll();
-    void lastDefaultNodeGetsTheTags();
-    void twoDriversAtOnce();
-    void lookups();
-    void hmiPorts();
-};
-
-void tst_project::places()
-{
-    const QStringList places =
-        list(QLatin1String("compile/database/database compile/database database/database database"));
-    foreach (const QString& place, places) {
-        ProjectFixture::clear();
-        QVERIFY(ProjectFixture::create(place, list(QLatin1String("DO1"))));
-        QCOMPARE(GetDatabaseName(), ProjectFixture::path(place));
-        DriverModbusTcpSlave driver;
-        ObedientDevice link(0xFF);
-        QCOMPARE(readBytes(driver, link), QByteArray("01"));
-    }
-}
-
 static const struct
 {
     const char* name;
@@ -97,9 +62,39 @@ static const struct
     {"no bytes", "DO1", "DO1", 0, "", ""},
 };
 
-void tst_project::tagsAndRuns_data()
+class tst_project : public QObject
 {
-    addRows(runs);
+    Q_OBJECT
+
+private slots:
+    void init() { ProjectFixture::clear(); }
+    void cleanupTestCase() { ProjectFixture::clear(); }
+    void places();
+    void tagsAndRuns_data() { addRows(runs); }
+    void tagsAndRuns();
+    void wholeAddressSpace();
+    void sparseReadFailures();
+    void pausesBetweenRequests();
+    void stationWithoutTags();
+    void loadedOnceAndForAll();
+    void lastDefaultNodeGetsTheTags();
+    void twoDriversAtOnce();
+    void lookups();
+    void hmiPorts();
+};
+
+void tst_project::places()
+{
+    const QStringList places =
+        list(QLatin1String("compile/database/database compile/database database/database database"));
+    foreach (const QString& place, places) {
+        ProjectFixture::clear();
+        QVERIFY(ProjectFixture::create(place, list(QLatin1String("DO1"))));
+        QCOMPARE(GetDatabaseName(), ProjectFixture::path(place));
+        DriverModbusTcpSlave driver;
+        ObedientDevice link(0xFF);
+        QCOMPARE(readBytes(driver, link), QByteArray("01"));
+    }
 }
 
 void tst_project::tagsAndRuns()
