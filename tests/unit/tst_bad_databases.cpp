@@ -100,37 +100,8 @@ static void clear()
 {
     setPermissions(folder(), 0x7755);
     QDir().rmdir(projectFile());
-    QFile::remove(projectFile() + QLatin1String("-wal"));
-    QFile::remove(projectFile() + QLatin1String("-shm"));
     QFile::remove(elsewhere());
     ProjectFixture::clear();
-}
-
-class tst_bad_databases : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void init();
-    void cleanup() { clear(); }
-    void damageAndRecovery_data();
-    void damageAndRecovery();
-    void placeIsLookedUpOnce();
-    void deletedFileStaysOpen();
-    void nothingElseStaysOpen();
-    void connectionOfSomebodyElse();
-    void lockedByAWriter();
-    void oddContentThatLoads_data();
-    void oddContentThatLoads();
-    void rowsWithoutEnd_data();
-    void rowsWithoutEnd();
-};
-
-void tst_bad_databases::init()
-{
-    clear();
-    QVERIFY(ProjectFixture::create(ProjectFixture::usualPlace(), QStringList(QLatin1String("DO100"))));
-    good = content();
 }
 
 /// Puts the good content back into the same file, with another change counter, which tells SQLite to read
@@ -167,8 +138,12 @@ static const struct
     const char* later; ///< error of the next ones
 } damages[] = {
     {"no file", [] { QFile::remove(projectFile()); }, cantOpen, noStation},
-    {"directory", [] { QVERIFY(QFile::remove(projectFile()) && QDir().mkdir(projectFile())); }, cantOpen,
-     noStation},
+    {"directory",
+     [] {
+         QFile::remove(projectFile());
+         QDir().mkdir(projectFile());
+     },
+     cantOpen, noStation},
     {"unreadable", [] { setPermissions(projectFile(), 0); }, cantOpen, noStation},
     {"empty", [] { setContent(""); }, noStation, noStation},
     {"text", [] { setContent(QByteArray("[project]\nname=Pump\n").repeated(400)); }, noStation, noStation},
@@ -190,9 +165,59 @@ static const struct
      noTable, noTable},
 };
 
-void tst_bad_databases::damageAndRecovery_data()
+static const struct
 {
-    addRows(damages);
+    const char* name;
+    const char* changes;
+} oddContents[] = {
+    {"ids as text", "DROP TABLE NODE; DROP TABLE custom_tag_table;"
+                    "CREATE TABLE NODE (LINKID TEXT, STATIONID TEXT, ISDEFAULT TEXT);"
+                    "CREATE TABLE custom_tag_table (connector_id TEXT, address TEXT);"
+                    "INSERT INTO NODE VALUES ('1', '1', '1');"
+                    "INSERT INTO custom_tag_table VALUES ('1', 'DO100')"},
+    {"addresses that are none",
+     "INSERT INTO custom_tag_table SELECT 1, NULL UNION ALL SELECT 1, 7 UNION ALL SELECT 1, 1.5 "
+     "UNION ALL SELECT 1, x'00FF' UNION ALL SELECT 1, '' UNION ALL SELECT NULL, 'DO1'"},
+    {"station number as a real", "UPDATE NODE SET STATIONID = 1.0"},
+    {"views", "ALTER TABLE custom_tag_table RENAME TO tags;"
+              "CREATE VIEW custom_tag_table AS SELECT connector_id, address FROM tags"},
+};
+
+static const struct
+{
+    const char* name;
+    const char* columns;
+    const char* error;
+} endlessTables[] = {
+    {"custom_tag_table", "1 AS connector_id, NULL AS address", noTable},
+    {"NODE", "1 AS LINKID, 1 AS STATIONID, 1 AS ISDEFAULT", ""},
+};
+
+class tst_bad_databases : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup() { clear(); }
+    void damageAndRecovery_data() { addRows(damages); }
+    void damageAndRecovery();
+    void placeIsLookedUpOnce();
+    void deletedFileStaysOpen();
+    void nothingElseStaysOpen();
+    void connectionOfSomebodyElse();
+    void lockedByAWriter();
+    void oddContentThatLoads_data() { addRows(oddContents); }
+    void oddContentThatLoads();
+    void rowsWithoutEnd_data() { addRows(endlessTables); }
+    void rowsWithoutEnd();
+};
+
+void tst_bad_databases::init()
+{
+    clear();
+    QVERIFY(ProjectFixture::create(ProjectFixture::usualPlace(), QStringList(QLatin1String("DO100"))));
+    good = content();
 }
 
 void tst_bad_databases::damageAndRecovery()
@@ -279,29 +304,6 @@ void tst_bad_databases::lockedByAWriter()
     QSqlDatabase::removeDatabase(QLatin1String("writer"));
 }
 
-static const struct
-{
-    const char* name;
-    const char* changes;
-} oddContents[] = {
-    {"ids as text", "DROP TABLE NODE; DROP TABLE custom_tag_table;"
-                    "CREATE TABLE NODE (LINKID TEXT, STATIONID TEXT, ISDEFAULT TEXT);"
-                    "CREATE TABLE custom_tag_table (connector_id TEXT, address TEXT);"
-                    "INSERT INTO NODE VALUES ('1', '1', '1');"
-                    "INSERT INTO custom_tag_table VALUES ('1', 'DO100')"},
-    {"addresses that are none",
-     "INSERT INTO custom_tag_table SELECT 1, NULL UNION ALL SELECT 1, 7 UNION ALL SELECT 1, 1.5 "
-     "UNION ALL SELECT 1, x'00FF' UNION ALL SELECT 1, '' UNION ALL SELECT NULL, 'DO1'"},
-    {"station number as a real", "UPDATE NODE SET STATIONID = 1.0"},
-    {"views", "ALTER TABLE custom_tag_table RENAME TO tags;"
-              "CREATE VIEW custom_tag_table AS SELECT connector_id, address FROM tags"},
-};
-
-void tst_bad_databases::oddContentThatLoads_data()
-{
-    addRows(oddContents);
-}
-
 void tst_bad_databases::oddContentThatLoads()
 {
     QFETCH(int, row);
@@ -312,21 +314,6 @@ void tst_bad_databases::oddContentThatLoads()
     const QByteArray data =
         panel.driver.read(&panel.link, CommunicatorCommand(Byte, 1, QLatin1String("DO100")));
     QCOMPARE(data.toHex(), QByteArray("01"));
-}
-
-static const struct
-{
-    const char* name;
-    const char* columns;
-    const char* error;
-} endlessTables[] = {
-    {"custom_tag_table", "1 AS connector_id, NULL AS address", noTable},
-    {"NODE", "1 AS LINKID, 1 AS STATIONID, 1 AS ISDEFAULT", ""},
-};
-
-void tst_bad_databases::rowsWithoutEnd_data()
-{
-    addRows(endlessTables);
 }
 
 void tst_bad_databases::rowsWithoutEnd()
