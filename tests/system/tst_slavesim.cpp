@@ -127,9 +127,9 @@ void TestSlavesim::closesWhatIsNotModbus()
 {
     SlaveProcess slave;
     QVERIFY2(slave.start(), slave.problem());
-    for (const char* bytes : {"0001 0001 0006 01 03 0000 0001", "0001 0000 0007 01 03 0000 0001",
-                              "0001 0000 0009 01 10 0000 0001 04 0001", "0001 0000 0001 01",
-                              "0001 0000 00ff 01 2b", "4745 5420 2f20 48 54 54 50 2f"})
+    for (const char* bytes : {"0001 0001 0006 01 03 0000 0001", "0001 0100 0006 01 03 0000 0001",
+                              "0001 0000 0007 01 03 0000 0001", "0001 0000 0009 01 10 0000 0001 04 0001",
+                              "0001 0000 0001 01", "0001 0000 00ff 01 2b", "4745 5420 2f20 48 54 54 50 2f"})
         QCOMPARE(qMakePair(bytes, ModbusClient(slave.port()).exchange(bytes)),
                  qMakePair(bytes, QByteArray("end")));
 }
@@ -150,7 +150,7 @@ void TestSlavesim::saysWhatIsWrong()
         {"--serve HR=0-5", "--serve: 'HR=0-5' is wrong"},
         {"--serve HR=5-4", "--serve: 'HR=5-4' is wrong"},
         {"--serve XR=1", "--serve: 'XR=1' is wrong: an area (HR, IR, DO or DI)"},
-        {"--stations 1,,2", "--stations: '1,,2' is wrong"},
+        {"--stations 1,,2", "--stations: '1,,2' is wrong: numbers and ranges from 0 to 255"},
         {"--stations 256", "--stations: '256' is wrong"},
         {"--fault late --fault slow", "--fault: 'slow' is wrong: one of these is needed: late, drop,"},
         {"--fault late --fault-every 0", "--fault-every: '0' is wrong: a whole number from 1"},
@@ -322,8 +322,8 @@ void TestSlavesim::movesSignals()
     ProcessImage image;
     for (const auto& [seconds, cells] :
          {std::pair(65537.5, "IR1 0001"), std::pair(15.0, "IR2 0000 1388 1388"),
-          std::pair(70.0, "IR7 1170 0001"), std::pair(5.0, "HR4 0000 3f80"), std::pair(3.6, "DI9 0000 0001"),
-          std::pair(128.0, "DO8 0000 0001")}) {
+          std::pair(70.0, "IR7 1170 0001 0000"), std::pair(5.0, "HR4 0000 3f80"),
+          std::pair(3.6, "DI9 0000 0001"), std::pair(128.0, "DO8 0000 0001")}) {
         moveSignals(image, seconds);
         QCOMPARE(shown(image, cells), QByteArray(cells));
     }

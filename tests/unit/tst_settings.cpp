@@ -1,6 +1,5 @@
 #include "device_setting.h"
 #include "driver_setting.h"
-#include "message_capture.h"
 
 #include <QtTest>
 
@@ -72,9 +71,8 @@ void tst_settings::driverSetting()
     QCOMPARE(copy.auxString, QString::fromLatin1("kept"));
     QVERIFY(!copy.auxFlag);
 
-    const MessageCapture capture;
+    QTest::ignoreMessage(QtDebugMsg, "timeout: 1 retry: 2 stationid: 3 delay: -16 "); // fails without it
     copy.dump();
-    QCOMPARE(capture.messages(), QList<QByteArray>() << "timeout: 1 retry: 2 stationid: 3 delay: -16 ");
 }
 
 void tst_settings::socketEntries()
@@ -181,18 +179,16 @@ void tst_settings::promisedEntriesTakeNoMemory()
 
 void tst_settings::deviceSettingDump()
 {
-    MessageCapture capture;
-    DeviceSetting setting = defaultDevice();
+    DeviceSetting setting(EthernetDevice, QLatin1String("a\"b\\c"), 9600, 8, 0, 2);
+    QTest::ignoreMessage(QtDebugMsg,
+                         "type: 256 string: \"a\"b\\c\" baudrate: 9600 databits: 8 stopbits: 0 parity: 2 "
+                         "linkID: -1 current ip: \"\" current port: 0 ");
     setting.dump();
-    setting.string = QLatin1String("a\"b\\c");
     setting.setSocketData(pairs("10.0.0.1/502"));
+    QTest::ignoreMessage(QtDebugMsg,
+                         "type: 256 string: \"a\"b\\c\" baudrate: 9600 databits: 8 stopbits: 0 parity: 2 "
+                         "linkID: -1 current ip: \"10.0.0.1\" current port: 502 ");
     setting.dump();
-    QCOMPARE(capture.messages(),
-             QList<QByteArray>()
-                 << "type: 256 string: \"COM2\" baudrate: 9600 databits: 8 stopbits: 0 parity: 2 linkID: -1 "
-                    "current ip: \"\" current port: 0 "
-                 << "type: 256 string: \"a\"b\\c\" baudrate: 9600 databits: 8 stopbits: 0 parity: 2 "
-                    "linkID: -1 current ip: \"10.0.0.1\" current port: 502 ");
 }
 
 QTEST_MAIN(tst_settings)
