@@ -1,6 +1,7 @@
 #include "cli/command_line.h"
 #include "peer.h"
 #include "project/project_file.h"
+#include "rows.h"
 #include "session/driver_plugin.h"
 #include "tools/project_database.h"
 
@@ -31,6 +32,95 @@ struct Run
     int status;
 };
 
+// What is wrong must be refused before a connection is tried, which would end with status 1.
+static const struct
+{
+    const char* name;
+    ExitStatus status;
+    const char* text; ///< on stdout if all is well, else on stderr
+} commandLines[] = {
+    {"--help", Done, "130  interrupted with Ctrl-C"},
+    {"read HR1 --help", Done, "driverhost read [OPTIONS] ADDRESS"},
+    {"project create --help", Done, "--tags FILE"},
+    {"--version", Done, "driverhost "},
+    {"info", Done, "\nname                      Modbus TCP Slave\n"},
+    {"info --entry instance --format json", Done, "\"defaultLink\":\"502\",\"delay\":0"},
+    {"project show --format json", Done, "\"tags\":1}]"},
+    {"read HR1 --count 126 --retry 0", Refused, "read 126 word(s) from 1-HR1> can't read any word from HR1"},
+    {"read HR1 --type qword", Refused, "Modbus TCP Slave does not read qword at HR1"},
+    {"write HR1 --type qword 1", Refused, "Modbus TCP Slave does not write qword at HR1"},
+    {"read HR1 --link 2", Refused, "failed to get default station id"},
+    {"", WrongCommandLine, "driverhost needs a command: info, read, write, "},
+    {"reed HR1", WrongCommandLine, "driverhost takes no \"reed\"; its commands are info, read, "},
+    {"project", WrongCommandLine, "driverhost project needs a command: create, show"},
+    {"project drop", WrongCommandLine, "driverhost project takes no \"drop\"; its commands are create, show"},
+    {"read", WrongCommandLine, "ADDRESS is required"},
+    {"read HR1 --cuont 3", WrongCommandLine, "driverhost read takes no \"--cuont\""},
+    {"read HR1 --format \x1b[2J", WrongCommandLine, "--format: must be one of text, json, not \"\\x1b[2J\""},
+    {"read HR1 --type float", WrongCommandLine,
+     "--type: must be one of bool, int16, uint16, int32, uint32, int64, uint64, float32, float64, "
+     "string(N), bit, byte, word, dword, qword, block, bitblock with N from 1 to 250, not \"float\""},
+    {"read HR1 --as octal", WrongCommandLine,
+     "--as: must be one of uint, int, hex, float, bits, text, not \"octal\""},
+    {"read HR1 --order ABDC", WrongCommandLine, "--order: must be one of ABCD, CDAB, BADC, DCBA, not"},
+    {"read HR1 --count -1", WrongCommandLine,
+     "--count: must be a whole number from 0 to 2147483647, not \"-1\""},
+    {"read HR1 --count x", WrongCommandLine, "--count: must be a whole number"},
+    {"read HR1 --count 2147483648", WrongCommandLine, "--count: must be a whole number"},
+    {"read HR1 --station 256", WrongCommandLine,
+     "--station: must be a whole number from 0 to 255, not \"256\""},
+    {"read HR1 --timeout 0", WrongCommandLine, "--timeout: must be a whole number from 1 to"},
+    {"read HR1 --retry -1", WrongCommandLine, "--retry: must be a whole number from 0 to"},
+    {"read HR1 --delay 1s", WrongCommandLine, "--delay: must be a whole number from 0 to"},
+    {"read HR1 --link x", WrongCommandLine, "--link: must be a whole number from 0 to"},
+    {"read HR1 --device 1.2.3.4:0", WrongCommandLine,
+     "--device: the port must be a number from 1 to 65535, not \"0\""},
+    {"read HR1 --count", WrongCommandLine, "--count"},
+    {"write HR1", WrongCommandLine, "VALUE is required"},
+    {"write HR1 --count 3 1 2", WrongCommandLine, "2 values are given, not 3"},
+    {"write HR1:word:3 1 2", WrongCommandLine, "2 values are given, not 3"},
+    // None of these may reach another element than the one that is meant.
+    {"read HR1 40001", WrongCommandLine, "\"40001\" is HR1 here"},
+    {"read DO1 --as hex", WrongCommandLine, "a bit is 0 or 1"},
+    {"write HR1 1 -32769", WrongCommandLine, "value 2, \"-32769\", does not fit a word"},
+    {"write HR65546 4711", WrongCommandLine, "\"HR65546\" must have a number from 1 to 65536"},
+    {"write HR1..HR200 1", WrongCommandLine, "a range has a count of its own"},
+    {"watch 40001", WrongCommandLine, "\"40001\" is HR1 here"},
+    {"watch HR1:float", WrongCommandLine, "float needs --type float32"}};
+
+static const struct
+{
+    const char* name;
+    const char* content;
+    const char* expected; ///< "TAGS tags" or an error
+} tagFiles[] = {{"comment and blank lines", "# coils\nDO1\r\n\n  DI2  \nDO3", "3 tag(s)"},
+                {"a list for import", "Address,name\nDO1,pump\n", "1 tag(s)"},
+                {"empty", "", "tags has no tag; the project is as it was"},
+                {"two words", "DO1\nDO2 DO3\n", "tags:2: \"DO2 DO3\" has more behind"}};
+
+// One command through the real driver, answered by the test.
+static const struct
+{
+    const char* name;
+    const char* request; ///< after the transaction and protocol identifiers
+    const char* reply;
+    const char* found; ///< address, data and values
+} exchanges[] = {
+    {"read HR9.15 --count 2 --station 7", "0006070300080002", "00070703048000fffe", "HR9.15 01 [1,0]"},
+    {"read IR1SW --type dword --as float", "0006010400000002", "00070104043fc00000", "IR1SW 0000c03f [1.5]"},
+    {"read DI3 --count 2", "0006010200020002", "000401020102", "DI3 02 [0,1]"},
+    {"read HR1 --type byte --count 3 --as text", "0006010300000002", "00070103046261ff63",
+     "HR1 616263 [97,98,99]"},
+    {"read 3-HR1:word:3", "0006030300000003", "0009030306000100020003", "3-HR1 010002000300 [1,2,3]"},
+    {"write HR1 -2 300", "000b01100000000204fffe012c", "0006011000000002", "HR1 feff2c01 [-2,300]"},
+    {"write HR1 --type float32 100.0", "000b01100000000204000042c8", "0006011000000002",
+     "HR1 0000c842 [100]"},
+    {"write DO9 1 0 1", "0008010f000800030105", "0006010f00080003", "DO9 05 [1,0,1]"},
+    {"write FN6HR5 0xff", "00060106000400ff", "00060106000400ff", "FN6HR5 ff00 [255]"},
+    {"write --type byte HR1 --as text [ab]", "000b01100000000204615b5d62", "0006011000000002",
+     "HR1 5b61625d [91,97,98,93]"},
+    {"write HR1:string(4) [a]", "000b011000000002045b615d00", "0006011000000002", "HR1 615b005d [\"[a]\"]"}};
+
 class tst_command_line : public QObject
 {
     Q_OBJECT
@@ -38,16 +128,16 @@ class tst_command_line : public QObject
 private slots:
     void init();
     void cleanupTestCase();
-    void answers_data();
+    void answers_data() { addRows(commandLines); }
     void answers();
     void badPlugins_data();
     void badPlugins();
     void project();
     void hostileTags();
     void projectIsAPipe();
-    void tagFile_data();
+    void tagFile_data() { addRows(tagFiles); }
     void tagFile();
-    void readAndWrite_data();
+    void readAndWrite_data() { addRows(exchanges); }
     void readAndWrite();
     void refusedByTheDevice();
 
@@ -65,76 +155,16 @@ void tst_command_line::cleanupTestCase()
     QDir(QCoreApplication::applicationDirPath() + QStringLiteral("/compile")).removeRecursively();
 }
 
-// What is wrong must be refused before a connection is tried, which would end with status 1.
-void tst_command_line::answers_data()
-{
-    QTest::addColumn<int>("status");
-    QTest::addColumn<QString>("text"); ///< on stdout if all is well, else on stderr
-    const std::tuple<const char*, ExitStatus, const char*> rows[] = {
-        {"--help", Done, "130  interrupted with Ctrl-C"},
-        {"read HR1 --help", Done, "driverhost read [OPTIONS] ADDRESS"},
-        {"project create --help", Done, "--tags FILE"},
-        {"--version", Done, "driverhost "},
-        {"info", Done, "\nname                      Modbus TCP Slave\n"},
-        {"info --entry instance --format json", Done, "\"defaultLink\":\"502\",\"delay\":0"},
-        {"project show --format json", Done, "\"tags\":1}]"},
-        {"read HR1 --count 126 --retry 0", Refused,
-         "read 126 word(s) from 1-HR1> can't read any word from HR1"},
-        {"read HR1 --type qword", Refused, "Modbus TCP Slave does not read qword at HR1"},
-        {"write HR1 --type qword 1", Refused, "Modbus TCP Slave does not write qword at HR1"},
-        {"read HR1 --link 2", Refused, "failed to get default station id"},
-        {"", WrongCommandLine, "driverhost needs a command: info, read, write, "},
-        {"reed HR1", WrongCommandLine, "driverhost takes no \"reed\"; its commands are info, read, "},
-        {"project", WrongCommandLine, "driverhost project needs a command: create, show"},
-        {"project drop", WrongCommandLine,
-         "driverhost project takes no \"drop\"; its commands are create, show"},
-        {"read", WrongCommandLine, "ADDRESS is required"},
-        {"read HR1 --cuont 3", WrongCommandLine, "driverhost read takes no \"--cuont\""},
-        {"read HR1 --format \x1b[2J", WrongCommandLine,
-         "--format: must be one of text, json, not \"\\x1b[2J\""},
-        {"read HR1 --type float", WrongCommandLine,
-         "--type: must be one of bool, int16, uint16, int32, uint32, int64, uint64, float32, float64, "
-         "string(N), bit, byte, word, dword, qword, block, bitblock with N from 1 to 250, not \"float\""},
-        {"read HR1 --as octal", WrongCommandLine,
-         "--as: must be one of uint, int, hex, float, bits, text, not \"octal\""},
-        {"read HR1 --order ABDC", WrongCommandLine, "--order: must be one of ABCD, CDAB, BADC, DCBA, not"},
-        {"read HR1 --count -1", WrongCommandLine,
-         "--count: must be a whole number from 0 to 2147483647, not \"-1\""},
-        {"read HR1 --count x", WrongCommandLine, "--count: must be a whole number"},
-        {"read HR1 --count 2147483648", WrongCommandLine, "--count: must be a whole number"},
-        {"read HR1 --station 256", WrongCommandLine,
-         "--station: must be a whole number from 0 to 255, not \"256\""},
-        {"read HR1 --timeout 0", WrongCommandLine, "--timeout: must be a whole number from 1 to"},
-        {"read HR1 --retry -1", WrongCommandLine, "--retry: must be a whole number from 0 to"},
-        {"read HR1 --delay 1s", WrongCommandLine, "--delay: must be a whole number from 0 to"},
-        {"read HR1 --link x", WrongCommandLine, "--link: must be a whole number from 0 to"},
-        {"read HR1 --device 1.2.3.4:0", WrongCommandLine,
-         "--device: the port must be a number from 1 to 65535, not \"0\""},
-        {"read HR1 --count", WrongCommandLine, "--count"},
-        {"write HR1", WrongCommandLine, "VALUE is required"},
-        {"write HR1 --count 3 1 2", WrongCommandLine, "2 values are given, not 3"},
-        {"write HR1:word:3 1 2", WrongCommandLine, "2 values are given, not 3"},
-        // None of these may reach another element than the one that is meant.
-        {"read HR1 40001", WrongCommandLine, "\"40001\" is HR1 here"},
-        {"read DO1 --as hex", WrongCommandLine, "a bit is 0 or 1"},
-        {"write HR1 1 -32769", WrongCommandLine, "value 2, \"-32769\", does not fit a word"},
-        {"write HR65546 4711", WrongCommandLine, "\"HR65546\" must have a number from 1 to 65536"},
-        {"write HR1..HR200 1", WrongCommandLine, "a range has a count of its own"},
-        {"watch 40001", WrongCommandLine, "\"40001\" is HR1 here"},
-        {"watch HR1:float", WrongCommandLine, "float needs --type float32"}};
-    for (const auto& [commandLine, status, text] : rows)
-        QTest::newRow(commandLine) << int(status) << QString::fromLatin1(text);
-}
-
 void tst_command_line::answers()
 {
-    QFETCH(int, status);
-    QFETCH(QString, text);
+    QFETCH(int, row);
+    const auto& [commandLine, status, text] = commandLines[row];
     const Peer silent; // to which the driver connects before it refuses
     const QString device = status == Refused ? QStringLiteral(" --device ") + silent.name() : QString();
-    const Run run(QString::fromLatin1(QTest::currentDataTag()) + device);
-    QCOMPARE(run.status, status);
-    QVERIFY2((status == Done ? run.out : run.err).contains(text), qPrintable(run.out + run.err));
+    const Run run(QLatin1String(commandLine) + device);
+    QCOMPARE(run.status, int(status));
+    QVERIFY2((status == Done ? run.out : run.err).contains(QLatin1String(text)),
+             qPrintable(run.out + run.err));
     QCOMPARE(run.out.isEmpty(), status != Done);
     QCOMPARE(run.err.startsWith(QLatin1String("error: ")), status != Done);
 }
@@ -234,23 +264,11 @@ void tst_command_line::projectIsAPipe()
     QVERIFY2(run.err.endsWith(QLatin1String(" is a pipe or a device, not a file\n")), qPrintable(run.err));
 }
 
-void tst_command_line::tagFile_data()
-{
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QString>("expected"); ///< "TAGS tags" or an error
-    const std::tuple<const char*, QByteArray, const char*> rows[] = {
-        {"comment and blank lines", "# coils\nDO1\r\n\n  DI2  \nDO3", "3 tag(s)"},
-        {"a list for import", "Address,name\nDO1,pump\n", "1 tag(s)"},
-        {"empty", "", "tags has no tag; the project is as it was"},
-        {"two words", "DO1\nDO2 DO3\n", "tags:2: \"DO2 DO3\" has more behind"}};
-    for (const auto& [name, content, expected] : rows)
-        QTest::newRow(name) << content << QString::fromLatin1(expected);
-}
-
 void tst_command_line::tagFile()
 {
-    QFETCH(QByteArray, content);
-    QFETCH(QString, expected);
+    QFETCH(int, row);
+    const QByteArray content = tagFiles[row].content;
+    const QString expected = QLatin1String(tagFiles[row].expected);
     QFile file(m_folder.filePath(QStringLiteral("tags")));
     QVERIFY(file.open(QIODevice::WriteOnly));
     QCOMPARE(file.write(content), qint64(content.size()));
@@ -262,45 +280,18 @@ void tst_command_line::tagFile()
     }
 }
 
-// One command through the real driver, answered by the test.
-void tst_command_line::readAndWrite_data()
-{
-    QTest::addColumn<QByteArray>("request"); ///< after the transaction and protocol identifiers
-    QTest::addColumn<QByteArray>("reply");
-    QTest::addColumn<QString>("found"); ///< address, data and values
-    const char* const rows[][4] = {
-        {"read HR9.15 --count 2 --station 7", "0006070300080002", "00070703048000fffe", "HR9.15 01 [1,0]"},
-        {"read IR1SW --type dword --as float", "0006010400000002", "00070104043fc00000",
-         "IR1SW 0000c03f [1.5]"},
-        {"read DI3 --count 2", "0006010200020002", "000401020102", "DI3 02 [0,1]"},
-        {"read HR1 --type byte --count 3 --as text", "0006010300000002", "00070103046261ff63",
-         "HR1 616263 [97,98,99]"},
-        {"read 3-HR1:word:3", "0006030300000003", "0009030306000100020003", "3-HR1 010002000300 [1,2,3]"},
-        {"write HR1 -2 300", "000b01100000000204fffe012c", "0006011000000002", "HR1 feff2c01 [-2,300]"},
-        {"write HR1 --type float32 100.0", "000b01100000000204000042c8", "0006011000000002",
-         "HR1 0000c842 [100]"},
-        {"write DO9 1 0 1", "0008010f000800030105", "0006010f00080003", "DO9 05 [1,0,1]"},
-        {"write FN6HR5 0xff", "00060106000400ff", "00060106000400ff", "FN6HR5 ff00 [255]"},
-        {"write --type byte HR1 --as text [ab]", "000b01100000000204615b5d62", "0006011000000002",
-         "HR1 5b61625d [91,97,98,93]"},
-        {"write HR1:string(4) [a]", "000b011000000002045b615d00", "0006011000000002",
-         "HR1 615b005d [\"[a]\"]"}};
-    for (const auto& row : rows)
-        QTest::newRow(row[0]) << QByteArray(row[1]) << QByteArray(row[2]) << row[3];
-}
-
 void tst_command_line::readAndWrite()
 {
-    QFETCH(QByteArray, request);
-    QFETCH(QByteArray, reply);
+    QFETCH(int, row);
+    const QByteArray request = exchanges[row].request;
     Peer peer;
     QByteArray got;
     peer.later([&] {
         peer.accept();
         got = peer.receive(4 + request.size() / 2);
-        peer.send(got.left(4) + QByteArray::fromHex(reply));
+        peer.send(got.left(4) + QByteArray::fromHex(exchanges[row].reply));
     });
-    const Run run(QString::fromLatin1(QTest::currentDataTag()) +
+    const Run run(QLatin1String(exchanges[row].name) +
                   QStringLiteral(" --format json --timeout 5000 --device ") + peer.name());
     QCOMPARE(run.err, QString());
     QCOMPARE(run.status, int(Done));
@@ -309,10 +300,10 @@ void tst_command_line::readAndWrite()
     const QJsonObject json = run.json();
     const QByteArray values =
         QJsonDocument(json.value(QStringLiteral("values")).toArray()).toJson(QJsonDocument::Compact);
-    QTEST(QStringLiteral("%1 %2 %3")
-              .arg(json.value(QStringLiteral("address")).toString(),
-                   json.value(QStringLiteral("data")).toString(), QString::fromUtf8(values)),
-          "found");
+    QCOMPARE(QStringLiteral("%1 %2 %3")
+                 .arg(json.value(QStringLiteral("address")).toString(),
+                      json.value(QStringLiteral("data")).toString(), QString::fromUtf8(values)),
+             QLatin1String(exchanges[row].found));
     QCOMPARE(json.value(QStringLiteral("attempts")).toInt(), 1);
     QVERIFY(json.value(QStringLiteral("milliseconds")).toDouble() > 0);
     QVERIFY(!json.contains(QStringLiteral("error")));
