@@ -1,6 +1,8 @@
 #ifndef PRIVILEGES_H
 #define PRIVILEGES_H
 
+#include <QtGlobal>
+
 #include <linux/capability.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -21,8 +23,7 @@ public:
     ~WithoutPrivileges() { syscall(SYS_capset, &m_header, m_own); }
 
 private:
-    WithoutPrivileges(const WithoutPrivileges&);
-    WithoutPrivileges& operator=(const WithoutPrivileges&);
+    Q_DISABLE_COPY(WithoutPrivileges)
 
     __user_cap_header_struct m_header;
     __user_cap_data_struct m_own[2];

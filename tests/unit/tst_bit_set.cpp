@@ -33,28 +33,16 @@ private slots:
         }
     }
 
-    void sort_data()
-    {
-        QTest::addColumn<int>("size");
-        QTest::addColumn<int>("range");
-        QTest::newRow("empty") << 0 << 1;
-        QTest::newRow("few, many twice") << 100 << 20;
-        QTest::newRow("largest that is compared") << 2047 << 65536;
-        QTest::newRow("smallest that is marked") << 2048 << 65536;
-        QTest::newRow("a million, nearly all addresses") << 1000000 << 65536;
-        QTest::newRow("a million times the same") << 1000000 << 1;
-    }
-
     void sort()
     {
-        QFETCH(int, size);
-        QFETCH(int, range);
-        UShortVector values;
-        for (int i = 0; i < size; ++i)
-            values.push_back(static_cast<unsigned short>(65535 - qrand() % range));
-        const std::set<unsigned short> expected(values.begin(), values.end());
-        ModbusBitSet::setSort(values);
-        QVERIFY(values == UShortVector(expected.begin(), expected.end()));
+        for (int range = 1; range <= 65536; range *= 16) { // from a single address to all of them
+            UShortVector values;
+            for (int i = 0; i < 10000; ++i)
+                values.push_back(static_cast<unsigned short>(65535 - qrand() % range));
+            const std::set<unsigned short> expected(values.begin(), values.end());
+            ModbusBitSet::setSort(values);
+            QVERIFY(values == UShortVector(expected.begin(), expected.end()));
+        }
     }
 };
 

@@ -67,12 +67,7 @@ private slots:
         QCOMPARE(intToByteArray(-3), hex("fdffffff"));
         QCOMPARE(wordToByteArray(0x8180), hex("8081"));
         QCOMPARE(shortToByteArray(-2), hex("feff"));
-    }
-
-    void hostOrder()
-    {
-        const unsigned short one = 1;
-        QCOMPARE(isBigEndian(), *reinterpret_cast<const unsigned char*>(&one) == 0);
+        QVERIFY(!isBigEndian());
     }
 };
 

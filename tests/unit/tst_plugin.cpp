@@ -52,14 +52,12 @@ void tst_plugin::identityAndDefaults()
     QScopedPointer<DriverInterface> other(create());
     QVERIFY(driver.data() != other.data());
 
-    QCOMPARE(driver->totalSize(), 278528);
-    QCOMPARE(driver->name(), QString::fromLatin1("Modbus TCP Slave"));
-    QCOMPARE(driver->vender(), QString::fromLatin1("Modbus"));
-    QCOMPARE(driver->getVersionNumber(), QString::fromLatin1("1.0.0"));
+    QCOMPARE(driver->name() + driver->vender() + driver->getVersionNumber(),
+             QString::fromLatin1("Modbus TCP SlaveModbus1.0.0"));
     QCOMPARE(driver->getStringBasedDefaultDriverSetting(), QString::fromLatin1("502"));
-    QCOMPARE(driver->supportedCommunicationFlags(), 256);
-    QCOMPARE(driver->getBlockAccessSize(), 125);
-    QCOMPARE(driver->getBitBlockAccessSize(), 2008);
+    QCOMPARE(QString().sprintf("%d %d %d %d", driver->totalSize(), driver->supportedCommunicationFlags(),
+                               driver->getBlockAccessSize(), driver->getBitBlockAccessSize()),
+             QString::fromLatin1("278528 256 125 2008"));
     QVERIFY(driver->initialize(nullptr));
     QVERIFY(!driver->validation(QString()));
     QVERIFY(!driver->hasError());
@@ -68,18 +66,14 @@ void tst_plugin::identityAndDefaults()
     QVERIFY(driver->deviceSettingChanged(nullptr));
 
     QScopedPointer<DriverSetting> setting(driver->getDefaultDriverSetting());
-    QCOMPARE(setting->timeout, 3000);
-    QCOMPARE(setting->retry, 3);
-    QCOMPARE(setting->stationid, 1);
-    QCOMPARE(setting->delay, 0);
+    QCOMPARE(QString().sprintf("%d %d %d %d", setting->timeout, setting->retry, setting->stationid,
+                               setting->delay),
+             QString::fromLatin1("3000 3 1 0"));
     QScopedPointer<DeviceSetting> device(driver->getDefaultSerialDeviceSetting());
-    QCOMPARE(int(device->type), 256);
     QCOMPARE(device->string, QString::fromLatin1("COM2"));
-    QCOMPARE(device->baudrate, 9600);
-    QCOMPARE(device->databits, 8);
-    QCOMPARE(device->stopbits, 0);
-    QCOMPARE(device->parity, 2);
-    QCOMPARE(device->linkID, -1);
+    QCOMPARE(QString().sprintf("%d %d %d %d %d %d", int(device->type), device->baudrate, device->databits,
+                               device->stopbits, device->parity, device->linkID),
+             QString::fromLatin1("256 9600 8 0 2 -1"));
 }
 
 void tst_plugin::sharedInstance()
