@@ -146,7 +146,6 @@ class tst_record : public QObject
 private slots:
     void recorder_data();
     void recorder();
-    void recorderCountsWhatIsLost();
     void recorderRefuses_data();
     void recorderRefuses();
     void records_data();
@@ -224,18 +223,6 @@ void tst_record::recorder()
     QVERIFY(theirs == "deleted" || contentsOf(file).endsWith('\n')); // rows are complete or absent
     recorder->append("3,3\n");
     QCOMPARE(contentsOf(file), after); // written before the recorder ends
-}
-
-void tst_record::recorderCountsWhatIsLost()
-{
-    QString error;
-    const auto recorder = CsvRecorder::open(QStringLiteral("/dev/full"), "time\n", error);
-    QVERIFY2(recorder, qPrintable(error));
-    recorder->append("1\n");
-    recorder->append("2\n");
-    QCOMPARE(recorder->rowsLost(), quint64(2));
-    QCOMPARE(recorder->rowsWritten(), quint64(0));
-    QCOMPARE(recorder->problem(), QStringLiteral("No space left on device"));
 }
 
 void tst_record::recorderRefuses_data()

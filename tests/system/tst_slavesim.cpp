@@ -141,12 +141,10 @@ void TestSlavesim::saysWhatIsWrong()
     const QByteArray taken = "--port " + QByteArray::number(other.port());
     const std::pair<const char*, const char*> cases[] = {
         {"--host \x1b[2J", "--host: '\\x1b[2J' is unknown"},
-        {"\x1b[2J", "not expected: \\x1b[2J"},
+        {"image.csv --frob \x1b[2J", "not expected: \\x1b[2J --frob image.csv"},
         {"--port 65536", "--port: '65536' is wrong: a whole number from 0 to 65535"},
         {"--port", "--port: exactly one value is needed"},
         {"--host 192.0.2.1", "--host: 192.0.2.1 is not an address of this machine"},
-        {"--frob", "--frob"},
-        {"image.csv", "image.csv"},
         {"--serve HR=0-5", "--serve: 'HR=0-5' is wrong"},
         {"--serve HR=5-4", "--serve: 'HR=5-4' is wrong"},
         {"--serve XR=1", "--serve: 'XR=1' is wrong: an area (HR, IR, DO or DI)"},

@@ -19,24 +19,10 @@ static QByteArray copied(const char* destination, const char* source, int start,
     return to.toHex();
 }
 
-static QByteArray shifted(const char* bits, int n)
+static QByteArray changed(void (*change)(QByteArray& bits, int n), const char* bits, int n)
 {
     QByteArray bytes = hex(bits);
-    RightShiftNBits(bytes, n);
-    return bytes.toHex();
-}
-
-static QByteArray fitted(const char* bits, int count)
-{
-    QByteArray bytes = hex(bits);
-    FitBitArray(bytes, count);
-    return bytes.toHex();
-}
-
-static QByteArray cleared(const char* bits, int count)
-{
-    QByteArray bytes = hex(bits);
-    clearUnnecessaryBits(bytes, count);
+    change(bytes, n);
     return bytes.toHex();
 }
 
@@ -118,9 +104,9 @@ private slots:
 
     void rightShift()
     {
-        QCOMPARE(shifted("ffff", 16), QByteArray("0000"));
-        QCOMPARE(shifted("ffff", 1000), QByteArray("0000"));
-        QCOMPARE(shifted("", 3), QByteArray());
+        QCOMPARE(changed(RightShiftNBits, "ffff", 16), QByteArray("0000"));
+        QCOMPARE(changed(RightShiftNBits, "ffff", 1000), QByteArray("0000"));
+        QCOMPARE(changed(RightShiftNBits, "", 3), QByteArray());
     }
 
     void rightShiftIsCuttingText()
@@ -140,12 +126,12 @@ private slots:
 
     void sizes()
     {
-        QCOMPARE(fitted("ffffff", 11), QByteArray("ffff"));
-        QCOMPARE(fitted("ff", 17), QByteArray("ff0000"));
-        QCOMPARE(fitted("ff", 0), QByteArray());
-        QCOMPARE(cleared("ffffff", 11), QByteArray("ff07ff"));
-        QCOMPARE(cleared("ffffff", 16), QByteArray("ffffff"));
-        QCOMPARE(cleared("ff", 9), QByteArray("ff"));
+        QCOMPARE(changed(FitBitArray, "ffffff", 11), QByteArray("ffff"));
+        QCOMPARE(changed(FitBitArray, "ff", 17), QByteArray("ff0000"));
+        QCOMPARE(changed(FitBitArray, "ff", 0), QByteArray());
+        QCOMPARE(changed(clearUnnecessaryBits, "ffffff", 11), QByteArray("ff07ff"));
+        QCOMPARE(changed(clearUnnecessaryBits, "ffffff", 16), QByteArray("ffffff"));
+        QCOMPARE(changed(clearUnnecessaryBits, "ff", 9), QByteArray("ff"));
         const QByteArray sixteenBits = QByteArray::fromRawData("\x81\x01\xff", 2);
         QCOMPARE(ExpandBitsToBytes(sixteenBits, 7, 10).toHex(), QByteArray("01010000000000000000"));
         QCOMPARE(ExpandBitsToBytes(hex("ff"), 65535, 2).toHex(), QByteArray("0000"));

@@ -103,12 +103,9 @@ static const struct
     {"TTTT 0000 0003 01 03 02", "", "the link's own words", 1}, // no exception in the length of one
     {"TTTT 0000 0006 01 10 0008 0001", "HR10", WrongAddress, 0},
     {"TTTT 0000 0006 01 10 0009 0002", "HR10", WrongQuantity, 0},
-    {"TTTT 0000 0003 01 90 03", "HR10", "exception code:03", 0},
-    {"7777 0000 0006 01 10 0009 0001", "HR10", "invalid transaction ID", 1},
     {"TTTT 0000 0006 01 06 0008 0000", "FN6HR10", WrongAddress, 0}, // told before the wrong value
     {"TTTT 0000 0006 01 06 0009 0001", "FN6HR10", "failed to write HR10", 0},
     {"TTTT 0000 0006 01 06 0009 0100", "FN6HR10", "failed to write HR10", 0},
-    {"TTTT 0000 0003 01 86 02", "FN6HR10", "exception code:02", 0},
     {"TTTT 0000 0006 01 05 0003 FF00", "FN5DO3", WrongAddress, 0},
     {"TTTT 0000 0006 01 05 0002 0000", "FN5DO3", "failed to write DO3", 0},
     {"TTTT 0000 0006 01 05 0002 FF01", "FN5DO3", "failed to write DO3", 0},
@@ -342,13 +339,11 @@ void tst_commands::transactionIdentifierWraps()
     DriverModbusTcpSlave driver;
     ScriptedLink link;
     int written = 0;
-    for (int i = 0; i < 65535; ++i) {
+    for (int i = 1; i <= 65536; ++i) {
+        link.sent.clear();
         driver.sendReadDevicesCmd(&link, 3, 0, 1, written);
-        QVERIFY(int(driver.getTID()) == i + 1);
-        if (i % 4096 == 0)
-            link.sent.clear();
+        QVERIFY(driver.getTID() == i % 65536);
     }
-    driver.sendReadDevicesCmd(&link, 3, 0, 1, written);
     QCOMPARE(link.sent.last().toHex(), QByteArray("000000000006010300000001"));
     QCOMPARE(written, 12);
 }
