@@ -213,8 +213,9 @@ static const struct
     const char* meanwhile; ///< what the device does
     const char* seen;
 } rows[] = {
-    // A reply comes in pieces; the driver reads 9 bytes, then 4.
+    // A reply comes in pieces; the driver reads 9 bytes, then the rest.
     {"connect ask take & read9 read4", "00010000000701030400070008", "000100000007010304 00070008"},
+    {"connect ask take & read9 read2 read2", "00010000000701030400070008", "000100000007010304 0007 0008"},
     {"connect ask take & read9 read4", "0001000000 0701030400070008", "000100000007010304 00070008"},
     {"connect ask take & read9 read4", "0001000000070103040007 0008", "000100000007010304 00070008"},
     {"connect ask take signals & read9 read4", "00 01 00 00 00 07 01 03 04 00 07 00 08",
