@@ -237,6 +237,7 @@ void TestSlavesim::loadsAnImage()
         {"\xEF\xBB\xBF"
          "area,number,value\r\nHR, 1 ,5 # five\r\n\n#HR,1,6\nhr;2:int16;-1",
          "HR1 0005 ffff"},
+        {"Address,Value\nHR1,5", "HR1 0005"},
         {"HR1 1\n1-HR1 2\n2-HR1 3\nHR2 4", "HR1 0002 0004"},
         {"1-HR,1,2\nHR1 1", "HR1 0001"},
         {"XR,1,1\nHR2", "image:1: address 'XR1' is wrong: its area is HR, IR, DO or DI\n"
@@ -319,9 +320,11 @@ void TestSlavesim::movesSignals()
 {
     ProcessImage image;
     for (const auto& [seconds, cells] :
-         {std::pair(65537.5, "IR1 0001"), std::pair(15.0, "IR2 0000 1388 1388"),
-          std::pair(70.0, "IR7 1170 0001 0000"), std::pair(5.0, "HR4 0000 3f80"),
-          std::pair(3.6, "DI9 0000 0001"), std::pair(128.0, "DO8 0000 0001")}) {
+         {std::pair(65537.5, "IR1 0001"), std::pair(15.0, "IR2 0000 1388 1388"), std::pair(3.4, "IR5 2710"),
+          std::pair(70.0, "IR7 1170 0001 0000"), std::pair(15.0, "HR1 0096 2710"),
+          std::pair(5.0, "HR4 0000 3f80"),
+          std::pair(3.4, "DI1 0001 0001 0000 0000 0000 0000 0000 0000 0001 0000"),
+          std::pair(128.0, "DO1 0001 0000 0000 0000 0000 0000 0000 0000 0001")}) {
         moveSignals(image, seconds);
         QCOMPARE(shown(image, cells), QByteArray(cells));
     }
@@ -473,10 +476,12 @@ void TestSlavesim::keepsNobodyOut()
     }
 }
 
+/// It waits for them without work, and for no more lines.
 void TestSlavesim::waitsWhenNobodyCanBeAccepted()
 {
     SlaveProcess slave;
-    QVERIFY2(slave.start(), slave.problem());
+    QVERIFY2(slave.start({"--control"}), slave.problem());
+    slave.endInput();
     const rlimit noMore = {5, 5};
     QCOMPARE(::prlimit(static_cast<pid_t>(slave.processId()), RLIMIT_NOFILE, &noMore, nullptr), 0);
     const qint64 before = slave.processorMs();

@@ -79,6 +79,7 @@ static const struct
      "1",
      "04ffff0001"}, // other letters than ASCII's end the prefix
     {"DOOR3", "0100020001"},
+    {"FN512", "04000b0001"},
 };
 
 static const char* const WrongAddress = "wrong device address from response";
@@ -348,7 +349,7 @@ void tst_commands::transactionIdentifierWraps()
     QCOMPARE(written, 12);
 }
 
-/// The check rounds half a register up, the message rounds it down.
+/// As no command has it. The check rounds half a register up, the message rounds it down.
 void tst_commands::oddRegisterDataRefused()
 {
     DriverModbusTcpSlave driver;
@@ -357,6 +358,8 @@ void tst_commands::oddRegisterDataRefused()
     QCOMPARE(driver.getLastError(), QString::fromLatin1("can't write 123 words to HR1"));
     QVERIFY(!driver.writeWords(&link, 65535, QByteArray(3, '\1')));
     QCOMPARE(driver.getLastError(), QString::fromLatin1("can't write 1 words to HR65536"));
+    QVERIFY(!driver.write1WordWithFN6(&link, 65535, QByteArray(4, '\1')));
+    QCOMPARE(driver.getLastError(), QString::fromLatin1("can't write any word to HR65536"));
     QVERIFY(link.sent.isEmpty());
 }
 
