@@ -49,6 +49,7 @@ static const struct
     {"read HR1 --count 126 --retry 0", Refused, "read 126 word(s) from 1-HR1> can't read any word from HR1"},
     {"read HR1 --type qword", Refused, "Modbus TCP Slave does not read qword at HR1"},
     {"write HR1 --type qword 1", Refused, "Modbus TCP Slave does not write qword at HR1"},
+    {"write IR1 1", Refused, "error: write 1 word(s) to 1-IR1> can't write any word to IR1\n"},
     {"read HR1 --link 2", Refused, "failed to get default station id"},
     {"", WrongCommandLine, "driverhost needs a command: info, read, write, "},
     {"reed HR1", WrongCommandLine, "driverhost takes no \"reed\"; its commands are info, read, "},

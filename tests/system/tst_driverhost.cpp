@@ -17,7 +17,6 @@ private slots:
     void initTestCase();
     void agreesWithMbpoll();
     void bitsBesideAWrittenBitStay();
-    void limits();
     void slaveRestartsBetweenTwoCommands();
     void outputThatCanNotBeWritten();
     void interruptEndsAWait();
@@ -115,27 +114,6 @@ void tst_driverhost::bitsBesideAWrittenBitStay()
     QCOMPARE(host(QStringLiteral("write DO1 1 1 1 1 1 1 1 1 1 1")).status, 0);
     QCOMPARE(host(QStringLiteral("read DO1 --type byte --count 2 --as bits")).out,
              QStringLiteral("DO1  00000101\nDO9  00000001\n"));
-}
-
-void tst_driverhost::limits()
-{
-    const std::pair<const char*, const char*> cases[] = {
-        {"read DO1 --count 2000", ""},
-        {"read HR1 --count 125", ""},
-        {"read HR1 --count 126", "read 126 word(s) from 1-HR1> can't read any word from HR1"},
-        {"read HR1 --type qword", "Modbus TCP Slave does not read qword at HR1"},
-        {"write IR1 1", "write 1 word(s) to 1-IR1> can't write any word to IR1"},
-        {"read HR1 --link 2", "failed to get default station id"},
-    };
-    for (const auto& [command, text] : cases) {
-        const ProgramRun run = host(QLatin1String(command) + QStringLiteral(" --format json --retry 0"));
-        const QString error = QString::fromLatin1(text);
-        QCOMPARE(run.err, error.isEmpty() ? QString() : QStringLiteral("error: %1\n").arg(error));
-        QCOMPARE(run.status, error.isEmpty() ? 0 : 1);
-        const QJsonObject json = run.json().value(0);
-        QCOMPARE(json.value(QStringLiteral("error")).toString(), error);
-        QCOMPARE(json.contains(QStringLiteral("values")), error.isEmpty());
-    }
 }
 
 // The session of this process reads the project next to this program.
