@@ -105,13 +105,13 @@ static const struct
     const char* name;
     const char* request; ///< after the transaction and protocol identifiers
     const char* reply;
-    const char* found; ///< address, data and values
+    const char* found; ///< address, data, values and text
 } exchanges[] = {
     {"read HR9.15 --count 2 --station 7", "0006070300080002", "00070703048000fffe", "HR9.15 01 [1,0]"},
     {"read IR1SW --type dword --as float", "0006010400000002", "00070104043fc00000", "IR1SW 0000c03f [1.5]"},
     {"read DI3 --count 2", "0006010200020002", "000401020102", "DI3 02 [0,1]"},
     {"read HR1 --type byte --count 3 --as text", "0006010300000002", "00070103046261ff63",
-     "HR1 616263 [97,98,99]"},
+     "HR1 616263 [97,98,99]abc"},
     {"read 3-HR1:word:3", "0006030300000003", "0009030306000100020003", "3-HR1 010002000300 [1,2,3]"},
     {"write HR1 -2 300", "000b01100000000204fffe012c", "0006011000000002", "HR1 feff2c01 [-2,300]"},
     {"write HR1 --type float32 100.0", "000b01100000000204000042c8", "0006011000000002",
@@ -119,7 +119,7 @@ static const struct
     {"write DO9 1 0 1", "0008010f000800030105", "0006010f00080003", "DO9 05 [1,0,1]"},
     {"write FN6HR5 0xff", "00060106000400ff", "00060106000400ff", "FN6HR5 ff00 [255]"},
     {"write --type byte HR1 --as text [ab]", "000b01100000000204615b5d62", "0006011000000002",
-     "HR1 5b61625d [91,97,98,93]"},
+     "HR1 5b61625d [91,97,98,93][ab]"},
     {"write HR1:string(4) [a]", "000b011000000002045b615d00", "0006011000000002", "HR1 615b005d [\"[a]\"]"}};
 
 class tst_command_line : public QObject
@@ -301,9 +301,10 @@ void tst_command_line::readAndWrite()
     const QJsonObject json = run.json();
     const QByteArray values =
         QJsonDocument(json.value(QStringLiteral("values")).toArray()).toJson(QJsonDocument::Compact);
-    QCOMPARE(QStringLiteral("%1 %2 %3")
+    QCOMPARE(QStringLiteral("%1 %2 %3%4")
                  .arg(json.value(QStringLiteral("address")).toString(),
-                      json.value(QStringLiteral("data")).toString(), QString::fromUtf8(values)),
+                      json.value(QStringLiteral("data")).toString(), QString::fromUtf8(values),
+                      json.value(QStringLiteral("text")).toString()),
              QLatin1String(exchanges[row].found));
     QCOMPARE(json.value(QStringLiteral("attempts")).toInt(), 1);
     QVERIFY(json.value(QStringLiteral("milliseconds")).toDouble() > 0);
