@@ -81,7 +81,7 @@ class Signals(HostCase):
         reply = b""
         for function, data in [(16, bytes([len(written)]) + written), (3, b"")][0 if written else 1:]:
             body = struct.pack(">BBHH", station, function, number - 1, count) + data
-            with socket.create_connection(("127.0.0.1", self.slave.port)) as client:
+            with socket.create_connection(("127.0.0.1", self.slave.port), 20) as client:
                 client.sendall(struct.pack(">HHH", 1, 0, len(body)) + body)
                 reply = client.recv(260)
         return reply[9:].hex()

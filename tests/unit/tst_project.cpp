@@ -214,28 +214,28 @@ void tst_project::twoDriversAtOnce()
 
 void tst_project::lookups()
 {
+    const QString name = QLatin1String("lookups");
+    const QString ip = QLatin1String("10.0.0.1");
     QVERIFY(ProjectFixture::create(ProjectFixture::usualPlace(), QStringList(), QList<int>() << 5 << 300));
     {
-        QSqlDatabase database = QSqlDatabase::addDatabase(QLatin1String("QSQLITE"), QLatin1String("lookups"));
+        QSqlDatabase database = QSqlDatabase::addDatabase(QLatin1String("QSQLITE"), name);
         database.setDatabaseName(GetDatabaseName());
     }
     int link = -7;
     unsigned char station = 0;
-    QVERIFY(!GetLinkIdAndDefaultStationId(QLatin1String("lookups"), 1000, link, station));
+    QVERIFY(!GetLinkIdAndDefaultStationId(name, 1000, link, station));
     QCOMPARE(link, -7);
-    QVERIFY(GetLinkIdAndDefaultStationId(QLatin1String("lookups"), 2000, link, station));
+    QVERIFY(GetLinkIdAndDefaultStationId(name, 2000, link, station));
     QCOMPARE(link, 1);
     QCOMPARE(int(station), 5);
 
     QList<LinkIdStationId> found;
-    QVERIFY(
-        !GetLinkIdAndDefaultStationId(QLatin1String("lookups"), 2000, QLatin1String("10.0.0.1"), 503, found));
-    QVERIFY(
-        GetLinkIdAndDefaultStationId(QLatin1String("lookups"), 2000, QLatin1String("10.0.0.1"), 502, found));
-    QVERIFY(GetLinkIdAndDefaultStationId(QLatin1String("lookups"), 4, found)); // earlier entries count
+    QVERIFY(!GetLinkIdAndDefaultStationId(name, 2000, ip, 503, found));
+    QVERIFY(GetLinkIdAndDefaultStationId(name, 2000, ip, 502, found));
+    QVERIFY(GetLinkIdAndDefaultStationId(name, 4, found)); // earlier entries count
     QCOMPARE(found.size(), 2);
     QCOMPARE(int(found.at(1).defaultStationId), 44);
-    QSqlDatabase::removeDatabase(QLatin1String("lookups"));
+    QSqlDatabase::removeDatabase(name);
 }
 
 void tst_project::hmiPorts()
