@@ -304,6 +304,8 @@ const std::vector<Row> commandRows = {
     {{"HR1.9..HR130.3:bool"}, "HR1.9*1991 HR126.0*68"},
     {{"DO1..DO4001"}, "DO1*2000 DO2001*2000 DO4001*1"},
     {{"Oven 4 temp"}, "!; no signal has this name"},
+    {{"A234567890123456789012345678901234567890"}, "!\"A234567890123456789012345678901234567890\" is"},
+    {{"A2345678901234567890123456789012345678901"}, "!\"A234567890123456789012345678901234567890...\" is"},
     {{"Oven 3 temp --count 2"}, "!\"Oven 3 temp\" is a signal, which has one value"}};
 
 /// A good signal with one field changed.
