@@ -38,7 +38,9 @@ def faults_in(line):
         for match in re.finditer(re.escape(old) if old[0] == " " else rf"\b{old}\b", code):
             yield code[:match.start()] + new + code[match.end():]
     for match in re.finditer(r"(?<![\w.\"'x])\d+(?![\w.\"'])", code):
-        yield code[:match.start()] + str(int(match.group()) + 1) + code[match.end():]
+        before = code[:match.start()]
+        if before.count('"') % 2 == 0 or before.endswith("%"):  # other numbers in texts are for people
+            yield before + str(int(match.group()) + 1) + code[match.end():]
     condition = re.match(r"^(\s*(?:if|while) \()(.*)\)( \{)?$", code.rstrip())
     if condition and condition.group(2).count("(") == condition.group(2).count(")"):
         yield f"{condition.group(1)}!({condition.group(2)})){condition.group(3) or ''}"
