@@ -249,7 +249,7 @@ void tst_watch::blocks()
 }
 
 // The rows and the message after these keys; > marks the selected row. In the keys < is Enter, ^ Esc, \b
-// Backspace and v the arrow down.
+// Backspace, v and A the arrows, ] and [ a page of three rows down and up, ( and ) the first and last row.
 void tst_watch::keys_data()
 {
     QTest::addColumn<QString>("rows");
@@ -262,7 +262,12 @@ void tst_watch::keys_data()
     row("vx", "Oven 181.0 °C|>HR4 0x0002|HR5 3|3-HR9 |DO1 1|HR7 0x0007");
     row("vxx", "Oven 181.0 °C|>HR4 2|HR5 3|3-HR9 |DO1 1|HR7 0x0007");
     row("vvX", "Oven 0x016a|HR4 0x0002|>HR5 0x0003|3-HR9 |DO1 1|HR7 0x0007");
-    row("vvvvvvv", "Oven 181.0 °C|HR4 2|HR5 3|3-HR9 |DO1 1|>HR7 0x0007");
+    for (const char* keys : {"vvvvvvv", "]v]", ")", "(AA]]"})
+        row(keys, "Oven 181.0 °C|HR4 2|HR5 3|3-HR9 |DO1 1|>HR7 0x0007");
+    for (const char* keys : {")AAA", ")[", "]v[v"})
+        row(keys, "Oven 181.0 °C|HR4 2|>HR5 3|3-HR9 |DO1 1|HR7 0x0007");
+    for (const char* keys : {")(", "]v[[", "vAA"})
+        row(keys, all);
     row("/hR", ">Oven 181.0 °C|HR4 2|HR5 3|3-HR9 |HR7 0x0007",
         "show rows with (Enter keeps it, Esc shows all): hR_");
     row("vv/hr4\b5<", ">HR5 3");
@@ -312,11 +317,13 @@ void tst_watch::keys()
     WatchControl control(state);
     auto wish = WatchControl::Wish::Nothing;
     const std::map<char, KeyPress::Kind> named = {
-        {'<', KeyPress::Enter}, {'^', KeyPress::Escape}, {'\b', KeyPress::Backspace}, {'v', KeyPress::Down}};
+        {'<', KeyPress::Enter},  {'^', KeyPress::Escape}, {'\b', KeyPress::Backspace},
+        {'v', KeyPress::Down},   {'A', KeyPress::Up},     {']', KeyPress::PageDown},
+        {'[', KeyPress::PageUp}, {'(', KeyPress::Home},   {')', KeyPress::End}};
     for (const char* key = QTest::currentDataTag(); *key != '\0'; ++key)
         wish = control.press(named.count(*key) ? KeyPress{named.at(*key), QString()}
                                                : KeyPress{KeyPress::Character, QString(QLatin1Char(*key))},
-                             9);
+                             3);
     QStringList rows;
     for (const int row : control.rows()) {
         const WatchedElement& element = state.elements()[static_cast<std::size_t>(row)];
