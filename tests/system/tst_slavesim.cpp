@@ -387,10 +387,10 @@ void TestSlavesim::holdsUpNobodyElse()
     QVERIFY2(slave.start(options("--fault late --fault-every 3 --late-ms 1500")), slave.problem());
     ModbusClient one(slave.port());
     ModbusClient other(slave.port());
-    one.send(ReadHr1.left(10));
+    one.send(ReadHr1.left(14));
     QCOMPARE(one.receive(800), QByteArray());
     QCOMPARE(other.exchange(ReadHr1), Hr1Is1);
-    QCOMPARE(one.exchange(ReadHr1.mid(10)), Hr1Is1);
+    QCOMPARE(one.exchange(ReadHr1.mid(14)), Hr1Is1);
     QElapsedTimer timer;
     timer.start();
     one.send(ReadHr1 + "000200000006010300000001");
