@@ -14,9 +14,12 @@
 class ModbusClient
 {
 public:
-    /// Connects to a port of 127.0.0.1; connectError() is 0 on success, else the errno.
-    explicit ModbusClient(quint16 port) : m_socket(::socket(AF_INET, SOCK_STREAM, 0))
+    /// Connects to a port of 127.0.0.1; connectError() is 0 on success, else the errno. The system keeps a
+    /// few times receiveBuffer bytes for the client, and then the peer has to wait.
+    explicit ModbusClient(quint16 port, int receiveBuffer = 65536)
+        : m_socket(::socket(AF_INET, SOCK_STREAM, 0))
     {
+        ::setsockopt(m_socket, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
         sockaddr_in address = {};
         address.sin_family = AF_INET;
         address.sin_port = htons(port);

@@ -54,6 +54,7 @@ private slots:
     void movesSignals();
     void makesFaults();
     void holdsUpNobodyElse();
+    void waitsForClientsThatDoNotRead();
     void refusesClientsForAWhile();
     void plansFaults();
     void keepsNobodyOut();
@@ -401,6 +402,25 @@ void TestSlavesim::holdsUpNobodyElse()
     QVERIFY2(timer.elapsed() >= 1499, QByteArray::number(timer.elapsed()));
     other.send(ReadHr1.left(20));
     QCOMPARE(slave.stop(), 0);
+}
+
+/// More replies than the system keeps for a client.
+void TestSlavesim::waitsForClientsThatDoNotRead()
+{
+    const int requests = 30000;
+    SlaveProcess slave;
+    QVERIFY2(slave.start(), slave.problem());
+    ModbusClient client(slave.port(), 4096);
+    client.send(framed("01 03 0000 007d").repeated(requests));
+    QTest::qSleep(500);
+    QCOMPARE(ModbusClient(slave.port()).exchange(ReadHr1), Hr1Is1);
+    int unread = requests * (9 + 2 * 125);
+    while (unread > 0) {
+        const QByteArray piece = client.receive(10000);
+        QVERIFY2(piece.size() > 5,
+                 qPrintable(QString("%1 after which %2 are missing").arg(piece.data()).arg(unread)));
+        unread -= piece.size() / 2;
+    }
 }
 
 void TestSlavesim::refusesClientsForAWhile()
