@@ -383,6 +383,7 @@ void tst_watch::everyScreenSize()
     state.add(good);
     Reading bad;
     bad.index = 1;
+    bad.sampleTime = 1000000000000;
     bad.outcome.error = QStringLiteral("read 1 bit(s) from 1-DO1> \n°") + QString(300, QLatin1Char('e'));
     state.add(bad);
     WatchControl control(state);
@@ -399,6 +400,7 @@ void tst_watch::everyScreenSize()
     for (const ScreenLine& line : layOutScreen(contents, {80, 50}))
         lines += textOf(line);
     QCOMPARE(lines.filter(QRegularExpression(QStringLiteral("^DO1 .* no answer, attempt 2 of 4"))).size(), 1);
+    QCOMPARE(lines.filter(QStringLiteral("last error  01:46:40 UTC  read 1 bit(s) ")).size(), 1);
     QCOMPARE(lines.filter(QRegularExpression(QStringLiteral("^Serial number of \u2026e cellar "))).size(), 1);
     for (const char key : {'r', '/', '1', 'w', '?'}) { // each in the place to which those before it lead
         control.press({key == 'w' ? KeyPress::Enter : KeyPress::Character, QString(QLatin1Char(key))}, 9);
