@@ -291,6 +291,7 @@ void tst_scan::progress()
              QStringLiteral("[############............]  50 %  1:02:05 left  HR"));
     QCOMPARE(progressLine(QStringLiteral("HR"), 0, 0, 0, 80).size(),
              progressLine(QStringLiteral("HR"), 4, 4, 9, 80).size());
+    QVERIFY(progressLine(QStringLiteral("HR"), 4, 4, 9, 80).contains(QLatin1String("] 100 %")));
     QCOMPARE(progressLine(QStringLiteral("HR"), 1, 4, 10, 20).size(), 19);
 
     QString screen;

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <deque>
+#include <map>
 #include <stdexcept>
 #include <sys/resource.h>
 
@@ -176,7 +177,7 @@ void TestSlavesim::saysWhatIsWrong()
 }
 
 /// Each option, kind and moving cell has a description, each topic is there, and the lines that an image may
-/// have load.
+/// have load. No cell moves twice.
 void TestSlavesim::helpIsComplete()
 {
     QProcess process;
@@ -187,8 +188,12 @@ void TestSlavesim::helpIsComplete()
     names += QString::fromStdString(faultNames()).split(", ");
     names += options("--host --port --image --only-image --moving --serve --stations --fault --fault-every "
                      "--fault-rate --seed --late-ms --refuse-ms --control --log --stats -h,--help --version");
-    for (const MovingSignal& signal : movingSignals())
+    std::map<Area, std::uint32_t> next;
+    for (const MovingSignal& signal : movingSignals()) {
         names << QString::fromStdString(cellsOf(signal));
+        QVERIFY2(signal.number >= next[signal.area], qPrintable(names.last()));
+        next[signal.area] = signal.number + signal.count;
+    }
     QStringList lines =
         QString("Cells:|Image file:|Moving cells:|Control:|Log:|Kinds of faults:|Exit status: 0 .*, 2 .*")
             .split('|');
