@@ -61,7 +61,7 @@ private:
         if (answer.code == illegalFunction && m_findings.ranges.isEmpty())
             giveUp(Range::Refused, answer.text);
         // Most devices have something at the beginning of an area.
-        const int finest = first == m_plan.first ? 1 : m_plan.finest;
+        const int finest = first == m_plan.first ? 1 : std::min(m_plan.finest, m_findings.mostInRequest);
         if (m_givenUp || count <= finest)
             return mark(first, count, m_givenUp ? Range::Refused : m_refusal, answer.text);
         const int part = m_plan.finest == 1 && count <= fewElements ? 1 : (count + 1) / 2;

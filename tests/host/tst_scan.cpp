@@ -109,6 +109,7 @@ static const Area areas[] = {
     // time: 125 is 63 and 62, 62 is twice 31. So the first 125 elements take 7 requests, the other 875
     // take 29.
     {"1-1000", {1, 1000, 125, 1}, "1-1000 ok", 36, "", 50},
+    {"1-1000", {1, 1000, 125, 64}, "1-1000 ok", 36, "", 50},
     {"", {1, 65536, 125, 1}, "1-65536 01", 1, "", largestNumber, ::illegalFunction},
     {"1-150", {1, 400, 100, 1}, "1-150 ok, 151-400 unasked", 3, "", largestNumber, 2, 3},
 };
