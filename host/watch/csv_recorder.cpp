@@ -103,9 +103,10 @@ QString CsvRecorder::findEnd()
         return QStringLiteral("somebody has deleted it");
     if (status.st_size > 0 && status.st_size == m_end)
         return QString();
-    m_isHeaderDue = status.st_size == 0;
-    if (!m_isHeaderDue && bytesAt(m_descriptor, 0, m_header.size()) != m_header)
+    const qint64 length = std::min<qint64>(status.st_size, m_header.size());
+    if (bytesAt(m_descriptor, 0, length) != m_header.left(static_cast<int>(length)))
         return QStringLiteral("it does not have the columns of this record; name another file");
+    m_isHeaderDue = length < m_header.size();
     m_end = endOfLastLine(m_descriptor, status.st_size);
     return m_end == status.st_size || ::ftruncate(m_descriptor, m_end) == 0 ? QString()
                                                                             : systemMessage(errno);

@@ -18,9 +18,9 @@ public:
     static constexpr std::chrono::milliseconds syncInterval{1000};
 
     /// Opens or creates the file, where FilePlace finds it. An existing record is continued if it has the
-    /// same header and nobody else is recording in it; a last row that a power cut has left incomplete is cut
-    /// off. Any other existing file is left as it is. On failure the result is null and error holds a
-    /// sentence that names the file. header ends with a line feed.
+    /// same header and nobody else is recording in it; a header or last row that a power cut has left
+    /// incomplete is cut off. Any other existing file is left as it is. On failure the result is null and
+    /// error holds a sentence that names the file. header ends with a line feed.
     static std::unique_ptr<CsvRecorder> open(const QString& fileName, const QByteArray& header,
                                              QString& error);
     ~CsvRecorder();

@@ -176,6 +176,7 @@ void tst_record::recorder_data()
         {"torn far back", header + longRow + QByteArray(9000, '8'), "as it was",
          header + longRow + "1,1\n2,2\n3,3\n", ""},
         {"header only", header, "as it was", header + "1,1\n2,2\n3,3\n", ""},
+        {"half a header", "time,H", "tim", header + "2,2\n3,3\n", ""},
         {"other columns", "time,HR2\n1,1\n", "", "", others},
         {"longer header", "time,HR1,x\n1,1\n", "", "", others},
         {"no lines", "precious", "", "", others},
