@@ -59,9 +59,11 @@ ProjectSignals readProjectSignals(const LinkOptions& options, int stationOfLink)
         if (isOther && !hasStation(tag.signal.address))
             all.last().address.prepend(QStringLiteral("%1-").arg(station));
     });
-    if (all.isEmpty() && reader.error().isEmpty())
+    if (!reader.error().isEmpty())
+        return {{}, reader.error()};
+    if (all.isEmpty())
         return {{}, QStringLiteral("link %1 has no tags in %2").arg(options.linkId).arg(GetDatabaseName())};
-    return {all, reader.error()};
+    return {all, QString()};
 }
 
 FindSignals findProjectSignals(const LinkOptions& options, int stationOfLink)

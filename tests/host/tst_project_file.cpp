@@ -188,6 +188,9 @@ void tst_project_file::names()
     QCOMPARE(found("*", 5, {}), QStringLiteral("HR1 2-HR2 HR3 HR5"));
     QCOMPARE(found("Oven", 5, {}), QStringLiteral("no signal has this name"));
     QCOMPARE(found("", 5, {}), QStringLiteral("no signal has this name"));
+    QVERIFY(change(GetDatabaseName(),
+                   QStringLiteral("UPDATE custom_tag_table SET signal_scale = '0,1' WHERE address = 'HR3'")));
+    QVERIFY(found("Oven*", 1, {}).contains(QLatin1String("in its tag HR3"))); // not the others alone
 }
 
 void tst_project_file::oldProjectStaysWithoutCommit()
