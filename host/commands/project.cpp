@@ -128,16 +128,15 @@ void printTables(const Contents& contents, QTextStream& out)
 /// Only the keys for which the tag has something.
 QJsonObject toJson(const ProjectTag& tag)
 {
+    const QStringList numbers = {QStringLiteral("scale"), QStringLiteral("offset"),
+                                 QStringLiteral("decimals")};
     QJsonObject object{{QStringLiteral("link"), tag.linkId}};
     const QStringList row = rowOfSignal(tag.signal);
     for (int i = 0; i < row.size(); ++i) {
-        bool isNumber = false;
         const QString& column = tagColumns().at(i);
-        const double number = row.at(i).toDouble(&isNumber);
-        const bool isText = column == QLatin1String("name") || column == QLatin1String("unit") ||
-                            column == QLatin1String("comment");
+        const bool isNumber = numbers.contains(column);
         if (!row.at(i).isEmpty())
-            object.insert(column, isNumber && !isText ? QJsonValue(number) : QJsonValue(row.at(i)));
+            object.insert(column, isNumber ? QJsonValue(row.at(i).toDouble()) : QJsonValue(row.at(i)));
     }
     return object;
 }

@@ -250,8 +250,10 @@ void tst_command_line::hostileTags()
 {
     {
         ProjectWriter writer(GetDatabaseName(), ProjectWriter::FromOldProject);
+        QVERIFY(writer.addTag({1, signalAt(QStringLiteral("1e5"))}));
         QVERIFY(writer.addTag({1, signalAt(QStringLiteral("DO\x1b[2J"))}) && writer.commit());
     }
+    QVERIFY(Run(QStringLiteral("project show --all --format json")).out.contains("\"address\":\"1e5\""));
     const QString shown = Run(QStringLiteral("project show --all")).out;
     QVERIFY2(shown.contains(QLatin1String("DO\\x1b[2J\n")), qPrintable(shown));
 }
