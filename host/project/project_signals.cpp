@@ -20,12 +20,6 @@ std::optional<int> defaultStation(const QVector<ProjectNode>& nodes, int linkId)
     return std::nullopt;
 }
 
-bool hasStation(const QString& address)
-{
-    static const QRegularExpression prefix(QStringLiteral("^[0-9]+-"));
-    return prefix.match(address).hasMatch();
-}
-
 /// The signals with this name, or else with a name that it describes.
 QVector<Signal> withName(const QVector<Signal>& all, const QString& name)
 {

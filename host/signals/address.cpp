@@ -141,16 +141,20 @@ std::optional<Address> parseAddress(const QString& text, Grammar grammar, QStrin
     return std::nullopt;
 }
 
+bool hasStation(const QString& tag)
+{
+    static const auto qualified = pattern("^([0-9]{1,3})-.");
+    const auto parts = qualified.match(tag);
+    return parts.hasMatch() && parts.captured(1).toInt() <= largestByte;
+}
+
 std::optional<Address> parseTag(const QString& text, Grammar grammar, QString& problem)
 {
-    static const auto qualified = pattern("^([0-9]{1,3})-(.+)$");
-    const auto parts = qualified.match(text);
-    const bool isQualified = parts.hasMatch() && parts.captured(1).toInt() <= largestByte;
-    if (grammar == Grammar::ModbusTcp || !isQualified)
+    if (grammar == Grammar::ModbusTcp || !hasStation(text))
         return parseAddress(text, grammar, problem);
     Address address;
-    address.station = parts.captured(1).toInt();
-    address.text = parts.captured(2);
+    address.station = text.section(QLatin1Char('-'), 0, 0).toInt();
+    address.text = text.section(QLatin1Char('-'), 1);
     return address;
 }
 

@@ -57,6 +57,9 @@ struct Address
 /// is written, the result is empty, and problem quotes the text and says what would be right.
 std::optional<Address> parseAddress(const QString& text, Grammar grammar, QString& problem);
 
+/// Whether the address of a project's tag begins with STATION-, 0 to 255.
+bool hasStation(const QString& tag);
+
 /// Parses the address of a project's tag, which may begin with STATION- for any driver.
 std::optional<Address> parseTag(const QString& text, Grammar grammar, QString& problem);
 

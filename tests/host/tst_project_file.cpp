@@ -163,7 +163,8 @@ void tst_project_file::names()
     ProjectWriter writer(GetDatabaseName());
     writer.addNode({1, 9, false, QString(), 502});
     writer.addNode({1, 5, true, QString(), 502});
-    for (const char* tag : {"HR1|Oven 1", "2-HR2|oven 2?", "HR3|Oven 25", "HR4|", "HR5|Öfen [*]"}) {
+    for (const char* tag :
+         {"HR1|Oven 1", "2-HR2|oven 2?", "HR3|Oven 25", "HR4|", "HR5|Öfen [*]", "300-5|Far"}) {
         Signal signal = signalAt(QString::fromUtf8(tag).section('|', 0, 0));
         signal.name = QString::fromUtf8(tag).section('|', 1);
         writer.addTag({1, signal});
@@ -185,7 +186,8 @@ void tst_project_file::names()
     QCOMPARE(found("Oven*", 1, {}), QStringLiteral("5-HR1 2-HR2 5-HR3"));
     QCOMPARE(found("Oven 2?", 1, {}), QStringLiteral("2-HR2")); // a name before a pattern
     QCOMPARE(found("öfen [*]", 5, {}), QStringLiteral("HR5"));
-    QCOMPARE(found("*", 5, {}), QStringLiteral("HR1 2-HR2 HR3 HR5"));
+    QCOMPARE(found("*", 5, {}), QStringLiteral("HR1 2-HR2 HR3 HR5 300-5"));
+    QCOMPARE(found("Far", 1, {}), QStringLiteral("5-300-5")); // 300 is no station
     QCOMPARE(found("Oven", 5, {}), QStringLiteral("no signal has this name"));
     QCOMPARE(found("", 5, {}), QStringLiteral("no signal has this name"));
     QVERIFY(change(GetDatabaseName(),
