@@ -297,9 +297,9 @@ QString readableText(const QByteArray& bytes)
 {
     QTextCodec::ConverterState state;
     QString text = QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
-    if (state.invalidChars > 0 || state.remainingChars > 0)
-        text = QString::fromLatin1(bytes);
     const bool latin1 = state.invalidChars > 0 || state.remainingChars > 0;
+    if (latin1)
+        text = QString::fromLatin1(bytes);
     QString readable;
     for (const QChar character : text) {
         const bool plain = character.isPrint() || character.isSurrogate();
@@ -311,14 +311,14 @@ QString readableText(const QByteArray& bytes)
     return readable;
 }
 
-std::optional<CommandData> encodeByteText(const QStringList& values, QString& error)
+/// Puts in the bytes of the one text. Returns what is wrong, empty if nothing is.
+QString appendByteText(const QStringList& values, CommandData& data)
 {
-    if (values.size() != 1 || values.first().isEmpty()) {
-        error = QStringLiteral("--as text takes one text that is not empty; put quotes around it");
-        return std::nullopt;
-    }
-    const QByteArray bytes = values.first().toUtf8();
-    return CommandData{bytes.size(), bytes, std::nullopt};
+    if (values.size() != 1 || values.first().isEmpty())
+        return QStringLiteral("--as text takes one text that is not empty; put quotes around it");
+    data.bytes = values.first().toUtf8();
+    data.count = data.bytes.size();
+    return QString();
 }
 
 /// Appends the bytes of one value. Returns what it must be when it is not.
@@ -354,6 +354,20 @@ QString misfit(const Item& item, int position, const QString& value, const QStri
     if (wanted.startsWith(QLatin1String("a whole")) && value.contains(QLatin1Char('.')))
         text += QStringLiteral("; take --type float32 for a number with a decimal point");
     return text;
+}
+
+/// Appends all values. Returns what is wrong with the first one that does not fit, empty if all do.
+QString appendValues(const Item& item, const QStringList& values, CommandData& data)
+{
+    for (const QString& value : values) {
+        const QString wanted = appendValue(item, value, data);
+        ++data.count;
+        if (!wanted.isEmpty())
+            return misfit(item, data.count, value, wanted);
+        if (isDriversOwn(item) && !item.notation && !isScaled(item) && value.startsWith(QLatin1Char('-')))
+            data.notation = Notation::Signed;
+    }
+    return QString();
 }
 
 /// Why the last byte of the data would zero the other half of its register; empty when it does not.
@@ -438,25 +452,9 @@ std::optional<CommandData> encodeValues(const Item& item, const QStringList& val
 {
     CommandData data;
     data.notation = item.notation;
-    if (isByteText(item)) {
-        const auto text = encodeByteText(values, error);
-        if (!text)
-            return std::nullopt;
-        data.count = text->count;
-        data.bytes = text->bytes;
-    } else {
-        for (const QString& value : values) {
-            const QString wanted = appendValue(item, value, data);
-            ++data.count;
-            if (!wanted.isEmpty()) {
-                error = misfit(item, data.count, value, wanted);
-                return std::nullopt;
-            }
-            if (isDriversOwn(item) && !item.notation && !isScaled(item) && value.startsWith(QLatin1Char('-')))
-                data.notation = Notation::Signed;
-        }
-    }
-    error = halfRegisterProblem(item, data.bytes.size());
+    error = isByteText(item) ? appendByteText(values, data) : appendValues(item, values, data);
+    if (error.isEmpty())
+        error = halfRegisterProblem(item, data.bytes.size());
     return error.isEmpty() ? std::optional(data) : std::nullopt;
 }
 
