@@ -1,6 +1,5 @@
 #include "project/private_database.h"
 
-#include <QSqlError>
 #include <QSqlQuery>
 #include <QTemporaryDir>
 #include <QVariant>
@@ -20,11 +19,6 @@ QString connectionName()
     return QStringLiteral("project-%1").arg(++number);
 }
 
-QString messageOf(const QSqlError& error)
-{
-    return error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
-}
-
 /// What changes when somebody writes to a file.
 QVector<qint64> stampOf(const QFile& file)
 {
@@ -33,8 +27,9 @@ QVector<qint64> stampOf(const QFile& file)
     return {status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
 
-/// SQLite takes no offence at a file whose last page has lost its end. The header knows the length: the size
-/// of a page and how many there are. (An old SQLite leaves 0 there, and says by two numbers that it has.)
+/// SQLite does not notice that the last page of a file is cut short. The header gives the length: the size of
+/// a page and their number, which is valid if two counters of changes are equal (an old SQLite does not keep
+/// it).
 QString lengthProblem(const QByteArray& header, qint64 length)
 {
     if (header.size() < headerLength || !header.startsWith("SQLite format 3"))
@@ -50,7 +45,7 @@ QString lengthProblem(const QByteArray& header, qint64 length)
                                           : QString();
 }
 
-/// Without a log beside it, a database that is set to write one is like any other, and has not to make one.
+/// A database that is set to write a log, but has none beside it, is complete: so SQLite makes none.
 void takeOutOfLogMode(QByteArray& header)
 {
     if (header.size() == headerLength && header.at(18) == 2 && header.at(19) == 2)
@@ -58,6 +53,11 @@ void takeOutOfLogMode(QByteArray& header)
 }
 
 } // namespace
+
+QString messageOf(const QSqlError& error)
+{
+    return error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
+}
 
 PrivateDatabase::PrivateDatabase(QFile* source) : m_name(connectionName())
 {

@@ -3,6 +3,7 @@
 
 #include <QFile>
 #include <QSqlDatabase>
+#include <QSqlError>
 
 /// An SQLite database in a file that nobody else can reach, since it has no name any more once it is open. So
 /// nobody changes it meanwhile, and SQLite applies no journal that somebody has laid beside it. It goes away
@@ -40,5 +41,8 @@ private:
     QFile m_file;
     QString m_problem;
 };
+
+/// SQLite's message; that of QtSql if SQLite has none.
+QString messageOf(const QSqlError& error);
 
 #endif

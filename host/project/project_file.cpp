@@ -6,7 +6,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QSqlError>
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QVariant>
@@ -20,11 +19,6 @@
 namespace {
 
 constexpr qint64 chunk = 1 << 20;
-
-QString messageOf(const QSqlError& error)
-{
-    return error.databaseText().isEmpty() ? error.driverText() : error.databaseText();
-}
 
 /// Opens a project, and nothing else: no link is followed, no pipe or device waited for. name is relative to
 /// the folder. Returns what is wrong, empty on success, as the functions below do.
@@ -58,8 +52,8 @@ QString journalProblem(int folder, const QString& name)
     return QString();
 }
 
-/// What runs statements of its own when a table is read or written, or has rows without end, cannot be
-/// trusted to hold what it says.
+/// Views, triggers, virtual tables and computed columns run statements of their own, or have rows without
+/// end: a project with them cannot be trusted to hold what it says.
 QString schemaProblem(const PrivateDatabase& database)
 {
     QSqlQuery query(database.database());
@@ -142,7 +136,7 @@ ProjectWriter::~ProjectWriter() = default;
 /// Keeps others from writing until this object is gone.
 QString ProjectWriter::lock()
 {
-    // The folder, not a file in it: there is nothing to be left over, or to be put there by somebody else.
+    // The folder, not a file in it: a lock file could be left over, or be put there by somebody else.
     if (::flock(m_newFile.folder(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)
         return QStringLiteral("another program is writing it, try again when it is done");
     m_newFile.removeLeftovers();

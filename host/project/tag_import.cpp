@@ -13,6 +13,7 @@
 namespace {
 
 constexpr int rowsBetween = 1024;
+
 bool isSeparator(char character)
 {
     return character == ',' || character == ';' || character == '\t';
