@@ -40,6 +40,7 @@ constexpr Type Types[] = {
 constexpr Type OneRegister = {"a register", 1, INT16_MIN, UINT16_MAX};
 
 constexpr std::uint32_t BitsPerRegister = 16;
+
 /// The parts of an address, each valid by itself.
 struct Address
 {

@@ -17,7 +17,7 @@ public:
     /// numbers: cell numbers, 1 to 65536.
     void add(Area area, NumberRange numbers);
 
-    /// Whether all of cells is served. Cells beyond 65536 never are.
+    /// Whether all of cells is served. Cells beyond 65536 are in no range.
     bool contains(const Cells& cells) const;
 
 private:

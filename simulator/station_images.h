@@ -15,8 +15,8 @@ class StationImages
 public:
     explicit StationImages(ProcessImage shared) : m_shared(std::move(shared)) {}
 
-    /// Reads lines that parseAssignment() takes; cells on no line are 0. Blank lines, text after a #, and a
-    /// heading as the first line are ignored; if two lines name a cell, the later one counts. Throws
+    /// Reads lines that parseAssignment() takes; cells on no line are 0. Blank lines, text after a #, and
+    /// headings are ignored; if two lines name a cell, the later one counts. Throws
     /// std::runtime_error with "FILE:LINE: what is wrong and what would be right" for each of the first wrong
     /// lines, or without a line if the file cannot be read.
     static StationImages fromFile(const std::string& fileName);

@@ -21,7 +21,7 @@ public:
     /// The poll of slot() ended at now. Makes slot() the first one that is not before now.
     void polled(Clock::time_point now) { m_missed += advance(now); }
 
-    /// Slot() passed without a poll.
+    /// The time of slot() passed without a poll.
     void notPolled(Clock::time_point now) { m_missed += 1 + advance(now); }
 
     /// Skips the slots up to now without counting them as missed, because polling was paused.

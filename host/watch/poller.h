@@ -20,9 +20,8 @@ struct PollPlan
 {
     QVector<Item> items; ///< of one sample; one or more
     BlockSizes blocks;
-    std::chrono::milliseconds interval{
-        0};                         ///< from the beginning of one sample to that of the next, 1 or more
-    std::optional<quint64> samples; ///< ends after this many
+    std::chrono::milliseconds interval{0}; ///< from one sample's beginning to the next one's, 1 or more
+    std::optional<quint64> samples;        ///< ends after this many
     std::optional<std::chrono::seconds> duration; ///< no sample begins later than this after the start
 };
 
