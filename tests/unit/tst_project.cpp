@@ -157,6 +157,7 @@ void tst_project::pausesBetweenRequests()
     const qint64 start = CurrentMSecsSinceBoot();
     QCOMPARE(readBytes(driver, link), QByteArray("aa"));
     QVERIFY(CurrentMSecsSinceBoot() - start >= 4 * 15 - 1); // one before the attempt, three between requests
+    QCOMPARE(link.waits, 4);
 }
 
 void tst_project::stationWithoutTags()
