@@ -86,7 +86,8 @@ def prepare(folders):
         if (ROOT / file).exists():
             (TREE / file).parent.mkdir(parents=True, exist_ok=True)
             shutil.copy2(ROOT / file, TREE / file)
-    run(["cmake", "-S", TREE, "-B", BUILD, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug"])
+    run(["cmake", "-S", TREE, "-B", BUILD, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
+         "-DCMAKE_CXX_FLAGS=-D_GLIBCXX_ASSERTIONS"])
     if not build():
         sys.exit("mutants: the sources do not build as they are")
     limits = {}
