@@ -425,16 +425,26 @@ double scaledNumber(const Item& item, quint64 value)
     return unscaled * item.signal.scale + item.signal.offset;
 }
 
+/// A scaled number with the digits that it is known to: single precision gives no more than its own.
+QString scaledText(const Item& item, double scaled)
+{
+    const TypeLayout layout = layoutOf(item.type());
+    const bool isSingle = layout.notation == Notation::Float && layout.width == 32 &&
+                          std::abs(scaled) <= double(std::numeric_limits<float>::max());
+    return isSingle ? shortest(scaled, 32) : number(scaled);
+}
+
 QString valueText(const Item& item, quint64 value)
 {
     const TypeLayout layout = layoutOf(item.type());
     const int decimals = item.notation ? -1 : item.signal.decimals.value_or(-1);
     if (isScaled(item) || (decimals >= 0 && layout.notation == Notation::Float)) {
         const double scaled = scaledNumber(item, value);
-        return decimals >= 0 ? QString::number(scaled, 'f', decimals) : number(scaled);
+        return decimals >= 0 ? QString::number(scaled, 'f', decimals) : scaledText(item, scaled);
     }
     const QString text = elementText(value, layout.width, item.notation.value_or(layout.notation));
-    return decimals > 0 ? text + QLatin1Char('.') + QString(decimals, QLatin1Char('0')) : text;
+    return decimals > 0 && !layout.isBit() ? text + QLatin1Char('.') + QString(decimals, QLatin1Char('0'))
+                                           : text;
 }
 
 QJsonValue valueNumber(const Item& item, quint64 value)
@@ -443,7 +453,7 @@ QJsonValue valueNumber(const Item& item, quint64 value)
     if (!isScaled(item))
         return elementNumber(value, layout.width, item.notation.value_or(layout.notation));
     const double scaled = scaledNumber(item, value);
-    return std::isfinite(scaled) ? QJsonValue(number(scaled).toDouble()) : QJsonValue();
+    return std::isfinite(scaled) ? QJsonValue(scaledText(item, scaled).toDouble()) : QJsonValue();
 }
 
 } // namespace

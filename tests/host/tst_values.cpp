@@ -163,6 +163,8 @@ const std::vector<Row> writtenRows = {
     {{"uint16 -1 0 - -1"}, "0100 -1 bar [-1]"},
     {{"uint32 1 0 2 7"}, "07000000 7.00 bar [7]"},
     {{"float32 10 0 3 2.5"}, "0000803e 2.500 bar [2.5]"},
+    {{"float32 10 0 - 123"}, "cdcc4441 123 bar [123]"},
+    {{"float32 10 0 - 2e39"}, "9976167f 1.99999993605714e+39 bar [1.99999993605714e+39]"},
     {{"int16 0.1 0 1 180.55", "int16 0.1 0 1 3276.8", "int16 0.1 0 1 0x10"},
      "!a number from -3276.8 to 3276.7 bar in steps of 0.1"},
     {{"uint16 -1 10 0 11"}, "!a number from -65525 to 10 bar in steps of 1"},
