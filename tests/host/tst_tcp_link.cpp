@@ -341,9 +341,13 @@ void tst_tcp_link::connectFailures()
     QFETCH(bool, fromItsPort);
     QFETCH(QString, error);
     Play play(5000, QLatin1String(QTest::currentDataTag()));
+    play.perform("deaf");
+    const QDir descriptors(QStringLiteral("/proc/self/fd"));
+    const uint before = descriptors.count();
     isOwnPortTaken = fromItsPort;
-    play.perform("deaf open read9 ask up");
+    play.perform("open read9 ask up");
     isOwnPortTaken = false;
+    QCOMPARE(QDir(descriptors.path()).count(), before);
     const QString first = play.seen.value(0);
     QVERIFY2(first.contains(error), qPrintable(first));
     QCOMPARE(play.seen, QStringList({first, first, first, QStringLiteral("down")}));
