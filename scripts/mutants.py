@@ -39,7 +39,8 @@ def faults_in(line):
             yield code[:match.start()] + new + code[match.end():]
     for match in re.finditer(r"(?<![\w.\"'x])\d+(?![\w.\"'])", code):
         before = code[:match.start()]
-        if before.count('"') % 2 == 0 or before.endswith("%"):  # other numbers in texts are for people
+        in_text = before.replace('\\"', "").count('"') % 2 == 1  # for people, unless it is a place such as %1
+        if not in_text or before.endswith("%"):
             yield before + str(int(match.group()) + 1) + code[match.end():]
     condition = re.match(r"^(\s*(?:if|while) \()(.*)\)( \{)?$", code.rstrip())
     if condition and condition.group(2).count("(") == condition.group(2).count(")"):
