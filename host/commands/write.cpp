@@ -13,6 +13,14 @@ struct Write
     CommandData data;
 };
 
+/// Whether the text says by itself what is meant. A pattern that fits one signal now may fit another later.
+bool isNameOrAddress(const QString& text, const Item& item)
+{
+    const QString name = item.signal.name.toCaseFolded();
+    const QString asked = text.toCaseFolded();
+    return name.isEmpty() || asked == name || asked.startsWith(name + QLatin1Char(':'));
+}
+
 /// What is to be written. Empty, with a sentence in error, when it does not fit.
 std::optional<Write> prepare(const WriteOptions& options, Session& session, QString& error)
 {
@@ -21,9 +29,7 @@ std::optional<Write> prepare(const WriteOptions& options, Session& session, QStr
     if (!context.options.count)
         context.options.count = options.values.size();
     const QVector<Item> items = parseItems(options.item, context, error);
-    const bool isOne = items.size() == 1 && options.item.startsWith(items.first().signal.name,
-                                                                    Qt::CaseInsensitive); // no wildcards
-    if (error.isEmpty() && !isOne)
+    if (error.isEmpty() && (items.size() != 1 || !isNameOrAddress(options.item, items.first())))
         error =
             QStringLiteral("%1 can mean more than one command; write takes one address or the whole name of "
                            "one signal")

@@ -119,6 +119,7 @@ class Signals(HostCase):
                 (("Setpoint oven", "180.3"), "in steps of 0.5"),
                 (("Recipe", "a", "b"), "is a signal, which has one value"),
                 (("Recip?", "Hello"), "write takes one address or the whole name of one signal"),
+                (("Recipe*", "Hello"), "write takes one address or the whole name of one signal"),
                 (("*oven*", "1"), "can mean more than one command"),
                 (("HR1..HR200", "1"), "a range has a count of its own"),
                 (("Setpoint", "1"), '"Setpoint" is in no area of the driver (DI, DO, FN5DO, HR, FN6HR, IR); no signal')]:
