@@ -196,6 +196,15 @@ QVector<Item> parseName(const QString& text, ItemContext context, QString& probl
         context.options.notation = notation;
         found = context.findSignals(text.left(colon), problem);
     }
+    const QString front = text.section(QLatin1Char(':'), 0, 0);
+    QString ignored;
+    if (found.isEmpty() && context.grammar != Grammar::Foreign && front != text &&
+        !context.findSignals(front, ignored).isEmpty()) {
+        error = QStringLiteral("%1 is a signal, behind which stands a notation only (%2), not %3")
+                    .arg(quoted(front), notationNames().join(QStringLiteral(", ")),
+                         quoted(text.mid(front.size() + 1)));
+        return {};
+    }
     QVector<Item> items;
     for (const Signal& signal : found) {
         const auto item = itemOfSignal(signal, context, error);

@@ -346,14 +346,31 @@ QString appendValue(const Item& item, const QString& value, CommandData& data)
     return QString();
 }
 
+/// What may help with a value that does not fit; empty if nothing is known. --type would not help with a
+/// signal, whose type comes from its list.
+QString hintFor(const Item& item, const QString& value, const QString& wanted)
+{
+    if (!wanted.contains(QLatin1String("number")))
+        return QString();
+    if (value.contains(QLatin1Char(',')))
+        return QStringLiteral("; the decimal sign is a point, and blanks separate values");
+    if (!item.signal.unit.isEmpty() && value.endsWith(item.signal.unit))
+        return QStringLiteral("; leave out the unit");
+    const bool isWhole = wanted.startsWith(QLatin1String("a whole"));
+    if (isWhole && value.contains(QLatin1Char('.')) && item.signal.name.isEmpty())
+        return QStringLiteral("; take --type float32 for a number with a decimal point, which fills two "
+                              "registers");
+    return QString();
+}
+
 QString misfit(const Item& item, int position, const QString& value, const QString& wanted)
 {
-    QString text = QStringLiteral("value %1, \"%2\", does not fit a %3: it must be %4")
-                       .arg(position)
-                       .arg(value, signalTypeName(item.type()), wanted);
-    if (wanted.startsWith(QLatin1String("a whole")) && value.contains(QLatin1Char('.')))
-        text += QStringLiteral("; take --type float32 for a number with a decimal point");
-    return text;
+    const QString type = signalTypeName(item.type());
+    const QString article =
+        type.startsWith(QLatin1String("int")) ? QStringLiteral("an") : QStringLiteral("a");
+    return QStringLiteral("value %1, \"%2\", does not fit %3 %4: it must be %5%6")
+        .arg(position)
+        .arg(value, article, type, wanted, hintFor(item, value, wanted));
 }
 
 /// Appends all values. Returns what is wrong with the first one that does not fit, empty if all do.

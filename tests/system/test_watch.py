@@ -140,7 +140,7 @@ class Watch(HostCase):
                                    "--retry", "0", slave=slave)
             self.wait_samples(terminal, 3)
             for keys, said in [("\x1b[B\x1b[Bw", "new value for HR7 (Enter takes it, Esc ends): _"),
-                               ("-40000\r", 'value 1, "-40000", does not fit a int16'),
+                               ("-40000\r", 'value 1, "-40000", does not fit an int16'),
                                ("\x7f\r", "write -4000 to HR7? y writes, any other key does not"),
                                ("\r", "nothing was written"), ("w-4\r", "write -4 to HR7?"),
                                ("y", "-4 is written to HR7 and read back"),
