@@ -154,12 +154,15 @@ void WatchControl::beginWrite()
     ask(QString());
 }
 
-/// Shows what has been typed, and what was wrong with it.
+/// Shows what has been typed, and what was wrong with it. Where the row shows hexadecimal digits, says that
+/// those of a number to write are decimal.
 void WatchControl::ask(const QString& problem)
 {
-    const QString unit = m_item->notation ? QString() : m_item->signal.unit;
+    QString in = m_item->notation ? QString() : m_item->signal.unit;
+    if (element().isHex && m_item->type().kind != SignalType::String)
+        in = in.isEmpty() ? QStringLiteral("decimal") : QStringLiteral("decimal ") + in;
     m_message = {QStringLiteral("new value for %1%2 (Enter takes it, Esc ends): %3_")
-                     .arg(m_name, unit.isEmpty() ? QString() : QStringLiteral(" in ") + unit, m_entry),
+                     .arg(m_name, in.isEmpty() ? QString() : QStringLiteral(" in ") + in, m_entry),
                  problem};
 }
 

@@ -144,7 +144,8 @@ class Watch(HostCase):
                                ("\x7f\r", "write -4000 to HR7? y writes, any other key does not"),
                                ("\r", "nothing was written"), ("w-4\r", "write -4 to HR7?"),
                                ("y", "-4 is written to HR7 and read back"),
-                               ("\x1b[Bw1\ry", "write 1 word(s) to 9-HR5> no answer from"), ("\x1b[Bw1\ry", "can't write any word to IR7")]:
+                               ("\x1b[Bw1\ry", "write 1 word(s) to 9-HR5> no answer from"), ("\x1b[Bw1\ry", "can't write any word to IR7"),
+                               ("xw", "new value for IR7 in decimal (Enter takes it, Esc ends): _")]:
                 terminal.send(keys)
                 terminal.wait_for(said)
             terminal.wait_until(lambda t: self.row(t, "HR7")[1] == "-4", "the new value")
