@@ -4,9 +4,9 @@
 
 #include <QFile>
 
-bool explainMissingProject(const CommandOutcome& outcome, Console& console)
+bool explainMissingProject(const QString& error, Console& console)
 {
-    const bool isForWantOfIt = outcome.error == QLatin1String("can not open database");
+    const bool isForWantOfIt = error == QLatin1String("can not open database");
     if (!isForWantOfIt || QFile::exists(GetDatabaseName()))
         return false;
     console.err << "note: the driver wants a project, and there is none; make an empty one with "

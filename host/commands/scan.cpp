@@ -1,5 +1,6 @@
 #include "commands/scan.h"
 
+#include "commands/missing_project.h"
 #include "scan/device_copy.h"
 #include "scan/device_scan.h"
 #include "scan/number_list.h"
@@ -233,8 +234,11 @@ int exitStatus(const scan::DeviceFindings& findings, Console& console)
                     [](const scan::ScannedStation& station) { return station.probe.isThere(); });
     if (interrupt::flag() && !findings.stopped.isEmpty())
         return reportError(console, Interrupted, QStringLiteral("interrupted"));
-    if (!findings.stopped.isEmpty())
-        return reportError(console, Refused, findings.stopped);
+    if (!findings.stopped.isEmpty()) {
+        reportError(console, Refused, findings.stopped);
+        explainMissingProject(findings.stopped, console);
+        return Refused;
+    }
     if (!somebodyAnswers)
         return reportError(console, Refused,
                            QStringLiteral("no station answers: %1").arg(findings.stations.last().probe.text));

@@ -1,5 +1,6 @@
 #include "commands/watch.h"
 
+#include "commands/missing_project.h"
 #include "session/interrupt.h"
 #include "session/session.h"
 #include "text/json_line.h"
@@ -286,9 +287,11 @@ int Watch::exitStatus()
                                .arg(m_recorder->fileName(), m_recorder->problem()));
     if (m_interrupted)
         return Interrupted;
-    if (m_state.link().commands > 0 && m_state.link().failures == m_state.link().commands)
-        return reportError(m_console, Refused, m_state.link().lastError);
-    return Done;
+    if (m_state.link().commands == 0 || m_state.link().failures < m_state.link().commands)
+        return Done;
+    reportError(m_console, Refused, m_state.link().lastError);
+    explainMissingProject(m_state.link().lastError, m_console);
+    return Refused;
 }
 
 RecordStations stationsOf(Session& session)

@@ -63,6 +63,6 @@ int runWrite(const WriteOptions& options, Console& console)
                                                                    write->item.address.station);
     ItemReport report(options.link.format, console);
     report.add(write->item, write->data.bytes, outcome);
-    explainMissingProject(outcome, console);
+    explainMissingProject(outcome.error, console);
     return report.finish();
 }

@@ -29,7 +29,8 @@ QString openRegular(int folder, const QString& name, QFile& file)
     if (descriptor < 0 && errno == ELOOP)
         return QStringLiteral("it is a symbolic link");
     if (descriptor < 0)
-        return errno == ENOENT ? QStringLiteral("it does not exist") : systemMessage(errno);
+        return errno == ENOENT ? QStringLiteral("it does not exist; project create makes one")
+                               : systemMessage(errno);
     struct stat status = {};
     ::fstat(descriptor, &status);
     file.open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
