@@ -100,7 +100,7 @@ int finishTags(const LinkOptions& link, ProjectWriter& writer, Console& console)
                                     {QStringLiteral("link"), link.linkId},
                                     {QStringLiteral("tags"), writer.tagCount(link.linkId)}});
     else
-        console.out << "link " << link.linkId << " of " << GetDatabaseName() << " has now "
+        console.out << "link " << link.linkId << " of " << GetDatabaseName() << " now has "
                     << writer.tagCount(link.linkId) << " tag(s)\n";
     return Done;
 }

@@ -170,7 +170,7 @@ QVector<Item> dividedRange(const Range& range, const ItemContext& context, const
     const QString text = quoted(range.first.fullText() + QLatin1String("..") + range.last.text);
     error = problemOf(item);
     if (error.isEmpty() && options.count)
-        error = QStringLiteral("%1: a range has a count of its own").arg(text);
+        error = QStringLiteral("%1: a range has a count of its own; name its first element only").arg(text);
     if (error.isEmpty() && (end - range.first.position()) % width != 0)
         error =
             QStringLiteral("%1 does not hold a whole number of %2").arg(text, signalTypeName(item.type()));
@@ -348,7 +348,7 @@ QString signalProblem(const Signal& signal, Grammar grammar)
     QString ignored;
     if (grammar == Grammar::ModbusTcp &&
         parseRange(signal.name.section(QLatin1Char(':'), 0, 0), grammar, ignored))
-        return quoted(signal.name) + QStringLiteral(" is an address, and can be no name");
+        return quoted(signal.name) + QStringLiteral(" is an address, so it cannot be a name");
     itemOfSignal(signal, {grammar, {}, {}, {}}, problem);
     return problem;
 }

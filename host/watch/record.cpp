@@ -144,9 +144,8 @@ ExitStatus Reader::choose(const std::vector<RecordColumn>& columns)
             found = found || isMeant;
         }
         if (!found)
-            return fail(
-                WrongCommandLine,
-                QStringLiteral("%1 has no column \"%2\", but %3").arg(m_fileName, pattern, listOf(columns)));
+            return fail(WrongCommandLine, QStringLiteral("%1 has no column \"%2\"; its columns are %3")
+                                              .arg(m_fileName, pattern, listOf(columns)));
     }
     for (std::size_t i = 0; i < columns.size(); ++i) {
         if (!chosen[i])
@@ -245,10 +244,10 @@ ExitStatus Reader::nothingFound()
         return fail(Refused, QStringLiteral("%1 holds no samples").arg(m_fileName));
     if (m_isWindowEmpty)
         return fail(WrongCommandLine,
-                    QStringLiteral("--from, --to: %1 has no samples then, but from %2 to %3")
+                    QStringLiteral("--from, --to: %1 has no samples then; they are from %2 to %3")
                         .arg(m_fileName, textOf(*m_first), textOf(m_last)));
     return fail(Refused,
-                QStringLiteral("every sample in %1 failed, there is nothing to draw").arg(m_fileName));
+                QStringLiteral("%1 has no value to draw: every sample asked for failed").arg(m_fileName));
 }
 
 } // namespace

@@ -276,7 +276,7 @@ void tst_record::records_data()
          "1 , line 2: it has another number of fields than the header"},
         {"no time", "yesterday,1,0,0.1,\n" + first, "1 , line 2: it does not begin with a time"},
         {"empty", "", "1  holds no samples"},
-        {"all failed", t + "6Z,,,3.0,no\n", "1 every sample in  failed, there is nothing to draw"}};
+        {"all failed", t + "6Z,,,3.0,no\n", "1  has no value to draw: every sample asked for failed"}};
     for (const auto& [name, row, result] : rows)
         QTest::newRow(name) << "time,HR1,DO3,milliseconds,error\n" + row << "" << QString::fromLatin1(result);
     const QByteArray oven = "time,Oven 3 temp [°C],Oven[a-z] temp [°C],HR1,milliseconds,error\n"
@@ -285,12 +285,12 @@ void tst_record::records_data()
         {"oven*", "2 samples; Oven 3 temp: 1 2; Oven[a-z] temp: 5 6"},
         {"Oven ? temp [°C]", "2 samples; Oven 3 temp: 1 2"},
         {"HR1|Oven[a-z]*", "2 samples; Oven[a-z] temp: 5 6; HR1: 9 /"},
-        {"HR1|HR", "2  has no column \"HR\", but Oven 3 temp, Oven[a-z] temp, HR1"},
-        {"HR*;23:59:59.5", "1 every sample in  failed, there is nothing to draw"},
+        {"HR1|HR", "2  has no column \"HR\"; its columns are Oven 3 temp, Oven[a-z] temp, HR1"},
+        {"HR*;23:59:59.5", "1  has no value to draw: every sample asked for failed"},
         {"Oven 3*;;2026-11-22 23:59:59", "1 samples; Oven 3 temp: 1 /"},
         {"Oven 3*;2026-11-23 00:00:01", "1 samples; Oven 3 temp: 2"},
         {"Oven 3*;2026-11-24",
-         "2 --from, --to:  has no samples then, but from 2026-11-22 23:59:59 to 2026-11-23 00:00:01"}};
+         "2 --from, --to:  has no samples then; they are from 2026-11-22 23:59:59 to 2026-11-23 00:00:01"}};
     for (const auto& [selection, result] : selections)
         QTest::newRow(selection) << oven << QString::fromUtf8(selection) << QString::fromLatin1(result);
 }

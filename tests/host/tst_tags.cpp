@@ -143,7 +143,7 @@ static const struct
      "string(N), bit, byte, word, dword, qword, block, bitblock; "
      "3: the order \"abdc\" must be ABCD, CDAB, BADC, DCBA; "
      "4: the offset \"x\" must be a number, such as 0.1 or -40; 5: the decimals \"16\" must be 0 to 15; "
-     "6: \"HR6\" is an address, and can be no name; 7: \"HR6\": bool has no scale and no offset"},
+     "6: \"HR6\" is an address, so it cannot be a name; 7: \"HR6\": bool has no scale and no offset"},
     {"duplicates", "address,name\nDI5,a\nDI6,\ndi05,\nHR1.16,A\nHR2.0,\nHR3,\n", "DI5|a;DI6",
      "4: the address is that of line 2; 5: the name is that of line 2; 6: the address is that of line 5"},
     {"alike and different", "DI5\nDO5\nFN5DO5\n1-DI5\nHR5\nHR5.0\nHR5SW\nIR5\nFN6HR5\nHR5.1\n2-DI5\n",

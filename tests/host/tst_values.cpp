@@ -266,7 +266,7 @@ const std::vector<Row> namedRows = {
     {{"HR1SW:float32:ABCD"}, "HR1SW*2 float32 HR1SW"},
     {{"HR1:word:CDAB"}, "HR1*1 word HR1"},
     {{"HR1..HR2:float64", "HR1..HR3:int32"}, "!does not hold a whole number of"},
-    {{"HR1..HR2:word:2"}, "!a range has a count of its own"},
+    {{"HR1..HR2:word:2"}, "!a range has a count of its own; name its first element only"},
     {{"HR2..HR1", "HR1..IR2", "HR1..HR2.0", "HR1..HR3SW", "1-HR1..2-HR2"}, "!is no range"},
     {{"HR1..HR65537"}, "!a number from 1 to 65536"},
     {{"HR100:bite", "HR100:", "HR1:word:1:1", "HR1:word:0", "HR1:word:65537", "HR1:3", "HR1:word:dword",
@@ -333,13 +333,14 @@ QString checkedSignal(const QString& input)
     return problem.isEmpty() ? problem : QLatin1Char('!') + problem;
 }
 
-const std::vector<Row> signalRows = {{{"name Oven 3 temp", "name ", "address HR1SW", "type float64"}, ""},
-                                     {{"name HR1", "name 3-HR1:word"}, "!is an address, and can be no name"},
-                                     {{"address HR0"}, "!a number from 1 to 65536"},
-                                     {{"address DO1"}, "!it is a bit, and no int16"},
-                                     {{"type string(8)"}, "!has no scale and no offset"},
-                                     {{"scale 0", "scale inf"}, "!a number other than 0"},
-                                     {{"decimals 16"}, "!0 to 15"}};
+const std::vector<Row> signalRows = {
+    {{"name Oven 3 temp", "name ", "address HR1SW", "type float64"}, ""},
+    {{"name HR1", "name 3-HR1:word"}, "!is an address, so it cannot be a name"},
+    {{"address HR0"}, "!a number from 1 to 65536"},
+    {{"address DO1"}, "!it is a bit, and no int16"},
+    {{"type string(8)"}, "!has no scale and no offset"},
+    {{"scale 0", "scale inf"}, "!a number other than 0"},
+    {{"decimals 16"}, "!0 to 15"}};
 
 /// Another driver's addresses reach it as they are, whatever stands in them.
 QString foreign(const QString& input)

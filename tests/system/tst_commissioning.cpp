@@ -141,7 +141,7 @@ void tst_commissioning::copyOfADevice()
     QCOMPARE(values.out, m_host.run(read + m_slave.device()).out);
     QVERIFY(m_host.contents(m_host.path("copy.csv")).contains("\n3-HR200,,uint16,scan read 200\n"));
     const ProgramRun import = m_host.run(QStringLiteral("project import copy.csv"));
-    QVERIFY2(import.out.contains(QLatin1String(" has now 568 tag(s)")), qPrintable(import.out + import.err));
+    QVERIFY2(import.out.contains(QLatin1String(" now has 568 tag(s)")), qPrintable(import.out + import.err));
 }
 
 void tst_commissioning::scanOfSilentStations()
