@@ -130,7 +130,7 @@ class Watch(HostCase):
         terminal.wait_until(lambda t: self.selected(t) == "HR3", "two lines down")
         terminal.send("\x1b[4~")
         terminal.wait_until(lambda t: self.selected(t) == "HR65537", "the last line")
-        terminal.wait_for("-42 of 42")
+        terminal.wait_for(" 26-42 of 42")
         terminal.send("\x1b[5~")
         terminal.wait_until(lambda t: self.selected(t) == "HR25", "a page up")
 
