@@ -1,5 +1,7 @@
 #include "text/text_table.h"
 
+#include "text/cells.h"
+
 #include <algorithm>
 
 QVector<int> TextTable::columnWidths() const
@@ -7,7 +9,7 @@ QVector<int> TextTable::columnWidths() const
     QVector<int> widths(m_columns.size(), 0);
     for (const QStringList& row : m_rows) {
         for (int column = 0; column < widths.size(); ++column)
-            widths[column] = std::max(widths.at(column), row.value(column).size());
+            widths[column] = std::max(widths.at(column), cellsOf(row.value(column)));
     }
     return widths;
 }
@@ -20,7 +22,7 @@ void TextTable::print(QTextStream& out) const
         for (int column = 0; column < widths.size(); ++column) {
             const QString cell = row.value(column);
             const int width = widths.at(column);
-            line += m_columns.at(column) == Left ? cell.leftJustified(width) : cell.rightJustified(width);
+            line += m_columns.at(column) == Left ? leftAligned(cell, width) : rightAligned(cell, width);
             line += QLatin1String("  ");
         }
         while (line.endsWith(QLatin1Char(' ')))

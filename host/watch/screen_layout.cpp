@@ -1,5 +1,6 @@
 #include "watch/screen_layout.h"
 
+#include "text/cells.h"
 #include "text/shown.h"
 #include "watch/sample_text.h"
 #include "watch/table_layout.h"
@@ -22,7 +23,7 @@ QStringList wrapped(const QString& text, int width)
 {
     QStringList lines;
     for (const QString& word : text.split(QLatin1Char(' '))) {
-        if (lines.isEmpty() || lines.last().size() + 1 + word.size() > width)
+        if (lines.isEmpty() || cellsOf(lines.last()) + 1 + cellsOf(word) > width)
             lines += word;
         else
             lines.last() += QLatin1Char(' ') + word;
@@ -90,9 +91,9 @@ ScreenLine Layout::title() const
     QString left = QStringLiteral(" driverhost watch  %1  station %2  every %3 ms")
                        .arg(m_contents.device, m_contents.station)
                        .arg(m_contents.interval.count());
-    left = shortened(left, std::max(m_size.width - right.size() - 1, 0), m_contents.symbols);
-    return {
-        {(left.leftJustified(m_size.width - right.size()) + right).left(m_size.width), ScreenStyle::Title}};
+    const int room = m_size.width - cellsOf(right);
+    left = shortened(left, std::max(room - 1, 0), m_contents.symbols);
+    return {{beginning(leftAligned(left, room) + right, m_size.width), ScreenStyle::Title}};
 }
 
 ScreenLine Layout::linkLine() const
@@ -203,7 +204,7 @@ void cut(ScreenLine& line, int width, TrendSymbols symbols)
 {
     for (ScreenSpan& span : line) {
         span.text = shortened(printable(span.text, symbols), std::max(width, 0), symbols);
-        width -= span.text.size();
+        width -= cellsOf(span.text);
     }
 }
 
@@ -234,10 +235,10 @@ QVector<ScreenLine> Layout::lines() const
 
 QString shortened(const QString& text, int width, TrendSymbols symbols)
 {
-    if (text.size() <= width)
+    if (cellsOf(text) <= width)
         return text;
     const QString mark = symbols == TrendSymbols::Blocks ? QString(QChar(0x2026)) : QStringLiteral("~");
-    return text.left(std::max(width - mark.size(), 0)) + mark.left(std::max(width, 0));
+    return beginning(text, width - mark.size()) + mark.left(std::max(width, 0));
 }
 
 int tableRows(const ScreenContents& contents, const ScreenSize& size)

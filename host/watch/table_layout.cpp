@@ -1,5 +1,7 @@
 #include "watch/table_layout.h"
 
+#include "text/cells.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -80,7 +82,7 @@ QString reasonOf(const QString& error)
 QString shortenedName(const QString& name, int width, TrendSymbols symbols)
 {
     const int end = width / 3;
-    return name.size() <= width ? name : shortened(name, width - end, symbols) + name.right(end);
+    return cellsOf(name) <= width ? name : shortened(name, width - end, symbols) + ending(name, end);
 }
 
 /// Lays out one table; exists only while it does so.
@@ -220,7 +222,7 @@ void Table::measure()
     m_natural[UnitColumn] = 0;
     for (const Row& row : qAsConst(m_rows)) {
         for (const Column column : {NameColumn, ValueColumn, UnitColumn, SmallestColumn, LargestColumn})
-            m_natural[column] = std::max(m_natural[column], cell(row, column).size());
+            m_natural[column] = std::max(m_natural[column], cellsOf(cell(row, column)));
     }
     if (m_natural[UnitColumn] > 0)
         m_natural[UnitColumn] = std::max(m_natural[UnitColumn], headingWidth(UnitColumn));
@@ -230,7 +232,7 @@ void Table::measure()
     m_natural[AgeColumn] = widestAge;
     for (const Row& row : qAsConst(m_rows))
         m_natural[ErrorColumn] =
-            std::max(m_natural[ErrorColumn], std::min(errorOf(row).size(), readableError));
+            std::max(m_natural[ErrorColumn], std::min(cellsOf(errorOf(row)), readableError));
 }
 
 /// Columns get their room in order of importance; the rest goes to the trend and the errors.
@@ -261,7 +263,7 @@ QString Table::padded(const QString& text, Column column) const
     const int width = m_width[column];
     const QString fitting = column == NameColumn ? shortenedName(text, width, m_contents.symbols)
                                                  : shortened(text, width, m_contents.symbols);
-    return isLeftAligned(column) ? fitting.leftJustified(width) : fitting.rightJustified(width);
+    return isLeftAligned(column) ? leftAligned(fitting, width) : rightAligned(fitting, width);
 }
 
 ScreenLine Table::heading() const
