@@ -346,6 +346,21 @@ QString appendValue(const Item& item, const QString& value, CommandData& data)
     return QString();
 }
 
+/// The numbers below and above one that lies between two steps of a scaled signal; empty for any other.
+QString neighboursOf(const Item& item, const QString& value)
+{
+    const auto typed = parseNumber<double>(value);
+    if (!isScaled(item) || !typed || notationOfInput(item) == Notation::Float)
+        return QString();
+    const double steps = (*typed - item.signal.offset) / item.signal.scale;
+    const auto [least, most] = numberRange(item);
+    if (!(steps > least && steps < most))
+        return QString();
+    const auto [below, above] = std::minmax({std::floor(steps) * item.signal.scale + item.signal.offset,
+                                             std::ceil(steps) * item.signal.scale + item.signal.offset});
+    return QStringLiteral("; the nearest are %1 and %2").arg(number(below), number(above));
+}
+
 /// What may help with a value that does not fit; empty if nothing is known. --type would not help with a
 /// signal, whose type comes from its list.
 QString hintFor(const Item& item, const QString& value, const QString& wanted)
@@ -360,7 +375,7 @@ QString hintFor(const Item& item, const QString& value, const QString& wanted)
     if (isWhole && value.contains(QLatin1Char('.')) && item.signal.name.isEmpty())
         return QStringLiteral("; take --type float32 for a number with a decimal point, which fills two "
                               "registers");
-    return QString();
+    return neighboursOf(item, value);
 }
 
 QString misfit(const Item& item, int position, const QString& value, const QString& wanted)

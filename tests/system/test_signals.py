@@ -115,8 +115,8 @@ class Signals(HostCase):
         self.text("write", "recipe", "Hello")
         self.assertEqual(self.registers(40, 3), b"Hello\0".hex())
         for arguments, error in [
-                (("Setpoint oven", "32768"), "it must be a number from 0 to 32767.5 °C in steps of 0.5"),
-                (("Setpoint oven", "180.3"), "in steps of 0.5"),
+                (("Setpoint oven", "32768"), "it must be a number from 0 to 32767.5 °C in steps of 0.5\n"),
+                (("Setpoint oven", "180.3"), "in steps of 0.5; the nearest are 180 and 180.5\n"),
                 (("Recipe", "a", "b"), "is a signal, which has one value"),
                 (("Recip?", "Hello"), "write takes one address or the whole name of one signal"),
                 (("Recipe*", "Hello"), "write takes one address or the whole name of one signal"),
