@@ -6,10 +6,14 @@
 
 bool explainMissingProject(const QString& error, Console& console)
 {
-    const bool isForWantOfIt = error == QLatin1String("can not open database");
-    if (!isForWantOfIt || QFile::exists(GetDatabaseName()))
-        return false;
-    console.err << "note: the driver wants a project, and there is none; make an empty one with "
-                   "\"driverhost project create\"\n";
-    return true;
+    const bool isMissing =
+        error == QLatin1String("can not open database") && !QFile::exists(GetDatabaseName());
+    const bool lacksLink = error == QLatin1String("failed to get default station id");
+    if (isMissing)
+        console.err << "note: the driver wants a project, and there is none; make an empty one with "
+                       "\"driverhost project create\"\n";
+    else if (lacksLink)
+        console.err << "note: \"driverhost project show\" lists the links of the project and their "
+                       "default stations\n";
+    return isMissing || lacksLink;
 }
