@@ -2,6 +2,7 @@
 
 #include "commands/missing_project.h"
 #include "project/project_signals.h"
+#include "project/tag_row.h"
 #include "signals/item_report.h"
 #include "signals/verified_write.h"
 
@@ -17,7 +18,7 @@ struct Write
 bool isNameOrAddress(const QString& text, const Item& item)
 {
     const QString name = item.signal.name.toCaseFolded();
-    const QString asked = text.toCaseFolded();
+    const QString asked = nameAsTyped(text).toCaseFolded();
     return name.isEmpty() || asked == name || asked.startsWith(name + QLatin1Char(':'));
 }
 

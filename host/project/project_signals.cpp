@@ -1,6 +1,7 @@
 #include "project/project_signals.h"
 
 #include "project/project_file.h"
+#include "project/tag_row.h"
 #include "text/wildcard.h"
 #include "tools/project_database.h"
 
@@ -21,8 +22,9 @@ std::optional<int> defaultStation(const QVector<ProjectNode>& nodes, int linkId)
 }
 
 /// The signals with this name, or else with a name that it describes.
-QVector<Signal> withName(const QVector<Signal>& all, const QString& name)
+QVector<Signal> withName(const QVector<Signal>& all, const QString& asked)
 {
+    const QString name = nameAsTyped(asked);
     const QString folded = name.toCaseFolded();
     const QRegularExpression expression = wildcardExpression(name);
     const auto isNamed = [&](const Signal& signal) {

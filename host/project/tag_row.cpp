@@ -57,6 +57,12 @@ void readDecimals(const QString& text, std::optional<int>& decimals, QString& pr
 
 } // namespace
 
+QString nameAsTyped(const QString& name)
+{
+    QString typed = name.normalized(QString::NormalizationForm_C);
+    return typed.replace(QChar(QChar::Nbsp), QLatin1Char(' '));
+}
+
 const QStringList& tagColumns()
 {
     static const QStringList names =
@@ -82,7 +88,7 @@ std::optional<Signal> signalOfRow(const QStringList& row, QString& problem)
     const QString comma = QStringLiteral(", ");
     Signal signal;
     signal.address = row.at(AddressColumn);
-    signal.name = row.at(NameColumn);
+    signal.name = nameAsTyped(row.at(NameColumn));
     signal.unit = row.at(UnitColumn);
     signal.comment = row.at(CommentColumn);
     signal.type = parseSignalType(row.at(TypeColumn).toLower());

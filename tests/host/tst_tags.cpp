@@ -148,6 +148,8 @@ static const struct
      "4: the address is that of line 2; 5: the name is that of line 2; 6: the address is that of line 5"},
     {"alike and different", "DI5\nDO5\nFN5DO5\n1-DI5\nHR5\nHR5.0\nHR5SW\nIR5\nFN6HR5\nHR5.1\n2-DI5\n",
      "DI5;DO5;FN5DO5;1-DI5;HR5;HR5.0;HR5SW;IR5;FN6HR5;HR5.1;2-DI5", ""},
+    {"names that look the same", "address,name\nDI5,O\u0308l 3\nDI6,\u00d6l 3\nDI7,\u00d6l\u00a03\n",
+     "DI5|\u00d6l 3", "3: the name is that of line 2; 4: the name is that of line 2"},
     {"not CSV", "DI1\n\"DI2\"x\nDI3\n", "DI1", "2: text follows a closing quote"},
 };
 

@@ -99,7 +99,7 @@ class Signals(HostCase):
 
     def test_values_with_units(self):
         self.registers(6, 1, b"\x01\x15")
-        self.assertEqual(self.text("read", "oven 3 TEMP", "Oven 3 temp:hex", "HR6"),
+        self.assertEqual(self.text("read", "oven\u00a03 TEMP", "Oven 3 temp:hex", "HR6"),
                          "Oven 3 temp  -12.3 °C\nOven 3 temp    0x0115\nHR6               277\n")
         found = json.loads(self.text("--format", "json", "read", "Oven 3 temp"))
         self.assertEqual([found[key] for key in ("address", "name", "type", "unit", "values")],
@@ -110,7 +110,7 @@ class Signals(HostCase):
         self.assertIn("10.00 kg", self.text("read", "Weight"))
 
     def test_writing_by_name(self):
-        self.assertEqual(self.text("write", "Setpoint oven", "180.5", "--verify"), "Setpoint oven  180.5 °C\n")
+        self.assertEqual(self.text("write", "Setpoint\u00a0oven", "180.5", "--verify"), "Setpoint oven  180.5 °C\n")
         self.assertEqual(self.registers(20, 1), f"{361:04x}")
         self.text("write", "recipe", "Hello")
         self.assertEqual(self.registers(40, 3), b"Hello\0".hex())
