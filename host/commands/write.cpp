@@ -45,6 +45,7 @@ std::optional<Write> prepare(const WriteOptions& options, Session& session, QStr
     }
     write.item.count = data->count;
     write.item.notation = data->notation;
+    write.item.signal.decimals.reset(); // the report shows what is written, not rounded
     return write;
 }
 

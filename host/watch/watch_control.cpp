@@ -149,7 +149,8 @@ void WatchControl::beginWrite()
         return;
     }
     if (m_item->notation == Notation::Hex)
-        m_item->notation.reset(); // x must not change what the digits of an answer mean
+        m_item->notation.reset();    // x must not change what the digits of an answer mean
+    m_item->signal.decimals.reset(); // the question shows what will be written, not rounded
     m_mode = Mode::Value;
     ask(QString());
 }

@@ -258,21 +258,21 @@ void tst_watch::keys_data()
     const auto row = [](const char* keys, const char* rows, const char* message = "") {
         QTest::newRow(keys) << QString::fromUtf8(rows) << QString::fromUtf8(message);
     };
-    const char* const all = ">Oven 181.0 °C|HR4 2|HR5 3|3-HR9 |DO1 1|HR7 0x0007";
+    const char* const all = ">Oven 181 °C|HR4 2|HR5 3|3-HR9 |DO1 1|HR7 0x0007";
     row("", all);
-    row("vx", "Oven 181.0 °C|>HR4 0x0002|HR5 3|3-HR9 |DO1 1|HR7 0x0007");
-    row("vxx", "Oven 181.0 °C|>HR4 2|HR5 3|3-HR9 |DO1 1|HR7 0x0007");
+    row("vx", "Oven 181 °C|>HR4 0x0002|HR5 3|3-HR9 |DO1 1|HR7 0x0007");
+    row("vxx", "Oven 181 °C|>HR4 2|HR5 3|3-HR9 |DO1 1|HR7 0x0007");
     row("vvX", "Oven 0x016a|HR4 0x0002|>HR5 0x0003|3-HR9 |DO1 1|HR7 0x0007");
     for (const char* keys : {"vvvvvvv", "]v]", ")", "(AA]]"})
-        row(keys, "Oven 181.0 °C|HR4 2|HR5 3|3-HR9 |DO1 1|>HR7 0x0007");
+        row(keys, "Oven 181 °C|HR4 2|HR5 3|3-HR9 |DO1 1|>HR7 0x0007");
     for (const char* keys : {")AAA", ")[", "]v[v"})
-        row(keys, "Oven 181.0 °C|HR4 2|>HR5 3|3-HR9 |DO1 1|HR7 0x0007");
+        row(keys, "Oven 181 °C|HR4 2|>HR5 3|3-HR9 |DO1 1|HR7 0x0007");
     for (const char* keys : {")(", "]v[[", "vAA"})
         row(keys, all);
-    row("/hR", ">Oven 181.0 °C|HR4 2|HR5 3|3-HR9 |HR7 0x0007",
+    row("/hR", ">Oven 181 °C|HR4 2|HR5 3|3-HR9 |HR7 0x0007",
         "show rows with (Enter keeps it, Esc shows all): hR_");
     row("vv/hr4\b5<", ">HR5 3");
-    row("/VEN<w", ">Oven 181.0 °C", "new value for Oven in °C (Enter takes it, Esc ends): _");
+    row("/VEN<w", ">Oven 181 °C", "new value for Oven in °C (Enter takes it, Esc ends): _");
     row("/nothing<wxXv", "");
     row("/nothing^", all);
     row("w180.5<", all, "write 180.5 °C to Oven (HR2)? y writes, any other key does not");
@@ -283,15 +283,14 @@ void tst_watch::keys_data()
     row("w180.3<\b5<", all, "write 180.5 °C to Oven (HR2)? y writes, any other key does not");
     row("w180.3<", all,
         "value 1, \"180.3\", does not fit a uint16: it must be a number from 0 to 32767.5 °C in steps of "
-        "0.5: "
-        "new value for Oven in °C (Enter takes it, Esc ends): 180.3_");
+        "0.5; the nearest are 180 and 180.5: new value for Oven in °C (Enter takes it, Esc ends): 180.3_");
     row("w1^", all, "nothing was written");
     row("w<", all, "nothing was written");
-    row("vvxw10<y", "Oven 181.0 °C|HR4 2|>HR5 0x0003|3-HR9 |DO1 1|HR7 0x0007",
+    row("vvxw10<y", "Oven 181 °C|HR4 2|>HR5 0x0003|3-HR9 |DO1 1|HR7 0x0007",
         "writing 10 to HR5 ...; HR5 1 0a00");
     row("/hr7<w10<y", ">HR7 0x0007", "writing 10 to HR7 ...; HR7 1 0a00");
     row("/hr7<xw0x10<y", ">HR7 7", "writing 16 to HR7 ...; HR7 1 1000");
-    row("vvvw-1<y", "Oven 181.0 °C|HR4 2|HR5 3|>3-HR9 |DO1 1|HR7 0x0007",
+    row("vvvw-1<y", "Oven 181 °C|HR4 2|HR5 3|>3-HR9 |DO1 1|HR7 0x0007",
         "writing -1 to 3-HR9 ...; 3-HR9 1 ffff");
 }
 
@@ -302,7 +301,7 @@ void tst_watch::keys()
     oven.unit = QStringLiteral("°C");
     oven.type = SignalType{SignalType::UInt16};
     oven.scale = 0.5;
-    oven.decimals = 1;
+    oven.decimals = 0;
     QString text;
     WatchState state({*itemOfSignal(oven, ItemContext(), text), itemIn("HR4:word:2"), itemIn("3-HR9:int16"),
                       itemIn("DO1"), itemIn("HR7:hex")});
