@@ -1,6 +1,6 @@
 #include "commands/read.h"
 
-#include "commands/missing_project.h"
+#include "commands/project_hints.h"
 #include "project/project_signals.h"
 #include "session/interrupt.h"
 #include "signals/item_report.h"
@@ -37,6 +37,7 @@ int runRead(const ReadOptions& options, Console& console)
         if (!error.isEmpty())
             return reportError(console, WrongCommandLine, error);
     }
+    explainStation(items, options.link, session->link().stationId(), console);
     reportSilence(*session, options.link, console);
     ItemReport report(options.link.format, console);
     for (const Item& item : items) {

@@ -1,6 +1,6 @@
 #include "commands/scan.h"
 
-#include "commands/missing_project.h"
+#include "commands/project_hints.h"
 #include "scan/device_copy.h"
 #include "scan/device_scan.h"
 #include "scan/number_list.h"

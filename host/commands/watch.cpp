@@ -1,6 +1,6 @@
 #include "commands/watch.h"
 
-#include "commands/missing_project.h"
+#include "commands/project_hints.h"
 #include "session/interrupt.h"
 #include "session/session.h"
 #include "text/json_line.h"

@@ -1,6 +1,6 @@
 #include "commands/write.h"
 
-#include "commands/missing_project.h"
+#include "commands/project_hints.h"
 #include "project/project_signals.h"
 #include "project/tag_row.h"
 #include "signals/item_report.h"
@@ -60,6 +60,7 @@ int runWrite(const WriteOptions& options, Console& console)
     const auto write = prepare(options, *session, error);
     if (!write)
         return reportError(console, WrongCommandLine, error);
+    explainStation({write->item}, options.link, session->link().stationId(), console);
     const CommandOutcome outcome = options.verify ? writeAndVerify(*session, write->item, write->data.bytes)
                                                   : session->write(write->item.command(), write->data.bytes,
                                                                    write->item.address.station);

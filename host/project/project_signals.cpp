@@ -42,6 +42,13 @@ QVector<Signal> withName(const QVector<Signal>& all, const QString& asked)
 
 } // namespace
 
+std::optional<int> projectStation(int linkId)
+{
+    return QFileInfo::exists(GetDatabaseName())
+               ? defaultStation(ProjectReader(GetDatabaseName()).nodes(), linkId)
+               : std::nullopt;
+}
+
 ProjectSignals readProjectSignals(const LinkOptions& options, int stationOfLink)
 {
     if (!QFileInfo::exists(GetDatabaseName()))

@@ -11,6 +11,9 @@ struct ProjectSignals
     QString problem;     ///< a sentence that says why there are none; empty if there are
 };
 
+/// The default station of the link in the project; none without a project that can be read.
+std::optional<int> projectStation(int linkId);
+
 /// Reads the tags of the link from the project. A tag without a station belongs to the default station of the
 /// link in the project: its address gets that station in front, unless it is stationOfLink, the one that
 /// commands without a station go to, or options name a station themselves.

@@ -109,6 +109,14 @@ class Signals(HostCase):
                          ["Oven 3 temp", "Setpoint oven", "Weight", "Recipe"])
         self.assertIn("10.00 kg", self.text("read", "Weight"))
 
+    def test_station_of_the_project(self):
+        self.addCleanup(self.run_host, "project", "create", "--replace", "--tags", "tags.csv")
+        self.run_host("--station", "3", "project", "create", "--replace", "--tags", "tags.csv")
+        note = "note: HR9 is that of station 1; the default station of the project is 3 (--station 3)\n"
+        for arguments, said in [(("read", "Recipe", "HR9", "HR8"), note), (("write", "HR9", "7"), note),
+                                (("read", "3-HR9", "Recipe"), ""), (("--station", "1", "read", "HR9"), "")]:
+            self.assertEqual((arguments, self.run_host(*arguments).stderr), (arguments, said))
+
     def test_writing_by_name(self):
         self.assertEqual(self.text("write", "Setpoint\u00a0oven", "180.5", "--verify"), "Setpoint oven  180.5 °C\n")
         self.assertEqual(self.registers(20, 1), f"{361:04x}")
