@@ -3,6 +3,7 @@
 #include <QtTest>
 #include <csignal>
 #include <cstring>
+#include <ctime>
 #include <sys/time.h>
 
 static volatile sig_atomic_t alarms = 0;
@@ -34,6 +35,14 @@ class tst_timing : public QObject
     Q_OBJECT
 
 private slots:
+    void clockIsThatOfTheSystem()
+    {
+        timespec now;
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        const qint64 seconds = CurrentMSecsSinceBoot() / 1000;
+        QVERIFY2(seconds == now.tv_sec || seconds == now.tv_sec + 1, QByteArray::number(seconds));
+    }
+
     void sleepLasts()
     {
         const qint64 slept = sleepFor(30);
