@@ -346,11 +346,11 @@ QString appendValue(const Item& item, const QString& value, CommandData& data)
     return QString();
 }
 
-/// The numbers below and above one that lies between two steps of a scaled signal; empty for any other.
+/// For a scaled signal: the numbers below and above one that lies between two of its steps, else empty.
 QString neighboursOf(const Item& item, const QString& value)
 {
     const auto typed = parseNumber<double>(value);
-    if (!isScaled(item) || !typed || notationOfInput(item) == Notation::Float)
+    if (!typed || notationOfInput(item) == Notation::Float)
         return QString();
     const double steps = (*typed - item.signal.offset) / item.signal.scale;
     const auto [least, most] = numberRange(item);
@@ -361,21 +361,31 @@ QString neighboursOf(const Item& item, const QString& value)
     return QStringLiteral("; the nearest are %1 and %2").arg(number(below), number(above));
 }
 
+/// Whether values are typed as decimal numbers, not as bits, hexadecimal digits or text.
+bool takesDecimals(const Item& item)
+{
+    const auto notation = notationOfInput(item);
+    return !isText(item) && layoutOf(item.type()).width > 1 && notation != Notation::Bits &&
+           notation != Notation::Hex;
+}
+
 /// What may help with a value that does not fit; empty if nothing is known. --type would not help with a
 /// signal, whose type comes from its list.
-QString hintFor(const Item& item, const QString& value, const QString& wanted)
+QString hintFor(const Item& item, const QString& value)
 {
-    if (!wanted.contains(QLatin1String("number")))
+    if (!takesDecimals(item))
         return QString();
     if (value.contains(QLatin1Char(',')))
         return QStringLiteral("; the decimal sign is a point, and blanks separate values");
     if (!item.signal.unit.isEmpty() && value.endsWith(item.signal.unit))
         return QStringLiteral("; leave out the unit");
-    const bool isWhole = wanted.startsWith(QLatin1String("a whole"));
+    if (isScaled(item))
+        return neighboursOf(item, value);
+    const bool isWhole = notationOfInput(item) != Notation::Float;
     if (isWhole && value.contains(QLatin1Char('.')) && item.signal.name.isEmpty())
         return QStringLiteral("; take --type float32 for a number with a decimal point, which fills two "
                               "registers");
-    return neighboursOf(item, value);
+    return QString();
 }
 
 QString misfit(const Item& item, int position, const QString& value, const QString& wanted)
@@ -385,7 +395,7 @@ QString misfit(const Item& item, int position, const QString& value, const QStri
         type.startsWith(QLatin1String("int")) ? QStringLiteral("an") : QStringLiteral("a");
     return QStringLiteral("value %1, \"%2\", does not fit %3 %4: it must be %5%6")
         .arg(position)
-        .arg(value, article, type, wanted, hintFor(item, value, wanted));
+        .arg(value, article, type, wanted, hintFor(item, value));
 }
 
 /// Appends all values. Returns what is wrong with the first one that does not fit, empty if all do.
@@ -457,7 +467,7 @@ double scaledNumber(const Item& item, quint64 value)
     return unscaled * item.signal.scale + item.signal.offset;
 }
 
-/// A scaled number with the digits that it is known to: single precision gives no more than its own.
+/// A scaled number, without the digits that single precision does not have.
 QString scaledText(const Item& item, double scaled)
 {
     const TypeLayout layout = layoutOf(item.type());
