@@ -83,9 +83,9 @@ Bytes Slave::reply(const Request& request)
 /// words: "fault", then the kinds to make from now on.
 static std::vector<FaultKind> faultsIn(const std::vector<std::string_view>& words)
 {
-    const std::string right = "it is none, or some of these: " + faultNames();
+    const std::string right = "the kinds are none, or any of " + faultNames();
     if (words.size() == 1)
-        throw std::runtime_error(wrongText("fault", "a kind is missing: " + right));
+        throw std::runtime_error(wrongText("fault", "it needs a kind; " + right));
     if (words.size() == 2 && words[1] == "none")
         return {};
     std::vector<FaultKind> kinds;

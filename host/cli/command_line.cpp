@@ -146,9 +146,10 @@ void addItemOptions(CLI::App& command, ItemOptions& options)
         command, "--order", options.order, byteOrderNames(),
         "Byte order of int, uint, float and string types; A is the most significant byte (default: ABCD with "
         "the mark SW, else CDAB)");
-    addChoice<Notation>(command, "--as", options.notation, notationNames(),
-                        "Notation of the values (default: that of their type); the value of a signal is then "
-                        "the one in its registers, without scale and unit");
+    addChoice<Notation>(
+        command, "--as", options.notation, notationNames(),
+        "Notation of the values (default: that of their type); with it a signal's value is what "
+        "its registers hold, without scale and unit");
 }
 
 void addRead(CLI::App& app, Parsed& parsed)

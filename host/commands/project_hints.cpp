@@ -8,17 +8,16 @@
 
 #include <algorithm>
 
-bool explainMissingProject(const QString& error, Console& console)
+bool explainProjectError(const QString& error, Console& console)
 {
     const bool isMissing =
         error == QLatin1String("can not open database") && !QFile::exists(GetDatabaseName());
     const bool lacksLink = error == QLatin1String("failed to get default station id");
     if (isMissing)
-        console.err << "note: the driver wants a project, and there is none; make an empty one with "
-                       "\"driverhost project create\"\n";
+        console.err << "note: the driver needs a project; \"driverhost project create\" makes an empty one\n";
     else if (lacksLink)
-        console.err << "note: \"driverhost project show\" lists the links of the project and their "
-                       "default stations\n";
+        console.err << "note: \"driverhost project show\" lists the project's links and their default "
+                       "stations\n";
     return isMissing || lacksLink;
 }
 
@@ -32,7 +31,7 @@ void explainStation(const QVector<Item>& items, const LinkOptions& options, int 
         return;
     const int station = projectStation(options.linkId).value_or(stationOfLink);
     if (station != stationOfLink)
-        console.err << "note: " << shown(bare->address.fullText()) << " is that of station " << stationOfLink
-                    << "; the default station of the project is " << station << " (--station " << station
-                    << ")\n";
+        console.err << "note: " << shown(bare->address.fullText()) << " goes to station " << stationOfLink
+                    << ", but signals go to the project's default station " << station
+                    << "; --station chooses\n";
 }

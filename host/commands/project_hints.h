@@ -5,13 +5,12 @@
 #include "signals/item.h"
 #include "text/console.h"
 
-/// If the error of a command is that the driver found no project, and there is none, says on stderr how to
-/// make one; if it is that the project lacks the link or its default station, where to see them. Returns
-/// whether it said so.
-bool explainMissingProject(const QString& error, Console& console);
+/// Prints a note on stderr if the driver's error means that the project is missing, or that it has no such
+/// link: how to make a project, or where to see the links. Returns whether it did.
+bool explainProjectError(const QString& error, Console& console);
 
-/// Says on stderr, once, if one of the items is a bare address, whose station nobody has named, and the
-/// link's station is another one than the project's default, to which signals go.
+/// Prints a note on stderr if an item is an address without a station and the project's default station is
+/// not stationOfLink. Nothing if options name a station.
 void explainStation(const QVector<Item>& items, const LinkOptions& options, int stationOfLink,
                     Console& console);
 

@@ -43,7 +43,7 @@ int runRead(const ReadOptions& options, Console& console)
     for (const Item& item : items) {
         const CommandOutcome outcome = session->read(item.command(), item.address.station);
         report.add(item, outcome.data, outcome);
-        if (interrupt::flag() || explainMissingProject(outcome.error, console))
+        if (interrupt::flag() || explainProjectError(outcome.error, console))
             break;
     }
     return report.finish();

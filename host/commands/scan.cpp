@@ -236,7 +236,7 @@ int exitStatus(const scan::DeviceFindings& findings, Console& console)
         return reportError(console, Interrupted, QStringLiteral("interrupted"));
     if (!findings.stopped.isEmpty()) {
         reportError(console, Refused, findings.stopped);
-        explainMissingProject(findings.stopped, console);
+        explainProjectError(findings.stopped, console);
         return Refused;
     }
     if (!somebodyAnswers)

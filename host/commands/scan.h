@@ -14,7 +14,7 @@ struct ScanOptions
     int first = 1;
     int last = 65536;
     int finest = 1; ///< a refused range of this many elements or fewer is not divided
-    QString output; ///< image of the values read; their tag list is beside it with ".csv" behind; empty: none
+    QString output; ///< image of the values read, with their tag list in FILE.csv; empty: neither
 };
 
 /// Finds out which stations answer and which elements of their areas can be read. After Ctrl-C it prints and

@@ -290,7 +290,7 @@ int Watch::exitStatus()
     if (m_state.link().commands == 0 || m_state.link().failures < m_state.link().commands)
         return Done;
     reportError(m_console, Refused, m_state.link().lastError);
-    explainMissingProject(m_state.link().lastError, m_console);
+    explainProjectError(m_state.link().lastError, m_console);
     return Refused;
 }
 

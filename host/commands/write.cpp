@@ -66,6 +66,6 @@ int runWrite(const WriteOptions& options, Console& console)
                                                                    write->item.address.station);
     ItemReport report(options.link.format, console);
     report.add(write->item, write->data.bytes, outcome);
-    explainMissingProject(outcome.error, console);
+    explainProjectError(outcome.error, console);
     return report.finish();
 }

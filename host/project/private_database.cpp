@@ -27,9 +27,8 @@ QVector<qint64> stampOf(const QFile& file)
     return {status.st_size, status.st_mtim.tv_sec, status.st_mtim.tv_nsec};
 }
 
-/// SQLite does not notice that the last page of a file is cut short. The header gives the length: the size of
-/// a page and their number, which is valid if two counters of changes are equal (an old SQLite does not keep
-/// it).
+/// SQLite does not notice that the last page of a file is cut short. The header gives the size of a page and
+/// the number of pages, which is valid if its two change counters are equal (an old SQLite does not keep it).
 QString lengthProblem(const QByteArray& header, qint64 length)
 {
     if (header.size() < headerLength || !header.startsWith("SQLite format 3"))
@@ -45,7 +44,7 @@ QString lengthProblem(const QByteArray& header, qint64 length)
                                           : QString();
 }
 
-/// A database that is set to write a log, but has none beside it, is complete: so SQLite makes none.
+/// A database in log mode without a log beside it is complete; out of that mode, SQLite does not make one.
 void takeOutOfLogMode(QByteArray& header)
 {
     if (header.size() == headerLength && header.at(18) == 2 && header.at(19) == 2)

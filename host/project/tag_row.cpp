@@ -100,7 +100,7 @@ std::optional<Signal> signalOfRow(const QStringList& row, QString& problem)
         problem = wrong(row.at(OrderColumn), OrderColumn, byteOrderNames().join(comma));
     const QString printed = signal.name + signal.unit;
     if (!std::all_of(printed.begin(), printed.end(), mayBeShown))
-        problem = QStringLiteral("there is a control or an invisible character in the name or unit of %1")
+        problem = QStringLiteral("the name or unit of %1 has a control character or an invisible one")
                       .arg(quoted(signal.name));
     readNumber(row, ScaleColumn, signal.scale, problem);
     readNumber(row, OffsetColumn, signal.offset, problem);

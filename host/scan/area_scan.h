@@ -35,7 +35,7 @@ struct AreaPlan
     int last = largestNumber;
     int mostInRequest = 1; ///< most elements in one request
     int finest = 1;        ///< a refused range of this many elements or fewer is not divided, unless it
-                           ///< begins with first or is longer than requests that the station carries
+                           ///< begins with first or is longer than the requests that the station takes
                            ///< (readable elements at its ends are still found)
 };
 

@@ -170,7 +170,9 @@ QVector<Item> dividedRange(const Range& range, const ItemContext& context, const
     const QString text = quoted(range.first.fullText() + QLatin1String("..") + range.last.text);
     error = problemOf(item);
     if (error.isEmpty() && options.count)
-        error = QStringLiteral("%1: a range has a count of its own; name its first element only").arg(text);
+        error = QStringLiteral(
+                    "%1: name its first element only; the count, or the number of values, says how many")
+                    .arg(text);
     if (error.isEmpty() && (end - range.first.position()) % width != 0)
         error =
             QStringLiteral("%1 does not hold a whole number of %2").arg(text, signalTypeName(item.type()));
@@ -200,7 +202,8 @@ QVector<Item> parseName(const QString& text, ItemContext context, QString& probl
     QString ignored;
     if (found.isEmpty() && context.grammar != Grammar::Foreign && front != text &&
         !context.findSignals(front, ignored).isEmpty()) {
-        error = QStringLiteral("%1 is a signal, behind which stands a notation only (%2), not %3")
+        error = QStringLiteral(
+                    "%1 is a signal, whose type is that of its list; its name takes a notation (%2), not %3")
                     .arg(quoted(front), notationNames().join(QStringLiteral(", ")),
                          quoted(text.mid(front.size() + 1)));
         return {};

@@ -86,7 +86,7 @@ static const struct
     {"read DO1 --as hex", WrongCommandLine, "a bit is 0 or 1"},
     {"write HR1 1 -32769", WrongCommandLine, "value 2, \"-32769\", does not fit a word"},
     {"write HR65546 4711", WrongCommandLine, "\"HR65546\" must have a number from 1 to 65536"},
-    {"write HR1..HR200 1", WrongCommandLine, "a range has a count of its own"},
+    {"write HR1..HR200 1", WrongCommandLine, "name its first element only"},
     {"watch 40001", WrongCommandLine, "\"40001\" is HR1 here"},
     {"watch HR1:float", WrongCommandLine, "float needs --type float32"}};
 

@@ -154,8 +154,7 @@ void tst_project_file::signalsOfTags()
              qPrintable(tagsOf(m_file)));
     QVERIFY(
         change(m_file, QStringLiteral("UPDATE custom_tag_table SET signal_type = '', signal_unit = 'a\nb'")));
-    QVERIFY(tagsOf(m_file).contains(
-        QLatin1String("in its tag HR1 there is a control or an invisible character")));
+    QVERIFY(tagsOf(m_file).contains(QLatin1String("in its tag HR1 the name or unit of")));
 }
 
 void tst_project_file::names()

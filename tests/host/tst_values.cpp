@@ -266,7 +266,7 @@ const std::vector<Row> namedRows = {
     {{"HR1SW:float32:ABCD"}, "HR1SW*2 float32 HR1SW"},
     {{"HR1:word:CDAB"}, "HR1*1 word HR1"},
     {{"HR1..HR2:float64", "HR1..HR3:int32"}, "!does not hold a whole number of"},
-    {{"HR1..HR2:word:2"}, "!a range has a count of its own; name its first element only"},
+    {{"HR1..HR2:word:2"}, "!name its first element only"},
     {{"HR2..HR1", "HR1..IR2", "HR1..HR2.0", "HR1..HR3SW", "1-HR1..2-HR2"}, "!is no range"},
     {{"HR1..HR65537"}, "!a number from 1 to 65536"},
     {{"HR100:bite", "HR100:", "HR1:word:1:1", "HR1:word:0", "HR1:word:65537", "HR1:3", "HR1:word:dword",
@@ -308,7 +308,7 @@ const std::vector<Row> commandRows = {
     {{"HR1.9..HR130.3:bool"}, "HR1.9*1991 HR126.0*68"},
     {{"DO1..DO4001"}, "DO1*2000 DO2001*2000 DO4001*1"},
     {{"Oven 4 temp", "Oven 4 temp:hex"}, "!; no signal has this name"},
-    {{"Oven 3 temp:word", "Oven 3 temp:int16:hex"}, "!behind which stands a notation only (uint, "},
+    {{"Oven 3 temp:word", "Oven 3 temp:int16:hex"}, "!its name takes a notation (uint, "},
     {{"A234567890123456789012345678901234567890"}, "!\"A234567890123456789012345678901234567890\" is"},
     {{"A2345678901234567890123456789012345678901"}, "!\"A234567890123456789012345678901234567890...\" is"},
     {{"Oven 3 temp --count 2"}, "!\"Oven 3 temp\" is a signal, which has one value"}};

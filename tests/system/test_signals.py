@@ -112,7 +112,7 @@ class Signals(HostCase):
     def test_station_of_the_project(self):
         self.addCleanup(self.run_host, "project", "create", "--replace", "--tags", "tags.csv")
         self.run_host("--station", "3", "project", "create", "--replace", "--tags", "tags.csv")
-        note = "note: HR9 is that of station 1; the default station of the project is 3 (--station 3)\n"
+        note = "note: HR9 goes to station 1, but signals go to the project's default station 3; --station chooses\n"
         for arguments, said in [(("read", "Recipe", "HR9", "HR8"), note), (("write", "HR9", "7"), note),
                                 (("read", "3-HR9", "Recipe"), ""), (("--station", "1", "read", "HR9"), "")]:
             self.assertEqual((arguments, self.run_host(*arguments).stderr), (arguments, said))
@@ -129,7 +129,7 @@ class Signals(HostCase):
                 (("Recip?", "Hello"), "write takes one address or the whole name of one signal"),
                 (("Recipe*", "Hello"), "write takes one address or the whole name of one signal"),
                 (("*oven*", "1"), "can mean more than one command"),
-                (("HR1..HR200", "1"), "a range has a count of its own"),
+                (("HR1..HR200", "1"), "name its first element only"),
                 (("Setpoint", "1"), '"Setpoint" is in no area of the driver (DI, DO, FN5DO, HR, FN6HR, IR); no signal')]:
             with self.subTest(arguments):
                 self.assertIn(error, self.refused("write", *arguments))

@@ -298,9 +298,8 @@ void TestSlavesim::obeys()
         {"", "fault unit exception\nfault none", Hr1Is1, ""},
         {"", "fault silent", "", ""},
         {"", "fault silent nonsense", Hr1Is1,
-         ":1: fault 'nonsense' is wrong: it is none, or some of these: late,"},
-        {"", "\nfault", Hr1Is1,
-         ":2: 'fault' is wrong: a kind is missing: it is none, or some of these: late,"},
+         ":1: fault 'nonsense' is wrong: the kinds are none, or any of late,"},
+        {"", "\nfault", Hr1Is1, ":2: 'fault' is wrong: it needs a kind; the kinds are none, or any of late,"},
         {"", "HR0 1\nHR1 999", Hr1Is999, ":1: address 'HR0' is wrong: its number is from 1 to 65536"},
         {"", tooLong, Hr1Is999, ":1: longer than 1000 characters"},
     };
